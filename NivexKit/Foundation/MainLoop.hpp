@@ -1,0 +1,16 @@
+#pragma once
+
+#include <functional>
+
+namespace nivex {
+
+/// The thread on which the long-lived objects live. The command line runs its own small loop, a window toolkit its own.
+class MainLoop {
+public:
+    virtual ~MainLoop() = default;
+
+    /// Runs `task` on the main thread, later and in the order of posting. Any thread may post.
+    virtual void post(std::function<void()> task) = 0;
+};
+
+} // namespace nivex

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string>
+
+namespace nivex {
+
+/// The text of a foreign file as UTF-8, its character set found out from the bytes: UTF-8 with and without a mark,
+/// UTF-16 in both byte orders, and by statistics Windows-1252, the ISO 8859 family, Shift-JIS, GB 18030, Big5, EUC-KR
+/// and KOI8-R. The mark is not part of the text.
+///
+/// returns  none when the bytes are not text in any of them
+/// threads  any
+std::optional<std::string> decodedText(std::span<const std::byte> bytes);
+
+} // namespace nivex

@@ -1,0 +1,36 @@
+# Settings that every target of NIVEX shares, and the function that declares one layer of the house.
+
+add_library(nivex-settings INTERFACE)
+target_include_directories(nivex-settings INTERFACE ${PROJECT_SOURCE_DIR})
+target_compile_options(nivex-settings INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Werror)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # g++ warns of designated initialisers that leave out fields with defaults, which the tables rely on.
+    target_compile_options(nivex-settings INTERFACE -Wno-missing-field-initializers)
+else()
+    target_compile_options(nivex-settings INTERFACE -Wno-missing-field-initializers -Wno-missing-braces)
+endif()
+if(NIVEX_SANITIZE)
+    target_compile_options(nivex-settings INTERFACE
+        -fsanitize=${NIVEX_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(nivex-settings INTERFACE -fsanitize=${NIVEX_SANITIZE})
+endif()
+if(NIVEX_FUZZERS)
+    target_compile_options(nivex-settings INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
+# nivex_layer(<target> <folder> [USES <targets>...] [PRIVATE <third-party targets>...])
+#
+# A static library of every .cpp file directly in <folder>. USES names the layers whose headers this one may include;
+# PRIVATE names libraries that only its .cpp files see.
+function(nivex_layer target folder)
+    cmake_parse_arguments(LAYER "" "" "USES;PRIVATE" ${ARGN})
+    file(GLOB sources CONFIGURE_DEPENDS ${folder}/*.cpp)
+    if(NOT sources)
+        add_library(${target} INTERFACE)
+        target_link_libraries(${target} INTERFACE nivex-settings ${LAYER_USES})
+        return()
+    endif()
+    add_library(${target} STATIC ${sources})
+    target_link_libraries(${target} PUBLIC nivex-settings ${LAYER_USES} PRIVATE ${LAYER_PRIVATE})
+endfunction()
