@@ -1,0 +1,26 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace nivex {
+
+/// Looks up a variable of the environment; none when it is not set.
+using Environment = std::function<std::optional<std::string>(const char* name)>;
+
+/// The environment of this process.
+Environment processEnvironment();
+
+/// The folders in which NIVEX keeps what belongs to one user. They need not exist yet.
+struct UserFolders {
+    std::filesystem::path data;          // history and recipes
+    std::filesystem::path configuration; // preferences
+
+    /// "NIVEX" below $XDG_DATA_HOME and $XDG_CONFIG_HOME; where these are not absolute paths, below ~/.local/share and
+    /// ~/.config.
+    static UserFolders of(const Environment& environment);
+};
+
+} // namespace nivex
