@@ -33,9 +33,9 @@ bool writeAll(int descriptor, std::string_view contents)
 /// Forces the entries of a folder to the disk. File systems that cannot do that are taken as they are.
 void syncFolder(const fs::path& folder)
 {
-    const Descriptor descriptor{::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
-    if (descriptor)
-        ::fsync(descriptor.number());
+    const FileDescriptor descriptor{::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    if (descriptor.isOpen())
+        ::fsync(descriptor.get());
 }
 
 bool sameVersion(const struct stat& a, const struct stat& b)
@@ -46,17 +46,11 @@ bool sameVersion(const struct stat& a, const struct stat& b)
 
 } // namespace
 
-Descriptor::~Descriptor()
-{
-    if (number_ >= 0)
-        ::close(number_);
-}
-
 SharedFile::Lock::~Lock()
 {
     // Closing alone would leave the lock with a child that was forked meanwhile.
-    if (descriptor_)
-        ::flock(descriptor_.number(), LOCK_UN);
+    if (descriptor_.isOpen())
+        ::flock(descriptor_.get(), LOCK_UN);
 }
 
 SharedFile::SharedFile(fs::path location) : location_{std::move(location)}
@@ -72,12 +66,12 @@ std::optional<SharedFile::Lock> SharedFile::lock(std::error_code& failure) const
     fs::create_directories(location_.parent_path(), failure);
     if (failure)
         return std::nullopt;
-    Descriptor descriptor{::open(beside(".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, ownerOnly)};
-    if (!descriptor) {
+    FileDescriptor descriptor{::open(beside(".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, ownerOnly)};
+    if (!descriptor.isOpen()) {
         failure = lastError();
         return std::nullopt;
     }
-    while (::flock(descriptor.number(), LOCK_EX) != 0) {
+    while (::flock(descriptor.get(), LOCK_EX) != 0) {
         if (errno == EINTR)
             continue;
         failure = lastError();
@@ -91,14 +85,14 @@ std::optional<std::string> SharedFile::read(std::size_t maxBytes, std::error_cod
     failure.clear();
     known_ = {};
     // Without O_NONBLOCK a pipe in place of the file would hold us here.
-    Descriptor descriptor{::open(location_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)};
-    if (!descriptor) {
+    FileDescriptor descriptor{::open(location_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)};
+    if (!descriptor.isOpen()) {
         if (errno != ENOENT)
             failure = lastError();
         return std::nullopt;
     }
     struct stat status {};
-    if (::fstat(descriptor.number(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    if (::fstat(descriptor.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
         failure = std::make_error_code(std::errc::invalid_argument);
         return std::nullopt;
     }
@@ -109,7 +103,7 @@ std::optional<std::string> SharedFile::read(std::size_t maxBytes, std::error_cod
     std::string contents(static_cast<std::size_t>(status.st_size), '\0');
     std::size_t filled = 0;
     while (filled < contents.size()) {
-        const ssize_t count = ::read(descriptor.number(), contents.data() + filled, contents.size() - filled);
+        const ssize_t count = ::read(descriptor.get(), contents.data() + filled, contents.size() - filled);
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0) {
@@ -129,18 +123,18 @@ bool SharedFile::hasChanged() const
 {
     struct stat current {};
     if (::stat(location_.c_str(), &current) != 0)
-        return static_cast<bool>(known_) || errno != ENOENT;
-    return !known_ || !sameVersion(current, knownStatus_);
+        return known_.isOpen() || errno != ENOENT;
+    return !known_.isOpen() || !sameVersion(current, knownStatus_);
 }
 
 std::error_code SharedFile::replace(const Lock&, std::string_view contents)
 {
     // The lock makes us the only writer, so a fixed name will do: what a killed process left there is overwritten.
     const fs::path next = beside(".new");
-    Descriptor descriptor{::open(next.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, ownerOnly)};
-    if (!descriptor)
+    FileDescriptor descriptor{::open(next.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, ownerOnly)};
+    if (!descriptor.isOpen())
         return lastError();
-    if (!writeAll(descriptor.number(), contents) || ::fsync(descriptor.number()) != 0 ||
+    if (!writeAll(descriptor.get(), contents) || ::fsync(descriptor.get()) != 0 ||
         ::rename(next.c_str(), location_.c_str()) != 0) {
         const std::error_code failure = lastError();
         ::unlink(next.c_str());
@@ -174,10 +168,10 @@ fs::path SharedFile::beside(std::string_view suffix) const
     return location_.parent_path() / name;
 }
 
-void SharedFile::remember(Descriptor descriptor)
+void SharedFile::remember(FileDescriptor descriptor)
 {
     known_ = {};
-    if (::fstat(descriptor.number(), &knownStatus_) == 0)
+    if (::fstat(descriptor.get(), &knownStatus_) == 0)
         known_ = std::move(descriptor);
 }
 

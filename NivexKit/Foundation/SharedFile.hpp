@@ -1,5 +1,7 @@
 #pragma once
 
+#include "NivexKit/Foundation/FileDescriptor.hpp"
+
 #include <sys/stat.h>
 
 #include <cstddef>
@@ -11,26 +13,6 @@
 #include <utility>
 
 namespace nivex {
-
-/// A file descriptor that closes itself.
-class Descriptor {
-public:
-    Descriptor() = default;
-    explicit Descriptor(int number) : number_{number} {}
-    Descriptor(Descriptor&& other) noexcept : number_{std::exchange(other.number_, -1)} {}
-    Descriptor& operator=(Descriptor&& other) noexcept
-    {
-        std::swap(number_, other.number_);
-        return *this;
-    }
-    ~Descriptor();
-
-    int number() const { return number_; }
-    explicit operator bool() const { return number_ >= 0; }
-
-private:
-    int number_ = -1;
-};
 
 /// A file of records or settings that several processes read, change and replace, such as the history.
 ///
@@ -48,9 +30,9 @@ public:
 
     private:
         friend SharedFile;
-        explicit Lock(Descriptor descriptor) : descriptor_{std::move(descriptor)} {}
+        explicit Lock(FileDescriptor descriptor) : descriptor_{std::move(descriptor)} {}
 
-        Descriptor descriptor_;
+        FileDescriptor descriptor_;
     };
 
     /// A location that is a symbolic link stands for the file it points to, which keeps the link.
@@ -76,11 +58,11 @@ public:
 
 private:
     std::filesystem::path beside(std::string_view suffix) const;
-    void remember(Descriptor descriptor);
+    void remember(FileDescriptor descriptor);
 
     std::filesystem::path location_;
     // Kept open so that the system cannot give the identity of the version we know to a later one.
-    Descriptor known_;
+    FileDescriptor known_;
     struct stat knownStatus_ {};
 };
 
