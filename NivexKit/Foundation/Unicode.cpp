@@ -2,6 +2,7 @@
 
 #include <unicode/brkiter.h>
 #include <unicode/locid.h>
+#include <unicode/normalizer2.h>
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
 #include <unicode/utf8.h>
@@ -57,6 +58,27 @@ void forEachCharacter(std::string_view text, Visitor visit)
         if (!visit(bytes))
             return;
     }
+}
+
+bool tellsDottedFromDotlessI(std::string_view locale)
+{
+    const std::string_view language = locale.substr(0, locale.find_first_of("_-.@"));
+    return language == "tr" || language == "az";
+}
+
+icu::UnicodeString composed(const icu::UnicodeString& text)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    const icu::Normalizer2* normalizer = icu::Normalizer2::getNFCInstance(status);
+    const icu::UnicodeString result = U_SUCCESS(status) ? normalizer->normalize(text, status) : text;
+    return U_SUCCESS(status) ? result : text;
+}
+
+/// Texts that differ only in case or in how their characters are composed become the same.
+icu::UnicodeString comparable(std::string_view text, std::uint32_t foldRules)
+{
+    // Composed before folding, so that a dotted capital i is seen as one letter, and again after it.
+    return composed(composed(unicode(text)).foldCase(foldRules));
 }
 
 bool isTrimmable(char32_t scalar) { return scalar == 0x200B || u_isUWhiteSpace(static_cast<UChar32>(scalar)); }
@@ -167,9 +189,10 @@ std::string lowercased(std::string_view text)
     return result;
 }
 
-bool containsIgnoringCase(std::string_view text, std::string_view part)
+bool containsIgnoringCase(std::string_view text, std::string_view part, std::string_view locale)
 {
-    return unicode(text).foldCase().indexOf(unicode(part).foldCase()) >= 0;
+    const std::uint32_t rules = tellsDottedFromDotlessI(locale) ? U_FOLD_CASE_EXCLUDE_SPECIAL_I : U_FOLD_CASE_DEFAULT;
+    return part.empty() || comparable(text, rules).indexOf(comparable(part, rules)) >= 0;
 }
 
 } // namespace nivex

@@ -37,7 +37,9 @@ std::string_view trimmed(std::string_view text);
 /// In lower case, by the default rules of Unicode; ill-formed bytes stay as they are.
 std::string lowercased(std::string_view text);
 
-/// True when `text` contains `part`, compared by full case folding. An empty `part` is contained in every text.
-bool containsIgnoringCase(std::string_view text, std::string_view part);
+/// True when `text` contains `part`, compared by full case folding, composed and decomposed characters being the same.
+/// An empty `part` is contained in every text. `locale` ("tr_TR.UTF-8") matters where a language has case rules of its
+/// own: Turkish and Azeri tell the dotted i from the dotless one.
+bool containsIgnoringCase(std::string_view text, std::string_view part, std::string_view locale = {});
 
 } // namespace nivex
