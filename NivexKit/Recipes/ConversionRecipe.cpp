@@ -1,0 +1,82 @@
+#include "NivexKit/Recipes/ConversionRecipe.hpp"
+
+#include "NivexKit/Foundation/Unicode.hpp"
+
+#include <algorithm>
+
+namespace nivex {
+namespace {
+
+/// Lets each setting block write its option; the other kinds have none.
+struct OptionSetter {
+    ConversionOptions& options;
+
+    void operator()(const step::Resize& block) { options.maxPixelDimension = block.value; }
+    void operator()(const step::Quality& block) { options.quality = block.value; }
+    void operator()(const step::Metadata& block) { options.metadata = block.value; }
+    void operator()(const step::ColorProfile& block) { options.colorProfile = block.value; }
+    void operator()(const step::Flatten& block) { options.flattenBackground = block.value; }
+    void operator()(const step::RenderDPI& block) { options.renderDPI = block.value; }
+    void operator()(const step::Page& block) { options.pageBackground = block.value; }
+    void operator()(const step::RemoveBackground& block) { options.removeBackground = block.value; }
+    void operator()(const step::MaxFileBytes& block) { options.maxFileBytes = block.value; }
+    void operator()(const step::VideoDefinition& block) { options.videoQuality = block.value; }
+    void operator()(const step::Codec& block) { options.videoCodec = block.value; }
+    void operator()(const step::AudioBitRate& block) { options.audioBitRate = block.value; }
+    template <class Other>
+    void operator()(const Other&)
+    {
+    }
+};
+
+/// Tests a file against each condition block; the other kinds accept every file.
+struct Condition {
+    const DetectionResult& file;
+    std::string_view locale;
+
+    bool operator()(const step::SourceFamily& block) const { return file.format && file.format->belongs(block.value); }
+    bool operator()(const step::SourceFormat& block) const { return file.format && file.format->id == block.value; }
+    bool operator()(const step::NameContains& block) const
+    {
+        return containsIgnoringCase(shownPath(file.fileName()), block.value, locale);
+    }
+    bool operator()(const step::InputSizeLimit& block) const { return file.fileSize <= block.value; }
+    template <class Other>
+    bool operator()(const Other&) const
+    {
+        return true;
+    }
+};
+
+} // namespace
+
+ConversionRecipe ConversionRecipe::make(std::string name, std::vector<Step> steps)
+{
+    return {.id = Uuid::random(), .version = currentVersion, .name = std::move(name), .steps = std::move(steps)};
+}
+
+std::optional<FormatID> ConversionRecipe::target() const
+{
+    for (const Step& each : steps)
+        if (const auto* convert = std::get_if<step::Convert>(&each))
+            return convert->value;
+    return std::nullopt;
+}
+
+ConversionOptions ConversionRecipe::options(const ConversionOptions& base) const
+{
+    validated();
+    const bool startsAfresh =
+        std::ranges::any_of(steps, [](const Step& each) { return std::holds_alternative<step::ResetDefaults>(each); });
+    ConversionOptions options = startsAfresh ? ConversionOptions{} : base;
+    for (const Step& each : steps)
+        std::visit(OptionSetter{options}, each);
+    return options;
+}
+
+bool ConversionRecipe::accepts(const DetectionResult& file, std::string_view locale) const
+{
+    return std::ranges::all_of(steps, [&](const Step& each) { return std::visit(Condition{file, locale}, each); });
+}
+
+} // namespace nivex
