@@ -1,0 +1,72 @@
+#pragma once
+
+#include "NivexKit/Contract/ConversionEngine.hpp"
+#include "NivexKit/Detection/DetectionResult.hpp"
+#include "NivexKit/Formats/FormatRegistry.hpp"
+#include "NivexKit/Planning/ConversionGraph.hpp"
+#include "NivexKit/Planning/ConversionPlan.hpp"
+
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <span>
+#include <unordered_map>
+#include <vector>
+
+namespace nivex {
+
+/// A target that several files share, with the plan of each by its location.
+struct CommonPlan {
+    FormatID target;
+    std::map<std::filesystem::path, ConversionPlan> plans;
+
+    bool operator==(const CommonPlan&) const = default;
+};
+
+/// Finds what a detected file can become on this machine, by which route and at what loss. Immutable once built; any
+/// thread may ask. The registry must outlive it.
+class ConversionPlanner {
+public:
+    /// The longest route that NIVEX proposes.
+    static constexpr int standardMaxSteps = 3;
+
+    /// Engine identifiers are unique among `engines`.
+    ConversionPlanner(EngineList engines, const FormatRegistry& registry, int maxSteps = standardMaxSteps);
+
+    const FormatRegistry& registry() const { return *registry_; }
+    const ConversionGraph& graph() const { return graph_; }
+    int maxSteps() const { return maxSteps_; }
+    /// Null when there is no such engine.
+    const ConversionEngine* engine(const EngineID& id) const;
+
+    /// One plan per target, in proposal order. None for a file that was not recognised or must not be converted.
+    std::vector<ConversionPlan> plans(const DetectionResult& detection) const;
+
+    /// The targets that all the files share, in the proposal order of the first one.
+    std::vector<CommonPlan> commonPlans(std::span<const DetectionResult> detections) const;
+
+    /// Re-encoding into the file's own format to make it smaller, where that format offers a target size.
+    std::optional<ConversionPlan> optimizationPlan(const DetectionResult& detection) const;
+
+private:
+    /// An edge of the graph with what its strings stand for; null formats are unknown to the registry.
+    struct ResolvedEdge {
+        const ConversionEngine* engine;
+        const FileFormat* source;
+        const FileFormat* target;
+    };
+
+    const ResolvedEdge& resolved(const ConversionGraph::Edge& edge) const { return edges_[graph_.indexOf(edge)]; }
+    std::vector<ConversionGraph::Path> routes(const FileFormat& source, const SourceProperties& properties) const;
+    std::optional<ConversionPlan> makePlan(const FileFormat& source, const SourceProperties& properties,
+                                           const ConversionGraph::Path& path) const;
+
+    const FormatRegistry* registry_;
+    EngineList engines_;
+    std::unordered_map<EngineID, const ConversionEngine*> enginesByID_;
+    ConversionGraph graph_;
+    std::vector<ResolvedEdge> edges_; // in the order of the graph's edges
+    int maxSteps_;
+};
+
+} // namespace nivex

@@ -1,0 +1,185 @@
+#include "NivexKit/Contract/LossAnalysis.hpp"
+#include "NivexKit/Planning/ConversionPlanner.hpp"
+#include "tests/Support/FakeEngine.hpp"
+
+namespace nivex {
+namespace {
+
+using testing::edge;
+using ::testing::ElementsAre;
+using testing::fakeEngine;
+using ::testing::IsEmpty;
+using Kind = ConversionOptionKind;
+using Loss = ConversionLoss;
+
+const FormatRegistry& registry() { return FormatRegistry::standard(); }
+
+DetectionResult detected(const char* format, SourceProperties properties = {}, std::filesystem::path url = "/in/file")
+{
+    return {.url = std::move(url), .format = *registry().format(format), .properties = properties};
+}
+
+/// The targets in proposal order, each with its route: "png by jpeg".
+std::vector<std::string> shown(const std::vector<ConversionPlan>& plans)
+{
+    std::vector<std::string> result;
+    for (const ConversionPlan& plan : plans) {
+        std::string& text = result.emplace_back(plan.id().rawValue);
+        for (const FormatID& format : plan.intermediateFormats())
+            text += " by " + format.rawValue;
+    }
+    return result;
+}
+
+/// An engine that loses on each edge what no conversion can avoid, besides what the edge declares.
+std::shared_ptr<testing::FakeEngine> honestEngine(EngineID id, std::vector<EngineCapability> edges)
+{
+    auto engine = fakeEngine(std::move(id), edges);
+    engine->losses = [edges](const FileFormat& source, const SourceProperties& properties, const FileFormat& target) {
+        Loss losses = LossAnalysis::inherent(source, properties, target);
+        for (const EngineCapability& each : edges)
+            if (each.source == source.id && each.target == target.id)
+                losses |= each.potentialLosses;
+        return losses;
+    };
+    return engine;
+}
+
+TEST(ConversionPlanner, offersWhatRoutesOfThreeStepsReach)
+{
+    struct Case {
+        const char* name;
+        std::vector<EngineCapability> edges;
+        DetectionResult detection;
+        std::vector<std::string> expected;
+    };
+    DetectionResult unknown = detected("bmp");
+    unknown.format.reset();
+    DetectionResult encrypted = detected("bmp");
+    encrypted.issues = {DetectionIssue::extensionMismatch("PNG"), DetectionIssue::encrypted()};
+    DetectionResult misnamed = detected("bmp");
+    misnamed.issues = {DetectionIssue::extensionMismatch("PNG")};
+    const SourceProperties alpha{.hasAlpha = true};
+    const SourceProperties pages{.pageCount = 3};
+    // clang-format off
+    const Case cases[] = {
+        {"not recognised",                  {edge("bmp", "png")}, unknown, {}},
+        {"blocked",                         {edge("bmp", "png")}, encrypted, {}},
+        {"only misnamed",                   {edge("bmp", "png")}, misnamed, {"png"}},
+        {"four steps are too many",         {edge("bmp", "png"), edge("png", "tga"), edge("tga", "hdr"), edge("hdr", "exr")}, detected("bmp"),
+                                            {"png", "tga by png", "hdr by png by tga"}},
+        {"unknown to the registry",         {edge("bmp", "nonesuch"), edge("nonesuch", "png")}, detected("bmp"), {}},
+        {"losses make a detour cheaper",    {edge("bmp", "png", Loss::layers), edge("bmp", "tga"), edge("tga", "png")}, detected("bmp"),
+                                            {"png by tga", "tga"}},
+        {"small losses do not",             {edge("bmp", "png", Loss::metadata), edge("bmp", "tga"), edge("tga", "png")}, detected("bmp"),
+                                            {"png", "tga"}},
+        {"a detour through pixels",         {edge("svg", "bmp"), edge("bmp", "pdf")}, detected("svg"), {"bmp"}},
+        {"a detour through one page",       {edge("pdf", "bmp"), edge("bmp", "tiff")}, detected("pdf", pages), {"bmp"}},
+        {"the target cannot hold pages",    {edge("pdf", "bmp"), edge("bmp", "jpeg")}, detected("pdf", pages), {"jpeg by bmp", "bmp"}},
+        {"direct, losing what it need not", {edge("bmp", "png", Loss::layers)}, detected("bmp"), {"png"}},
+        {"lost on the way, not missed",     {edge("png", "jpeg"), edge("jpeg", "hdr")}, detected("png", alpha), {"jpeg", "hdr by jpeg"}},
+        {"lost on the way, missed",         {edge("png", "jpeg"), edge("jpeg", "webp")}, detected("png", alpha), {"jpeg"}},
+        {"nothing there to lose",           {edge("png", "jpeg"), edge("jpeg", "webp")}, detected("png"), {"jpeg", "webp by jpeg"}},
+    };
+    // clang-format on
+    for (const Case& each : cases) {
+        SCOPED_TRACE(each.name);
+        const ConversionPlanner planner{{honestEngine("fake", each.edges)}, registry()};
+        EXPECT_THAT(shown(planner.plans(each.detection)), ::testing::ElementsAreArray(each.expected));
+    }
+}
+
+TEST(ConversionPlanner, aPlanTellsItsRouteWholly)
+{
+    EngineCapability silent = edge("jpeg", "pdf", Loss::metadata, {Kind::background});
+    silent.reportsProgress = false;
+    const EngineList engines{honestEngine("first", {edge("png", "jpeg", Loss::compression, {Kind::quality})}),
+                             honestEngine("second", {silent})};
+    const ConversionPlanner planner{engines, registry()};
+    const FileFormat& png = *registry().format("png");
+    const ConversionPlan direct{.source = png,
+                                .target = *registry().format("jpeg"),
+                                .steps = {{"first", "png", "jpeg"}},
+                                .losses = Loss::compression | Loss::colorDepth,
+                                .options = {Kind::quality, Kind::targetSize},
+                                .reportsProgress = true};
+    const ConversionPlan indirect{.source = png,
+                                  .target = *registry().format("pdf"),
+                                  .steps = {{"first", "png", "jpeg"}, {"second", "jpeg", "pdf"}},
+                                  .losses = Loss::compression | Loss::colorDepth | Loss::metadata,
+                                  .options = {Kind::quality, Kind::background, Kind::targetSize},
+                                  .reportsProgress = false};
+    EXPECT_THAT(planner.plans(detected("png", {.bitsPerComponent = 16})), ElementsAre(direct, indirect));
+    EXPECT_EQ(planner.engine("second"), engines[1].get());
+    EXPECT_EQ(planner.engine("third"), nullptr);
+}
+
+TEST(ConversionPlanner, severalFilesShareTheTargetsThatAllOfThemHave)
+{
+    const ConversionPlanner planner{
+        {fakeEngine("fake", {edge("bmp", "png"), edge("bmp", "jpeg"), edge("bmp", "tiff"), edge("tga", "tiff"),
+                             edge("tga", "jpeg"), edge("wav", "flac")})},
+        registry()};
+    const DetectionResult bmp = detected("bmp", {}, "/in/a.bmp");
+    const DetectionResult tga = detected("tga", {}, "/in/b.tga");
+    const DetectionResult wav = detected("wav", {}, "/in/c.wav");
+
+    const std::vector<CommonPlan> common = planner.commonPlans(std::vector{bmp, tga});
+    ASSERT_EQ(common.size(), 2u);
+    EXPECT_EQ(common[0].target, "jpeg");
+    EXPECT_EQ(common[1].target, "tiff");
+    EXPECT_EQ(common[1].plans.at("/in/a.bmp").source.id, "bmp");
+    EXPECT_EQ(common[1].plans.at("/in/b.tga").source.id, "tga");
+    EXPECT_THAT(planner.commonPlans(std::vector{bmp, wav}), IsEmpty());
+    EXPECT_THAT(planner.commonPlans({}), IsEmpty());
+}
+
+TEST(ConversionPlanner, shrinkingStaysInTheFormat)
+{
+    const auto optimizer = fakeEngine("native-optimization", {edge("mp4", "mp4")});
+    const auto images = fakeEngine("native-image", {edge("png", "jpeg"), edge("png", "pdf"), edge("png", "bmp")});
+    images->losses = [](const FileFormat& source, const SourceProperties&, const FileFormat& target) {
+        return source == target ? Loss::metadata : Loss{};
+    };
+    const auto media = fakeEngine("native-media", {edge("mov", "mp4")});
+    const ConversionPlanner planner{{images, optimizer, media}, registry()};
+
+    struct Case {
+        const char* format;
+        Loss losses;
+        ConversionOptionKinds options;
+        bool reportsProgress;
+    };
+    const Loss smaller = Loss::compression | Loss::resolution;
+    // clang-format off
+    const Case cases[] = {
+        {"jpeg", smaller | Loss::metadata,                        {Kind::targetSize, Kind::quality, Kind::dimensions, Kind::metadata,
+                                                                   Kind::colorProfile, Kind::removeBackground, Kind::background}, false},
+        {"pdf",  smaller | Loss::rasterization | Loss::formatting, {Kind::targetSize}, false},
+        {"mp4",  smaller,                                          {Kind::targetSize, Kind::videoQuality}, true},
+    };
+    // clang-format on
+    for (const Case& each : cases) {
+        const FileFormat& format = *registry().format(each.format);
+        EXPECT_EQ(planner.optimizationPlan(detected(each.format)),
+                  (ConversionPlan{.source = format,
+                                  .target = format,
+                                  .steps = {{"native-optimization", each.format, each.format}},
+                                  .losses = each.losses,
+                                  .options = each.options,
+                                  .reportsProgress = each.reportsProgress}))
+            << each.format;
+    }
+    EXPECT_EQ(planner.optimizationPlan(detected("bmp")), std::nullopt) << "offers no target size";
+    EXPECT_EQ(planner.optimizationPlan(detected("heic")), std::nullopt) << "nothing here writes it";
+    DetectionResult corrupted = detected("jpeg");
+    corrupted.issues = {DetectionIssue::corrupted("fin manquante")};
+    EXPECT_EQ(planner.optimizationPlan(corrupted), std::nullopt);
+
+    optimizer->state = EngineAvailability::unavailable("absent");
+    const ConversionPlanner without{{images, optimizer}, registry()};
+    EXPECT_EQ(without.optimizationPlan(detected("jpeg")), std::nullopt) << "nothing here could run it";
+}
+
+} // namespace
+} // namespace nivex
