@@ -1,0 +1,10 @@
+#include "NivexKit/Engines/InDesignPreview/InDesignPreviewEngine.hpp"
+
+namespace nivex {
+
+InDesignPreviewEngine::InDesignPreviewEngine(const FormatRegistry&)
+    : DeclaredEngine{"native-indesign-preview", "Aperçus enregistrés par InDesign"_fr}
+{
+}
+
+} // namespace nivex

@@ -1,0 +1,10 @@
+#include "NivexKit/Engines/Optimization/OptimizationEngine.hpp"
+
+namespace nivex {
+
+OptimizationEngine::OptimizationEngine(const FormatRegistry&)
+    : DeclaredEngine{"native-optimization", "Optimisation locale"_fr}
+{
+}
+
+} // namespace nivex
