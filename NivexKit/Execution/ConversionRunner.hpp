@@ -1,0 +1,53 @@
+#pragma once
+
+#include "NivexKit/Contract/BudgetShrinker.hpp"
+#include "NivexKit/Contract/ConversionEngine.hpp"
+#include "NivexKit/Contract/ConversionOptions.hpp"
+#include "NivexKit/Execution/ConversionOutcome.hpp"
+#include "NivexKit/Execution/LeftoverSweep.hpp"
+#include "NivexKit/Formats/FormatRegistry.hpp"
+#include "NivexKit/Foundation/ResourceLimits.hpp"
+#include "NivexKit/Planning/ConversionPlan.hpp"
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <stop_token>
+#include <unordered_map>
+
+namespace nivex {
+
+/// Carries out a plan for one file: every step by its engine in a private workspace, checks, and only at the end the
+/// move into the destination. A plain value; several runs may go on at once. The registry must outlive it.
+class ConversionRunner {
+public:
+    using Engines = std::unordered_map<EngineID, std::shared_ptr<const ConversionEngine>>;
+
+    /// `shrinker` makes images that miss their target size smaller; without one they are only measured.
+    ConversionRunner(const EngineList& engines, const FormatRegistry& registry, const ResourceLimits& limits,
+                     std::shared_ptr<const BudgetShrinker> shrinker = {});
+
+    const ResourceLimits& limits() const { return limits_; }
+
+    /// Converts `input`, blocking, and returns what stands in the destination now. The input is only read. After any
+    /// other end than success the destination is as it was before.
+    ///
+    /// progress      called on any thread, one call at a time and none after the return
+    /// cancellation  ends the run with ConversionError::cancelled, at once even when an engine does not notice
+    /// errors        ConversionError; what else an engine throws is passed on
+    ConversionOutcome run(const ConversionPlan& plan, const std::filesystem::path& input,
+                          const ConversionOptions& options, const OutputDestination& destination,
+                          const ProgressCallback& progress, const std::stop_token& cancellation) const;
+
+    /// The bytes of a file, or of the files in a folder; what cannot be measured counts as nothing.
+    static std::int64_t size(const std::filesystem::path& of);
+
+private:
+    Engines engines_;
+    const FormatRegistry* registry_;
+    ResourceLimits limits_;
+    std::shared_ptr<const BudgetShrinker> shrinker_;
+    std::shared_ptr<LeftoverSweep> leftovers_ = std::make_shared<LeftoverSweep>();
+};
+
+} // namespace nivex
