@@ -1,0 +1,61 @@
+#pragma once
+
+#include "NivexKit/Contract/ConversionOptions.hpp"
+#include "NivexKit/Detection/DetectionResult.hpp"
+#include "NivexKit/Execution/ConversionOutcome.hpp"
+#include "NivexKit/Foundation/Uuid.hpp"
+#include "NivexKit/Planning/ConversionPlan.hpp"
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <variant>
+
+namespace nivex {
+
+/// One file on its way to one target. The jobs of one call of the queue are a batch.
+struct ConversionJob {
+    struct Waiting {
+        bool operator==(const Waiting&) const = default;
+    };
+    struct Running {
+        std::optional<double> fraction; // 0…1; absent while the amount of work is unknown
+
+        bool operator==(const Running&) const = default;
+    };
+    struct Succeeded {
+        ConversionOutcome outcome;
+
+        bool operator==(const Succeeded&) const = default;
+    };
+    struct Failed {
+        std::string message; // as the user reads it
+
+        bool operator==(const Failed&) const = default;
+    };
+    struct Cancelled {
+        bool operator==(const Cancelled&) const = default;
+    };
+    using State = std::variant<Waiting, Running, Succeeded, Failed, Cancelled>;
+    using Time = std::chrono::system_clock::time_point;
+
+    Uuid id;
+    Uuid batchID;
+    DetectionResult source; // its location is the file to convert
+    ConversionPlan plan;
+    ConversionOptions options;
+    OutputDestination destination;
+    State state;
+    Time createdAt;
+    std::optional<Time> finishedAt; // set with a finished state
+
+    /// True for Succeeded, Failed and Cancelled, which never change again.
+    bool isFinished() const
+    {
+        return !std::holds_alternative<Waiting>(state) && !std::holds_alternative<Running>(state);
+    }
+
+    bool operator==(const ConversionJob&) const = default;
+};
+
+} // namespace nivex

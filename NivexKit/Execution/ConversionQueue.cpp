@@ -1,0 +1,352 @@
+#include "NivexKit/Execution/ConversionQueue.hpp"
+
+#include "NivexKit/Execution/FailureMessage.hpp"
+#include "NivexKit/Foundation/BlockingWork.hpp"
+#include "NivexKit/Foundation/ConversionError.hpp"
+
+#include <algorithm>
+#include <exception>
+#include <iterator>
+#include <mutex>
+#include <stop_token>
+#include <system_error>
+
+namespace nivex {
+
+using Job = ConversionJob;
+
+/// The run of one job: what its thread needs, and what it has to tell the main thread.
+struct ConversionQueue::Task {
+    Task(const Job& job, std::weak_ptr<const bool> queue)
+        : id{job.id}, plan{job.plan}, input{job.source.url}, options{job.options}, destination{job.destination},
+          queueIsAlive{std::move(queue)}
+    {
+    }
+
+    const Uuid id;
+    const ConversionPlan plan;
+    const std::filesystem::path input;
+    const ConversionOptions options;
+    const OutputDestination destination;
+    const std::weak_ptr<const bool> queueIsAlive;
+    std::stop_source cancellation;
+
+    std::mutex mutex;
+    std::optional<double> fraction; // the latest report
+    bool reportIsPosted = false;    // one at a time: an engine may report faster than the main thread reads
+};
+
+namespace {
+
+/// Where a batch counts the jobs in a finished state; null for the other states.
+std::size_t* countOf(const Job::State& state, BatchProgress& counts)
+{
+    if (std::holds_alternative<Job::Succeeded>(state))
+        return &counts.succeeded;
+    if (std::holds_alternative<Job::Failed>(state))
+        return &counts.failed;
+    return std::holds_alternative<Job::Cancelled>(state) ? &counts.cancelled : nullptr;
+}
+
+} // namespace
+
+ConversionQueue::ConversionQueue(ConversionRunner runner, MainLoop& mainLoop, std::optional<int> maxConcurrentJobs,
+                                 Clock now, Identifiers newIdentifier)
+    : runner_{std::move(runner)}, mainLoop_{mainLoop},
+      maxConcurrentJobs_{std::max(1, maxConcurrentJobs.value_or(runner_.limits().maxConcurrentJobs))},
+      now_{std::move(now)}, newIdentifier_{std::move(newIdentifier)}
+{
+}
+
+ConversionQueue::~ConversionQueue()
+{
+    mainThread_.check();
+    alive_.reset();
+    for (const auto& [id, running] : tasks_)
+        running.task->cancellation.request_stop();
+    tasks_.clear(); // waits for their threads
+}
+
+// Queuing and looking up
+
+Uuid ConversionQueue::enqueue(const std::vector<Request>& requests, const ConversionOptions& options,
+                              const OutputDestination& destination)
+{
+    mainThread_.check();
+    const Uuid batchID = newIdentifier_();
+    if (requests.empty())
+        return batchID;
+    Batch& batch = batches_[batchID];
+    const Job::Time now = now_();
+    for (const auto& [source, plan] : requests) {
+        const Uuid id = newIdentifier_();
+        jobs_.push_back({.id = id,
+                         .batchID = batchID,
+                         .source = source,
+                         .plan = plan,
+                         .options = options,
+                         .destination = destination,
+                         .createdAt = now});
+        index_.emplace(id, std::prev(jobs_.end()));
+        waiting_.push_back(id);
+        batch.members.push_back(id);
+    }
+    batch.counts.total = requests.size();
+    unfinished_ += requests.size();
+    startWaiting();
+    changed();
+    return batchID;
+}
+
+const std::list<Job>& ConversionQueue::jobs() const
+{
+    mainThread_.check();
+    return jobs_;
+}
+
+const Job* ConversionQueue::job(const Uuid& id) const
+{
+    mainThread_.check();
+    return find(id);
+}
+
+std::vector<const Job*> ConversionQueue::jobsInBatch(const Uuid& batchID) const
+{
+    mainThread_.check();
+    std::vector<const Job*> jobs;
+    if (const auto batch = batches_.find(batchID); batch != batches_.end())
+        for (const Uuid& id : batch->second.members)
+            if (const Job* const job = find(id))
+                jobs.push_back(job);
+    return jobs;
+}
+
+std::optional<BatchProgress> ConversionQueue::progress(const Uuid& ofBatch) const
+{
+    mainThread_.check();
+    const auto batch = batches_.find(ofBatch);
+    if (batch == batches_.end())
+        return std::nullopt;
+    BatchProgress progress = batch->second.counts;
+    double done = static_cast<double>(progress.finished);
+    for (const auto& [id, running] : tasks_) {
+        const Job* const job = find(id);
+        if (job->batchID == ofBatch)
+            if (const auto* state = std::get_if<Job::Running>(&job->state))
+                done += state->fraction.value_or(0);
+    }
+    progress.fraction = done / static_cast<double>(progress.total);
+    return progress;
+}
+
+bool ConversionQueue::isBusy() const
+{
+    mainThread_.check();
+    return unfinished_ > 0;
+}
+
+int ConversionQueue::maxConcurrentJobs() const
+{
+    mainThread_.check();
+    return maxConcurrentJobs_;
+}
+
+void ConversionQueue::setMaxConcurrentJobs(int count)
+{
+    mainThread_.check();
+    maxConcurrentJobs_ = std::max(1, count);
+    startWaiting();
+    changed();
+}
+
+// Running
+
+void ConversionQueue::startWaiting()
+{
+    while (!waiting_.empty() && tasks_.size() < static_cast<std::size_t>(maxConcurrentJobs_)) {
+        Job* const job = find(waiting_.front());
+        waiting_.pop_front();
+        if (job && std::holds_alternative<Job::Waiting>(job->state))
+            start(*job);
+    }
+}
+
+void ConversionQueue::start(Job& job)
+{
+    if (idleThreads_.empty())
+        idleThreads_.push_back(std::make_unique<SerialQueue>("nivex.job"));
+    const auto task = std::make_shared<Task>(job, alive_);
+    try {
+        idleThreads_.back()->post([this, task] { work(task); });
+    } catch (const std::system_error&) { // the system has no thread left
+        idleThreads_.pop_back();
+        return settle(job, Job::Failed{failureMessage(std::current_exception())});
+    }
+    job.state = Job::Running{};
+    tasks_.emplace(job.id, RunningTask{task, std::move(idleThreads_.back())});
+    idleThreads_.pop_back();
+}
+
+void ConversionQueue::work(const std::shared_ptr<Task>& task)
+{
+    const std::stop_token cancellation = task->cancellation.get_token();
+    const auto onProgress = [this, &task](std::optional<double> fraction) { report(task, fraction); };
+    Job::State state = Job::Cancelled{};
+    try {
+        state = Job::Succeeded{
+            runner_.run(task->plan, task->input, task->options, task->destination, onProgress, cancellation)};
+    } catch (const ConversionError& error) {
+        if (error.kind() != ConversionError::Kind::cancelled && !cancellation.stop_requested())
+            state = Job::Failed{error.message()};
+    } catch (...) {
+        if (!cancellation.stop_requested())
+            state = Job::Failed{failureMessage(std::current_exception())};
+    }
+    mainLoop_.post([this, task, state = std::move(state)] {
+        if (!task->queueIsAlive.expired())
+            finished(task->id, state);
+    });
+}
+
+void ConversionQueue::report(const std::shared_ptr<Task>& task, std::optional<double> fraction)
+{
+    {
+        const std::lock_guard lock{task->mutex};
+        task->fraction = fraction;
+        if (std::exchange(task->reportIsPosted, true))
+            return;
+    }
+    mainLoop_.post([this, task] {
+        if (!task->queueIsAlive.expired())
+            reported(*task);
+    });
+}
+
+void ConversionQueue::reported(Task& task)
+{
+    std::optional<double> fraction;
+    {
+        const std::lock_guard lock{task.mutex};
+        fraction = task.fraction;
+        task.reportIsPosted = false;
+    }
+    Job* const job = find(task.id);
+    if (!job || !std::holds_alternative<Job::Running>(job->state))
+        return;
+    job->state = Job::Running{fraction};
+    changed();
+}
+
+void ConversionQueue::finished(const Uuid& id, Job::State state)
+{
+    const auto running = tasks_.find(id);
+    idleThreads_.push_back(std::move(running->second.thread));
+    tasks_.erase(running);
+    settle(*find(id), std::move(state)); // a running job is never removed
+    startWaiting();
+    changed();
+}
+
+void ConversionQueue::settle(Job& job, Job::State state)
+{
+    job.state = std::move(state);
+    job.finishedAt = now_();
+    --unfinished_;
+    BatchProgress& counts = batches_.at(job.batchID).counts;
+    ++counts.finished;
+    ++*countOf(job.state, counts);
+    if (onJobFinished) {
+        const Job copy = job; // the callback may remove the job
+        onJobFinished(copy);
+    }
+}
+
+// Cancelling and removing
+
+void ConversionQueue::cancel(const Uuid& id)
+{
+    mainThread_.check();
+    cancelEach({id});
+}
+
+void ConversionQueue::cancelBatch(const Uuid& batchID)
+{
+    mainThread_.check();
+    if (const auto batch = batches_.find(batchID); batch != batches_.end())
+        cancelEach(std::vector{batch->second.members});
+}
+
+void ConversionQueue::cancelAll()
+{
+    mainThread_.check();
+    std::vector<Uuid> ids; // taken now: what a callback queues meanwhile is not meant
+    for (const Job& job : jobs_)
+        if (!job.isFinished())
+            ids.push_back(job.id);
+    cancelEach(ids);
+}
+
+void ConversionQueue::cancelEach(const std::vector<Uuid>& ids)
+{
+    for (const Uuid& id : ids) {
+        if (const auto running = tasks_.find(id); running != tasks_.end())
+            running->second.task->cancellation.request_stop();
+        else if (Job* const job = find(id); job && !job->isFinished())
+            settle(*job, Job::Cancelled{});
+    }
+    changed();
+}
+
+void ConversionQueue::clearFinished()
+{
+    mainThread_.check();
+    for (auto job = jobs_.begin(); job != jobs_.end();)
+        job = job->isFinished() ? erase(job) : std::next(job);
+    changed();
+}
+
+void ConversionQueue::remove(const Uuid& id)
+{
+    mainThread_.check();
+    const auto found = index_.find(id);
+    if (found == index_.end() || tasks_.contains(id))
+        return;
+    erase(found->second);
+    changed();
+}
+
+ConversionQueue::Jobs::iterator ConversionQueue::erase(Jobs::iterator job)
+{
+    const auto batch = batches_.find(job->batchID);
+    BatchProgress& counts = batch->second.counts;
+    if (std::size_t* const count = countOf(job->state, counts)) {
+        --*count;
+        --counts.finished;
+    } else {
+        --unfinished_;
+    }
+    if (--counts.total == 0)
+        batches_.erase(batch);
+    index_.erase(job->id);
+    return jobs_.erase(job);
+}
+
+const Job* ConversionQueue::find(const Uuid& id) const
+{
+    const auto found = index_.find(id);
+    return found == index_.end() ? nullptr : &*found->second;
+}
+
+Job* ConversionQueue::find(const Uuid& id)
+{
+    const auto found = index_.find(id);
+    return found == index_.end() ? nullptr : &*found->second;
+}
+
+void ConversionQueue::changed() const
+{
+    if (onChange)
+        onChange();
+}
+
+} // namespace nivex
