@@ -2,54 +2,88 @@
 
 #include "NivexKit/Foundation/Unicode.hpp"
 
-#include <nlohmann/json.hpp>
+#include <simdjson.h>
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <limits>
 
 namespace nivex {
 namespace {
 
-using Library = nlohmann::json;
+namespace dom = simdjson::dom;
 
-/// Builds a JsonValue from the library's events, so that depth, double names and precision are ours to judge.
-class TreeBuilder : public nlohmann::json_sax<Library> {
+/// Tells a parsed document as events. The library has checked its depth, so the recursion is bounded.
+class Teller {
 public:
-    explicit TreeBuilder(std::size_t maxDepth) : maxDepth_{maxDepth} {}
+    explicit Teller(JsonEvents& events) : events_{events} {}
 
+    void tell(dom::element element)
+    {
+        switch (element.type()) {
+        case dom::element_type::OBJECT:
+            events_.beginObject();
+            for (const dom::key_value_pair member : dom::object{element}) {
+                events_.key(member.key);
+                tell(member.value);
+            }
+            return events_.endObject();
+        case dom::element_type::ARRAY:
+            events_.beginArray();
+            for (const dom::element each : dom::array{element})
+                tell(each);
+            return events_.endArray();
+        default:
+            events_.scalar(scalar(element));
+        }
+    }
+
+private:
+    static JsonValue scalar(dom::element element)
+    {
+        switch (element.type()) {
+        case dom::element_type::STRING:
+            return std::string_view{element};
+        case dom::element_type::INT64:
+            return std::int64_t{element};
+        case dom::element_type::UINT64: // past the signed range
+            return static_cast<double>(std::uint64_t{element});
+        case dom::element_type::DOUBLE:
+            return double{element};
+        case dom::element_type::BOOL:
+            return bool{element};
+        default:
+            return nullptr;
+        }
+    }
+
+    JsonEvents& events_;
+};
+
+/// Builds a JsonValue from events.
+class TreeBuilder : public JsonEvents {
+public:
     JsonValue take() { return std::move(root_); }
 
-    bool null() override { return add(nullptr); }
-    bool boolean(bool value) override { return add(value); }
-    bool number_integer(number_integer_t value) override { return add(std::int64_t{value}); }
-    bool number_unsigned(number_unsigned_t value) override
+    void beginObject() override { frames_.push_back(Frame{.isObject = true}); }
+    void key(std::string_view name) override
     {
-        if (value <= static_cast<number_unsigned_t>(std::numeric_limits<std::int64_t>::max()))
-            return add(static_cast<std::int64_t>(value));
-        return add(static_cast<double>(value));
-    }
-    bool number_float(number_float_t value, const string_t&) override { return add(value); }
-    bool string(string_t& value) override { return add(std::move(value)); }
-    bool binary(binary_t&) override { return false; }
-
-    bool start_object(std::size_t) override { return open(Frame{.isObject = true}); }
-    bool key(string_t& name) override
-    {
-        Frame& frame = frames_.back();
-        if (frame.object.find(name))
+        if (frames_.back().object.find(name))
             throw JsonError{"a member is named twice"};
-        frame.name = std::move(name);
-        return true;
+        frames_.back().name = name;
     }
-    bool end_object() override { return close(); }
-    bool start_array(std::size_t) override { return open(Frame{.isObject = false}); }
-    bool end_array() override { return close(); }
+    void endObject() override { close(); }
+    void beginArray() override { frames_.push_back(Frame{.isObject = false}); }
+    void endArray() override { close(); }
 
-    bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception& error) override
+    void scalar(JsonValue value) override
     {
-        throw JsonError{error.what()};
+        if (frames_.empty())
+            root_ = std::move(value);
+        else if (Frame& frame = frames_.back(); frame.isObject)
+            frame.object.set(frame.name, std::move(value));
+        else
+            frame.array.push_back(std::move(value));
     }
 
 private:
@@ -60,33 +94,16 @@ private:
         std::string name{};
     };
 
-    bool open(Frame frame)
-    {
-        if (frames_.size() == maxDepth_)
-            throw JsonError{"nested too deeply"};
-        frames_.push_back(std::move(frame));
-        return true;
-    }
-
-    bool close()
+    void close()
     {
         Frame frame = std::move(frames_.back());
         frames_.pop_back();
-        return frame.isObject ? add(std::move(frame.object)) : add(std::move(frame.array));
-    }
-
-    bool add(JsonValue value)
-    {
-        if (frames_.empty())
-            root_ = std::move(value);
-        else if (Frame& frame = frames_.back(); frame.isObject)
-            frame.object.set(frame.name, std::move(value));
+        if (frame.isObject)
+            scalar(std::move(frame.object));
         else
-            frame.array.push_back(std::move(value));
-        return true;
+            scalar(std::move(frame.array));
     }
 
-    std::size_t maxDepth_;
     std::vector<Frame> frames_;
     JsonValue root_;
 };
@@ -114,7 +131,7 @@ private:
         const auto end = std::to_chars(buffer, buffer + sizeof buffer, value).ptr;
         out_.append(buffer, end);
     }
-    void writeAlternative(const std::string& value) { writeString(value); }
+    void writeAlternative(const std::string& value) { appendJsonString(out_, value); }
     void writeAlternative(const JsonArray& values)
     {
         list('[', values, ']', [this](const JsonValue& value) { write(value); });
@@ -122,7 +139,7 @@ private:
     void writeAlternative(const JsonObject& object)
     {
         const auto writeMember = [this](const JsonObject::Member* member) {
-            writeString(member->first);
+            appendJsonString(out_, member->first);
             out_ += pretty_ ? " : " : ":";
             write(member->second);
         };
@@ -159,28 +176,6 @@ private:
             out_.append("\n").append(2 * depth_, ' ');
     }
 
-    void writeString(const std::string& raw)
-    {
-        static constexpr char digits[] = "0123456789abcdef";
-        out_ += '"';
-        for (const char each : isValidUtf8(raw) ? raw : validUtf8(raw)) {
-            const auto byte = static_cast<unsigned char>(each);
-            if (each == '"' || each == '\\')
-                out_.append({'\\', each});
-            else if (each == '\n')
-                out_ += "\\n";
-            else if (each == '\t')
-                out_ += "\\t";
-            else if (each == '\r')
-                out_ += "\\r";
-            else if (byte < 0x20 || byte == 0x7F)
-                out_.append("\\u00").append({digits[byte >> 4], digits[byte & 0x0F]});
-            else
-                out_ += each;
-        }
-        out_ += '"';
-    }
-
     bool pretty_;
     std::size_t depth_ = 0;
     std::string out_;
@@ -214,7 +209,7 @@ const JsonValue* JsonObject::find(std::string_view name) const
     return found == members_.end() ? nullptr : &found->second;
 }
 
-bool JsonObject::operator==(const JsonObject&) const = default;
+bool JsonObject::operator==(const JsonObject& other) const { return members_ == other.members_; }
 
 std::optional<double> JsonValue::number() const
 {
@@ -225,12 +220,55 @@ std::optional<double> JsonValue::number() const
     return std::nullopt;
 }
 
+void readJson(std::string_view text, JsonEvents& events, std::size_t maxDepth)
+{
+    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+    if (text.starts_with(byteOrderMark))
+        text.remove_prefix(byteOrderMark.size());
+    if (text.empty())
+        throw JsonError{"nothing there"};
+    dom::parser parser;
+    simdjson::error_code failure = parser.allocate(text.size(), maxDepth);
+    dom::element root;
+    if (!failure)
+        failure = parser.parse(text.data(), text.size()).get(root);
+    if (failure)
+        throw JsonError{simdjson::error_message(failure)};
+    Teller{events}.tell(root);
+}
+
 JsonValue parseJson(std::string_view text, std::size_t maxDepth)
 {
-    TreeBuilder builder{maxDepth};
-    if (!Library::sax_parse(text.begin(), text.end(), &builder))
-        throw JsonError{"not a JSON text"};
+    TreeBuilder builder;
+    readJson(text, builder, maxDepth);
     return builder.take();
+}
+
+void appendJsonString(std::string& json, std::string_view text)
+{
+    static constexpr char digits[] = "0123456789abcdef";
+    if (!isValidUtf8(text))
+        return appendJsonString(json, validUtf8(text));
+    json += '"';
+    std::size_t plain = 0; // where the characters begin that need no escape
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        if (byte >= 0x20 && byte != '"' && byte != '\\' && byte != 0x7F)
+            continue;
+        json.append(text, plain, i - plain);
+        plain = i + 1;
+        if (byte == '"' || byte == '\\')
+            json.append({'\\', text[i]});
+        else if (byte == '\n')
+            json += "\\n";
+        else if (byte == '\t')
+            json += "\\t";
+        else if (byte == '\r')
+            json += "\\r";
+        else
+            json.append("\\u00").append({digits[byte >> 4], digits[byte & 0x0F]});
+    }
+    json.append(text, plain).append(1, '"');
 }
 
 std::string writeJson(const JsonValue& value, JsonStyle style)

@@ -80,14 +80,36 @@ struct JsonError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// Receives the parts of a JSON text in their order. What it throws passes through the reader.
+class JsonEvents {
+public:
+    virtual ~JsonEvents() = default;
+
+    virtual void beginObject() = 0;
+    virtual void key(std::string_view name) = 0;
+    virtual void endObject() = 0;
+    virtual void beginArray() = 0;
+    virtual void endArray() = 0;
+    /// Anything but an object or array.
+    virtual void scalar(JsonValue value) = 0;
+};
+
+/// Reads one JSON text without building a tree of it, for lists of thousands of entries. Refuses, with a JsonError and
+/// before the first event, what `parseJson` refuses; but it reports a member named twice as it stands.
+void readJson(std::string_view text, JsonEvents& events, std::size_t maxDepth = 64);
+
 /// Reads one JSON text. Refuses, with a JsonError: text that is not UTF-8, anything behind the value, nesting deeper
-/// than `maxDepth`, an object that names a member twice, and numbers that no double can hold.
+/// than `maxDepth`, an object that names a member twice, whole numbers beyond 64 bits and numbers that no double can
+/// hold.
 JsonValue parseJson(std::string_view text, std::size_t maxDepth = 64);
 
 enum class JsonStyle {
     line,         // one line, members in their order
     prettySorted, // two-space indentation, members sorted by name
 };
+
+/// Appends a text as a JSON string, with its quotes.
+void appendJsonString(std::string& json, std::string_view text);
 
 /// Writes a value as UTF-8. Ill-formed bytes in strings are replaced; a number that is not finite becomes null.
 std::string writeJson(const JsonValue& value, JsonStyle style = JsonStyle::line);

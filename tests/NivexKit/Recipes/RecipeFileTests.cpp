@@ -120,6 +120,7 @@ TEST(RecipeFile, SaysInOneSentenceWhatIsWrong)
         {"a key twice", members(R"({"id":1,"id":1,"version":2,"name":"a","steps":[]})"), unreadable},
         {"not UTF-8", "{\"name\":\"\xFF\"}", unreadable},
         {"a number beyond every double", file(R"({"quality":{"_0":1e999}})"), unreadable},
+        {"a whole number beyond 64 bits", file(R"({"resize":{"_0":99999999999999999999}})"), unreadable},
         {"NaN is not JSON", file(R"({"quality":{"_0":NaN}})"), unreadable},
         {"a list", "[]", unreadable},
         {"a missing key", members(R"({"version":2,"name":"a","steps":[]})"), unreadable},
@@ -150,7 +151,7 @@ TEST(RecipeFile, SaysInOneSentenceWhatIsWrong)
          "Le bloc n° 1 du raccourci, « Réglages indépendants », porte une valeur inconnue."},
         {"more than 64 bits", file(convert + R"({"resize":{"_0":1e30}})"),
          "La taille doit être comprise entre 16 et 16 384 px."},
-        {"fewer than 64 bits", file(convert + R"({"inputSizeLimit":{"_0":-99999999999999999999}})"),
+        {"fewer than 64 bits", file(convert + R"({"inputSizeLimit":{"_0":-1e20}})"),
          "La limite d’entrée doit être comprise entre 1 octet et 10 Go."},
     };
     for (const Case& each : cases) {
