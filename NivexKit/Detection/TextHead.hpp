@@ -1,0 +1,78 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace nivex {
+
+/// The head as UTF-8 text, without a byte-order mark and without a character that the end of the head cuts; see
+/// SignatureSniffer::decodeText. The text lies in `head` itself, or in `storage` where it had to be converted.
+std::optional<std::string_view> decodedHead(std::span<const std::byte> head, std::string& storage);
+
+/// The head as it is when it may be text in an older encoding that keeps ASCII (Windows-1252, Shift-JIS, …): no zero
+/// byte and hardly any control character. Shapes of ASCII letters can be looked for in it, nothing else.
+std::optional<std::string_view> legacyHead(std::span<const std::byte> head);
+
+/// The lines of a text one after the other, without their ends.
+class Lines {
+public:
+    explicit Lines(std::string_view text) : rest_{text} {}
+
+    /// Moves to the next line; false behind the last.
+    bool next(std::string_view& line)
+    {
+        if (rest_.empty())
+            return false;
+        const std::size_t end = rest_.find('\n');
+        wasCut_ = end == std::string_view::npos;
+        line = rest_.substr(0, end);
+        rest_.remove_prefix(wasCut_ ? rest_.size() : end + 1);
+        if (line.ends_with('\r'))
+            line.remove_suffix(1);
+        return true;
+    }
+
+    /// Moves to the next line that holds more than white space.
+    bool nextFilled(std::string_view& line)
+    {
+        while (next(line))
+            if (line.find_first_not_of(" \t\f\v") != std::string_view::npos)
+                return true;
+        return false;
+    }
+
+    /// True when no line end follows the current line: the head may have cut it.
+    bool wasCut() const { return wasCut_; }
+    std::string_view rest() const { return rest_; }
+
+private:
+    std::string_view rest_;
+    bool wasCut_ = false;
+};
+
+/// `text` without ASCII white space at its beginning, and at both ends.
+inline std::string_view leftTrimmed(std::string_view text)
+{
+    return text.substr(std::min(text.find_first_not_of(" \t\r\n\f\v"), text.size()));
+}
+inline std::string_view bothTrimmed(std::string_view text)
+{
+    return leftTrimmed(text.substr(0, text.find_last_not_of(" \t\r\n\f\v") + 1));
+}
+
+inline bool isDigit(char letter) { return letter >= '0' && letter <= '9'; }
+inline bool isLetter(char letter) { return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z'); }
+/// Letters, digits and the underscore.
+inline bool isWordPart(char letter) { return isLetter(letter) || isDigit(letter) || letter == '_'; }
+
+/// The word at the beginning of `text`; empty when there is none or it begins with a digit.
+std::string_view openingWord(std::string_view text);
+
+/// Compares ASCII letters without regard to case.
+bool startsIgnoringCase(std::string_view text, std::string_view prefix);
+
+} // namespace nivex
