@@ -8,6 +8,8 @@
 #include <unicode/utf8.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <memory>
 
 namespace nivex {
@@ -81,18 +83,33 @@ icu::UnicodeString comparable(std::string_view text, std::uint32_t foldRules)
     return composed(composed(unicode(text)).foldCase(foldRules));
 }
 
-bool isTrimmable(char32_t scalar) { return scalar == 0x200B || u_isUWhiteSpace(static_cast<UChar32>(scalar)); }
+bool isTrimmable(char32_t scalar)
+{
+    if (scalar < 0x80)
+        return scalar == ' ' || (scalar >= 0x09 && scalar <= 0x0D);
+    return scalar == 0x200B || u_isUWhiteSpace(static_cast<UChar32>(scalar));
+}
 
 } // namespace
 
 bool isValidUtf8(std::string_view text)
 {
+    constexpr std::uint64_t highBits = 0x8080'8080'8080'8080;
+    std::uint64_t word = 0;
     std::size_t position = 0;
     while (position < text.size()) {
-        if (static_cast<unsigned char>(text[position]) < 0x80)
-            ++position;
-        else if (decode(text, position) < 0)
-            return false;
+        if (static_cast<unsigned char>(text[position]) >= 0x80) {
+            if (decode(text, position) < 0)
+                return false;
+            continue;
+        }
+        ++position;
+        // Most text is ASCII: eight bytes at a time.
+        for (; position + sizeof word <= text.size(); position += sizeof word) {
+            std::memcpy(&word, text.data() + position, sizeof word);
+            if ((word & highBits) != 0)
+                break;
+        }
     }
     return true;
 }
