@@ -9,6 +9,7 @@
 #include "NivexKit/Engines/Media/MediaEngine.hpp"
 #include "NivexKit/Engines/Optimization/OptimizationEngine.hpp"
 #include "NivexKit/Engines/Scene/SceneEngine.hpp"
+#include "NivexKit/Engines/Subtitle/SubtitleEngine.hpp"
 #include "NivexKit/Engines/TextRecognition/TextRecognitionEngine.hpp"
 #include "NivexKit/Engines/Vector/VectorEngine.hpp"
 #include "NivexKit/Planning/ConversionGraph.hpp"
@@ -23,6 +24,7 @@ EngineList EngineCatalog::standard(const FormatRegistry& registry)
         std::make_shared<MediaEngine>(registry),
         std::make_shared<DocumentEngine>(registry),
         std::make_shared<DataEngine>(registry),
+        std::make_shared<SubtitleEngine>(registry),
         std::make_shared<VectorEngine>(registry),
         std::make_shared<IllustratorEngine>(registry),
         std::make_shared<InDesignEngine>(registry, InDesignEngine::installedApplication()),

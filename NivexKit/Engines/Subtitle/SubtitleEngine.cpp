@@ -1,0 +1,141 @@
+#include "NivexKit/Engines/Subtitle/SubtitleEngine.hpp"
+
+#include "NivexKit/Engines/Subtitle/Subtitles.hpp"
+#include "NivexKit/Formats/FormatRegistry.hpp"
+#include "NivexKit/Foundation/ByteSource.hpp"
+#include "NivexKit/Foundation/OutputFile.hpp"
+#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/TextDecoder.hpp"
+
+#include <algorithm>
+
+namespace nivex {
+namespace {
+
+using Reader = void (*)(std::string_view, const Subtitles::CueSink&, const Subtitles::Pulse&);
+using Writer = void (*)(std::string& file, std::size_t index, const SubtitleCue&);
+
+/// What the engine can do with one format. What a format cannot do is null.
+struct FormatRow {
+    std::string_view id;
+    Reader read;
+    Writer append;
+    ConversionLoss lostAsSource; // by every conversion from it
+    ConversionLoss lostAsTarget; // by every conversion into it
+};
+
+constexpr ConversionLoss nothing;
+constexpr ConversionLoss styles = ConversionLoss::formatting;
+constexpr ConversionLoss stylesAndPositions = ConversionLoss::formatting | ConversionLoss::layout;
+
+// clang-format off
+constexpr FormatRow formats[] = {
+    {"srt", Subtitles::readSRT,        Subtitles::appendSRT,   nothing,            nothing},
+    {"vtt", Subtitles::readVTT,        Subtitles::appendVTT,   styles,             nothing},
+    {"ass", Subtitles::readSubStation, nullptr,               stylesAndPositions, nothing},
+    {"ssa", Subtitles::readSubStation, nullptr,               stylesAndPositions, nothing},
+    {"txt", nullptr,                    Subtitles::appendTranscript, nothing,            ConversionLoss::timing},
+};
+// clang-format on
+
+/// The row of a format; none when the engine does not know it.
+const FormatRow* rowOf(const FormatID& id)
+{
+    const auto* row = std::find_if(std::begin(formats), std::end(formats),
+                                   [&](const FormatRow& each) { return each.id == id.rawValue; });
+    return row == std::end(formats) ? nullptr : row;
+}
+
+/// What a conversion is expected to lose of an ordinary file.
+ConversionLoss losses(const FormatRow& source, const FormatRow& target)
+{
+    return source.lostAsSource | target.lostAsTarget;
+}
+
+/// The text of the source as UTF-8; empty when it is none.
+std::string sourceText(const EngineRequest& request)
+{
+    const auto file = FileSource::open(request.input);
+    if (!file)
+        throw ConversionError::unreadableSource("fichier introuvable ou inaccessible"_fr);
+    // The cues are held in memory, several times the size of the file.
+    if (file->size() > static_cast<std::uint64_t>(request.limits.maxUnzippedEntryBytes))
+        throw ConversionError::resourceLimit("fichier de sous-titres trop volumineux"_fr);
+    const auto bytes = file->read(0, static_cast<std::size_t>(file->size()));
+    if (bytes.size() != file->size())
+        throw ConversionError::unreadableSource("lecture interrompue"_fr);
+    return decodedText(bytes).value_or(std::string{});
+}
+
+/// Reads back what was written: a text that another program would read as more or fewer cues must not be delivered.
+void verify(const std::filesystem::path& output, Reader read, std::size_t written, const Subtitles::Pulse& pulse)
+{
+    const auto file = FileSource::open(output);
+    const auto bytes = file ? file->read(0, static_cast<std::size_t>(file->size())) : std::vector<std::byte>{};
+    std::size_t readBack = 0;
+    read(
+        {reinterpret_cast<const char*>(bytes.data()), bytes.size()}, [&](const SubtitleCue&) { ++readBack; }, pulse);
+    if (readBack != written)
+        throw ConversionError::outputVerificationFailed(
+            filled("{} sous-titres relus au lieu de {}"_fr, {std::to_string(readBack), std::to_string(written)}));
+}
+
+} // namespace
+
+SubtitleEngine::SubtitleEngine(const FormatRegistry& registry)
+{
+    for (const FileFormat& source : registry.known({"srt", "vtt", "ass", "ssa"}))
+        for (const FileFormat& target : registry.known({"srt", "vtt", "txt"}))
+            capabilities_.push_back({.source = source.id,
+                                     .target = target.id,
+                                     // Any source may hold colours or positions that no target of ours keeps.
+                                     .potentialLosses = losses(*rowOf(source.id), *rowOf(target.id)) | styles,
+                                     .reportsProgress = true,
+                                     .supportsCancellation = true});
+}
+
+std::string SubtitleEngine::displayName() const { return "Sous-titres (SRT, WebVTT, ASS)"_fr; }
+
+ConversionLoss SubtitleEngine::expectedLosses(const FileFormat& source, const SourceProperties&,
+                                              const FileFormat& target) const
+{
+    const FormatRow* from = rowOf(source.id);
+    const FormatRow* to = rowOf(target.id);
+    return from && to ? losses(*from, *to) : nothing;
+}
+
+std::vector<std::filesystem::path> SubtitleEngine::convert(const EngineRequest& request,
+                                                           const ProgressCallback& progress,
+                                                           const CancellationFlag& cancellation) const
+{
+    const FormatRow* source = rowOf(request.sourceFormat.id);
+    const FormatRow* target = rowOf(request.targetFormat.id);
+    if (!source || !target || !source->read || !target->append)
+        throw ConversionError::unsupported(
+            filled("{} vers {}"_fr, {request.sourceFormat.name, request.targetFormat.name}));
+    // The pulse of a step that spans a part of the whole work.
+    const auto step = [&](double begin, double end) -> Subtitles::Pulse {
+        return [&, begin, end](double fraction) {
+            cancellation.check();
+            if (progress)
+                progress(begin + (end - begin) * fraction);
+        };
+    };
+
+    // Each cue is written as soon as it is read: a file of a million cues needs little more than its own size.
+    const std::string text = sourceText(request);
+    std::string file;
+    file.reserve(text.size() + text.size() / 8);
+    std::size_t count = 0;
+    const auto append = [&](const SubtitleCue& cue) { target->append(file, count++, cue); };
+    source->read(text, append, step(0.1, 0.7));
+    if (count == 0)
+        throw ConversionError::unreadableSource("aucun sous-titre trouvé"_fr);
+    const auto output = request.outputLocation();
+    writeNewFile(output, file);
+    if (target->read)
+        verify(output, target->read, count, step(0.8, 1.0));
+    return {output};
+}
+
+} // namespace nivex

@@ -1,0 +1,366 @@
+#include "NivexKit/Engines/Subtitle/SubtitleText.hpp"
+#include "NivexKit/Engines/Subtitle/Subtitles.hpp"
+#include "NivexKit/Foundation/Unicode.hpp"
+
+#include <algorithm>
+#include <tuple>
+
+namespace nivex::Subtitles {
+namespace {
+
+constexpr std::size_t none = std::string_view::npos;
+
+/// A text whose lines end in line feeds alone. It refers to the text given, which is copied only if it has others.
+class NormalizedText {
+public:
+    explicit NormalizedText(std::string_view text) : view_{text}
+    {
+        std::size_t carriageReturn = text.find('\r');
+        if (carriageReturn == none)
+            return;
+        copy_.reserve(text.size());
+        std::size_t begin = 0;
+        for (; carriageReturn != none; carriageReturn = text.find('\r', begin)) {
+            copy_.append(text.substr(begin, carriageReturn - begin)).append("\n");
+            begin = carriageReturn + (text.substr(carriageReturn + 1).starts_with('\n') ? 2 : 1);
+        }
+        copy_.append(text.substr(begin));
+        view_ = copy_;
+    }
+    NormalizedText(const NormalizedText&) = delete;
+    NormalizedText& operator=(const NormalizedText&) = delete;
+
+    std::string_view view() const { return view_; }
+
+private:
+    std::string copy_;
+    std::string_view view_;
+};
+
+/// Hands out the lines of a text that ends its lines in line feeds.
+class LineScanner {
+public:
+    explicit LineScanner(std::string_view text) : text_{text} {}
+
+    bool atEnd() const { return position_ >= text_.size(); }
+    std::size_t position() const { return position_; }
+    double fraction() const { return static_cast<double>(position_) / static_cast<double>(text_.size()); }
+
+    /// The next line, without its line feed.
+    std::string_view next()
+    {
+        const std::size_t end = std::min(text_.find('\n', position_), text_.size());
+        const std::string_view line = text_.substr(position_, end - position_);
+        position_ = end + 1;
+        return line;
+    }
+
+private:
+    std::string_view text_;
+    std::size_t position_ = 0;
+};
+
+/// Calls `visit(block)` for each block of a text with normalised line endings, and the pulse now and then.
+template <class Visitor>
+void forEachBlock(std::string_view text, const Pulse& pulse, Visitor visit)
+{
+    LineScanner lines{text};
+    for (std::size_t count = 0; !lines.atEnd(); ++count) {
+        if (pulse && count % cuesPerPulse == 0)
+            pulse(lines.fraction());
+        const std::size_t begin = lines.position();
+        std::size_t end = begin;
+        for (bool inBlock = true; inBlock && !lines.atEnd();) {
+            inBlock = !isBlank(lines.next());
+            if (inBlock)
+                end = std::min(lines.position(), text.size());
+        }
+        if (const std::string_view block = trimmed(text.substr(begin, end - begin)); !block.empty())
+            visit(block);
+    }
+}
+
+/// Hands out the cues of a format of blocks: in each block the first line with an arrow is the timing, what follows the
+/// text. `clean(shown, text)` fills the cue's text, which is empty.
+template <class Skip, class Clean>
+void readBlocks(std::string_view text, const CueSink& sink, const Pulse& pulse, Skip skip, Clean clean)
+{
+    const NormalizedText normalized{text};
+    SubtitleCue cue; // one for all, so that its text keeps its memory where the sink does not take it
+    forEachBlock(normalized.view(), pulse, [&](std::string_view block) {
+        const std::size_t at = block.find(arrow);
+        if (at == none || skip(block))
+            return;
+        const std::size_t lineBegin = block.rfind('\n', at) + 1; // npos + 1 is 0: the block's first line
+        const std::size_t lineEnd = std::min(block.find('\n', at), block.size());
+        const auto timing = parseTiming(block.substr(lineBegin, lineEnd - lineBegin));
+        if (!timing || lineEnd == block.size())
+            return;
+        std::tie(cue.start, cue.end) = *timing;
+        cue.text.clear();
+        clean(cue.text, block.substr(lineEnd + 1));
+        if (!trimmed(cue.text).empty())
+            sink(cue);
+    });
+}
+
+using CueReader = void (*)(std::string_view, const CueSink&, const Pulse&);
+
+std::vector<SubtitleCue> cuesOf(std::string_view text, CueReader read)
+{
+    std::vector<SubtitleCue> cues;
+    read(text, [&](SubtitleCue& cue) { cues.push_back(std::move(cue)); }, {});
+    return cues;
+}
+
+char lowercase(char each) { return each >= 'A' && each <= 'Z' ? static_cast<char>(each - 'A' + 'a') : each; }
+
+/// True when `text` begins with `prefix`, which is in lower case, ASCII case aside.
+bool beginsWith(std::string_view text, std::string_view prefix)
+{
+    return text.size() >= prefix.size() &&
+           std::equal(prefix.begin(), prefix.end(), text.begin(), [](char a, char b) { return a == lowercase(b); });
+}
+
+/// The length of a position override such as {\an8} or {\a6} at the start of `text`; 0 when there is none.
+std::size_t positionOverrideLength(std::string_view text)
+{
+    std::size_t at = text.starts_with("{\\an") ? 4 : text.starts_with("{\\a") ? 3 : 0;
+    const std::size_t digits = at;
+    while (at > 0 && at < text.size() && text[at] >= '0' && text[at] <= '9')
+        ++at;
+    return at > digits && at < text.size() && text[at] == '}' ? at + 1 : 0;
+}
+
+/// Finds the end of tags. Remembers that none is left, so that a text of a million "<" is still searched once.
+class TagEnds {
+public:
+    explicit TagEnds(std::string_view text) : text_{text} {}
+
+    /// The position after the first `closing` from `at` on.
+    std::optional<std::size_t> after(std::size_t at, char closing)
+    {
+        const std::size_t found = isExhausted_ ? none : text_.find(closing, at);
+        isExhausted_ = found == none;
+        return isExhausted_ ? std::nullopt : std::optional{found + 1};
+    }
+
+private:
+    std::string_view text_;
+    bool isExhausted_ = false;
+};
+
+/// The position of the next `first` or `second` from `at` on; the size of the text when there is none.
+std::size_t nextOf(std::string_view text, char first, char second, std::size_t at)
+{
+    while (at < text.size() && text[at] != first && text[at] != second)
+        ++at;
+    return at;
+}
+
+/// Appends a SubRip text without font tags and position overrides, its simple tags in lower case.
+void appendCleanSRT(std::string& shown, std::string_view text)
+{
+    std::size_t written = 0;
+    TagEnds tags{text};
+    for (std::size_t at = nextOf(text, '<', '{', 0); at < text.size(); at = nextOf(text, '<', '{', at)) {
+        const std::string_view rest = text.substr(at);
+        std::size_t end = at;
+        std::string tag;
+        if (beginsWith(rest, "<font") || beginsWith(rest, "</font"))
+            end = tags.after(at, '>').value_or(at);
+        else if (rest.front() == '{')
+            end += positionOverrideLength(rest);
+        else if (tag = lowercased(rest.substr(0, 4)); const std::size_t length = simpleTagLength(tag))
+            end += length;
+        if (end > at) {
+            shown.append(text.substr(written, at - written)).append(tag, 0, tag.empty() ? 0 : end - at);
+            written = end;
+        }
+        at = std::max(end, at + 1);
+    }
+    shown.append(text.substr(written));
+}
+
+/// True for the blocks of a WebVTT file that are no cues. A keyword is a word of its own: an identifier may begin like
+/// one.
+bool isVTTSection(std::string_view block)
+{
+    const std::string_view word = block.substr(0, block.find_first_of(" \t\n"));
+    return word == "WEBVTT" || word == "NOTE" || word == "STYLE" || word == "REGION";
+}
+
+struct Entity {
+    std::string_view escape;
+    char character;
+};
+
+constexpr Entity entities[] = {{"&lt;", '<'}, {"&gt;", '>'}, {"&nbsp;", ' '}, {"&amp;", '&'}};
+
+void appendCleanVTT(std::string& shown, std::string_view text)
+{
+    std::size_t written = 0;
+    TagEnds tags{text};
+    const auto replace = [&](std::size_t begin, std::size_t end, std::string_view with) {
+        shown.append(text.substr(written, begin - written)).append(with);
+        written = end;
+        return end;
+    };
+    for (std::size_t at = nextOf(text, '<', '&', 0); at < text.size(); at = nextOf(text, '<', '&', at)) {
+        const std::string_view rest = text.substr(at);
+        if (rest.front() == '<') {
+            const std::size_t simple = simpleTagLength(rest);
+            const auto end = simple > 0 ? std::nullopt : tags.after(at, '>');
+            at = end ? replace(at, *end, {}) : at + std::max<std::size_t>(simple, 1);
+            continue;
+        }
+        const auto* entity = std::find_if(std::begin(entities), std::end(entities),
+                                          [&](const Entity& each) { return rest.starts_with(each.escape); });
+        at = entity == std::end(entities) ? at + 1 : replace(at, at + entity->escape.size(), {&entity->character, 1});
+    }
+    shown.append(text.substr(written));
+}
+
+/// Where the fields that matter stand in a SubStation event. The default is what both generations of the format use.
+struct EventFields {
+    std::size_t count = 10;
+    std::size_t start = 1;
+    std::size_t end = 2;
+    std::size_t text = 9;
+};
+
+/// The fields that a "Format:" line names; a name that is missing takes a position that no event has.
+EventFields eventFields(std::string_view names)
+{
+    EventFields fields{.count = 0, .start = none, .end = none, .text = none};
+    for (std::size_t begin = 0; begin != none; ++fields.count) {
+        const std::size_t comma = names.find(',', begin);
+        const std::string name = lowercased(trimmed(names.substr(begin, comma - begin)));
+        if (name == "start")
+            fields.start = fields.count;
+        else if (name == "end")
+            fields.end = fields.count;
+        else if (name == "text")
+            fields.text = fields.count;
+        begin = comma == none ? none : comma + 1;
+    }
+    return fields;
+}
+
+/// True while a drawing is on: the commands between {\p1} and {\p0} are shapes, not words.
+bool drawsAfter(std::string_view overrides, bool draws)
+{
+    for (std::size_t at = overrides.find("\\p"); at != none; at = overrides.find("\\p", at + 2))
+        if (at + 2 < overrides.size() && overrides[at + 2] >= '0' && overrides[at + 2] <= '9')
+            draws = overrides[at + 2] != '0';
+    return draws;
+}
+
+/// The text of a SubStation event without override blocks and drawings, its breaks as characters.
+std::string cleanSubStation(std::string_view text)
+{
+    std::string shown;
+    bool draws = false;
+    TagEnds overrides{text};
+    for (std::size_t at = 0; at < text.size();) {
+        if (text[at] == '{') {
+            if (const auto end = overrides.after(at, '}')) {
+                draws = drawsAfter(text.substr(at, *end - at), draws);
+                at = *end;
+                continue;
+            }
+        }
+        const char escape = text[at] == '\\' && at + 1 < text.size() ? text[at + 1] : '\0';
+        const bool isEscape = escape == 'N' || escape == 'n' || escape == 'h';
+        if (!draws)
+            shown += !isEscape       ? text.substr(at, 1)
+                     : escape == 'h' ? std::string_view{"\u00A0"}
+                                     : std::string_view{"\n"};
+        at += isEscape ? 2 : 1;
+    }
+    return std::string{trimmed(shown)};
+}
+
+/// The cue of a "Dialogue:" line's fields; none when it has too few, invalid clocks or shows nothing.
+std::optional<SubtitleCue> eventCue(std::string_view event, const EventFields& fields)
+{
+    std::string_view startClock;
+    std::string_view endClock;
+    std::string_view text;
+    std::size_t begin = 0;
+    for (std::size_t index = 0; index < fields.count; ++index) {
+        const std::size_t comma = index + 1 == fields.count ? none : event.find(',', begin);
+        const std::string_view field = event.substr(begin, comma - begin);
+        if (index == fields.start)
+            startClock = field;
+        else if (index == fields.end)
+            endClock = field;
+        else if (index == fields.text)
+            text = field;
+        if (comma == none)
+            break;
+        begin = comma + 1;
+    }
+    const auto start = parseClock(trimmed(startClock));
+    const auto end = parseClock(trimmed(endClock));
+    if (!start || !end)
+        return std::nullopt;
+    SubtitleCue cue{*start, *end, cleanSubStation(text)};
+    return cue.text.empty() ? std::nullopt : std::optional{std::move(cue)};
+}
+
+} // namespace
+
+std::vector<std::string> blocks(std::string_view text)
+{
+    std::vector<std::string> result;
+    const NormalizedText normalized{text};
+    forEachBlock(normalized.view(), {}, [&](std::string_view block) { result.emplace_back(block); });
+    return result;
+}
+
+void readSRT(std::string_view text, const CueSink& sink, const Pulse& pulse)
+{
+    readBlocks(
+        text, sink, pulse, [](std::string_view) { return false; }, appendCleanSRT);
+}
+
+void readVTT(std::string_view text, const CueSink& sink, const Pulse& pulse)
+{
+    readBlocks(text, sink, pulse, isVTTSection, appendCleanVTT);
+}
+
+std::string cleanVTT(std::string_view text)
+{
+    std::string shown;
+    appendCleanVTT(shown, text);
+    return shown;
+}
+
+void readSubStation(std::string_view text, const CueSink& sink, const Pulse& pulse)
+{
+    const NormalizedText normalized{text};
+    LineScanner lines{normalized.view()};
+    EventFields fields;
+    bool isInEvents = false;
+    for (std::size_t count = 0; !lines.atEnd(); ++count) {
+        if (pulse && count % cuesPerPulse == 0)
+            pulse(lines.fraction());
+        const std::string_view line = trimmed(lines.next());
+        if (!isInEvents)
+            isInEvents = line.size() == 8 && beginsWith(line, "[events]");
+        else if (line.starts_with('['))
+            break;
+        else if (constexpr std::string_view key = "format:"; beginsWith(line, key))
+            fields = eventFields(line.substr(key.size()));
+        else if (constexpr std::string_view dialogue = "dialogue:"; beginsWith(line, dialogue))
+            if (auto cue = eventCue(line.substr(dialogue.size()), fields))
+                sink(*cue);
+    }
+}
+
+std::vector<SubtitleCue> parseSRT(std::string_view text) { return cuesOf(text, readSRT); }
+std::vector<SubtitleCue> parseVTT(std::string_view text) { return cuesOf(text, readVTT); }
+std::vector<SubtitleCue> parseSubStation(std::string_view text) { return cuesOf(text, readSubStation); }
+
+} // namespace nivex::Subtitles

@@ -1,0 +1,125 @@
+#include "NivexKit/Engines/Subtitle/SubtitleText.hpp"
+#include "NivexKit/Engines/Subtitle/Subtitles.hpp"
+
+namespace nivex::Subtitles {
+namespace {
+
+constexpr std::string_view noBreakSpace = "\u00A0";
+constexpr std::string_view vttHeader = "WEBVTT\n\n";
+
+/// Appends one line of a text in the spelling of its format.
+using LineWriter = void (*)(std::string& output, std::string_view line);
+
+void appendPlainLine(std::string& output, std::string_view line) { output += line; }
+
+/// Escapes what WebVTT would take for markup. "-->" inside a text would start a new cue there, so its end is escaped.
+void appendVTTLine(std::string& output, std::string_view line)
+{
+    std::size_t written = 0;
+    const auto replace = [&](std::size_t at, std::string_view escape) {
+        output.append(line.substr(written, at - written)).append(escape);
+        written = at + 1;
+    };
+    for (std::size_t at = 0; at < line.size(); ++at) {
+        const char each = line[at];
+        if (each == '&')
+            replace(at, "&amp;");
+        else if (each == '<' && simpleTagLength(line.substr(at)) == 0)
+            replace(at, "&lt;");
+        else if (each == '>' && line.substr(0, at).ends_with("--"))
+            replace(at, "&gt;");
+    }
+    output.append(line.substr(written));
+}
+
+/// Calls `visit(line, isLast)` for each line of a text; an empty text is one empty line.
+template <class Visitor>
+void forEachTextLine(std::string_view text, Visitor visit)
+{
+    for (std::size_t begin = 0;;) {
+        const std::size_t end = text.find('\n', begin);
+        visit(text.substr(begin, end - begin), end == std::string_view::npos);
+        if (end == std::string_view::npos)
+            return;
+        begin = end + 1;
+    }
+}
+
+void appendText(std::string& output, std::string_view text, LineWriter appendLine)
+{
+    forEachTextLine(text, [&](std::string_view line, bool isLast) {
+        if (isBlank(line) && !text.empty())
+            output += noBreakSpace;
+        else
+            appendLine(output, line);
+        if (!isLast)
+            output += '\n';
+    });
+}
+
+void appendTiming(std::string& output, const SubtitleCue& cue, char separator)
+{
+    output.append(clock(cue.start, separator)).append(" --> ").append(clock(cue.end, separator)).append("\n");
+}
+
+using CueWriter = void (*)(std::string& file, std::size_t index, const SubtitleCue& cue);
+
+std::string fileOf(std::span<const SubtitleCue> cues, CueWriter append)
+{
+    std::string file;
+    for (std::size_t index = 0; index < cues.size(); ++index)
+        append(file, index, cues[index]);
+    return file;
+}
+
+/// Appends a text without what stands between "<" and the next ">".
+void appendUntagged(std::string& output, std::string_view text)
+{
+    std::size_t written = 0;
+    for (std::size_t open = text.find('<'); open != std::string_view::npos; open = text.find('<', open)) {
+        const std::size_t close = text.find('>', open);
+        if (close == std::string_view::npos)
+            break;
+        if (close > open + 1) {
+            output.append(text.substr(written, open - written));
+            written = close + 1;
+        }
+        open = close + 1;
+    }
+    output.append(text.substr(written));
+}
+
+} // namespace
+
+void appendSRT(std::string& file, std::size_t index, const SubtitleCue& cue)
+{
+    if (index > 0)
+        file += '\n';
+    file.append(std::to_string(index + 1)).append("\n");
+    appendTiming(file, cue, ',');
+    appendText(file, cue.text, appendPlainLine);
+    file += '\n';
+}
+
+void appendVTT(std::string& file, std::size_t index, const SubtitleCue& cue)
+{
+    file += index == 0 ? vttHeader : "\n";
+    appendTiming(file, cue, '.');
+    appendText(file, cue.text, appendVTTLine);
+    file += '\n';
+}
+
+void appendTranscript(std::string& file, std::size_t, const SubtitleCue& cue)
+{
+    appendUntagged(file, cue.text);
+    file += '\n';
+}
+
+std::string writeSRT(std::span<const SubtitleCue> cues) { return fileOf(cues, appendSRT); }
+std::string writeVTT(std::span<const SubtitleCue> cues)
+{
+    return cues.empty() ? std::string{vttHeader} : fileOf(cues, appendVTT);
+}
+std::string transcript(std::span<const SubtitleCue> cues) { return fileOf(cues, appendTranscript); }
+
+} // namespace nivex::Subtitles

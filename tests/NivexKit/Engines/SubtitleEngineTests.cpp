@@ -1,0 +1,139 @@
+#include "NivexKit/Engines/Subtitle/SubtitleEngine.hpp"
+#include "NivexKit/Formats/FormatRegistry.hpp"
+#include "tests/Support/TemporaryFolder.hpp"
+
+#include <gtest/gtest.h>
+
+namespace nivex {
+namespace {
+
+using nivex::testing::contentsOf;
+using nivex::testing::TemporaryFolder;
+
+class SubtitleEngineTest : public ::testing::Test {
+protected:
+    EngineRequest request(std::string_view contents, const char* source, const char* target) const
+    {
+        return {.input = folder.write("film.bin", contents), // the format counts, not the name
+                .sourceFormat = format(source),
+                .targetFormat = format(target),
+                .options = {},
+                .workingDirectory = folder.path(),
+                .baseName = "sortie",
+                .limits = {}};
+    }
+
+    static const FileFormat& format(const char* id) { return *FormatRegistry::standard().format(id); }
+
+    std::vector<std::filesystem::path> convert(const EngineRequest& request) const
+    {
+        return engine.convert(
+            request, [](std::optional<double>) {}, CancellationFlag{});
+    }
+
+    /// The error that a conversion ends in.
+    ConversionError failure(const EngineRequest& request) const
+    {
+        try {
+            convert(request);
+        } catch (const ConversionError& error) {
+            return error;
+        }
+        throw std::runtime_error{"the conversion succeeded"};
+    }
+
+    TemporaryFolder folder;
+    SubtitleEngine engine{FormatRegistry::standard()};
+};
+
+constexpr const char* oneCue = "1\n00:00:01,000 --> 00:00:02,000\nUn <b>&</b> deux\n";
+
+TEST_F(SubtitleEngineTest, DeclaresEveryPairThatTheRegistryKnows)
+{
+    EXPECT_EQ(engine.capabilities().size(), 12u);
+    const FormatRegistry narrow{{format("srt"), format("txt")}};
+    EXPECT_EQ(SubtitleEngine{narrow}.capabilities().size(), 2u);
+}
+
+TEST_F(SubtitleEngineTest, AnnouncesWhatIsLost)
+{
+    const auto losses = [&](const char* source, const char* target) {
+        return engine.expectedLosses(format(source), {}, format(target));
+    };
+    const ConversionLoss styles = ConversionLoss::formatting | ConversionLoss::layout;
+
+    EXPECT_EQ(losses("srt", "vtt"), ConversionLoss{});
+    EXPECT_EQ(losses("srt", "txt"), ConversionLoss::timing);
+    EXPECT_EQ(losses("ass", "srt"), styles);
+    EXPECT_EQ(losses("ssa", "txt"), styles | ConversionLoss::timing);
+    for (const EngineCapability& edge : engine.capabilities()) {
+        const auto expected = losses(edge.source.rawValue.c_str(), edge.target.rawValue.c_str());
+        EXPECT_TRUE(edge.potentialLosses.contains(expected)) << edge.source.rawValue << " to " << edge.target.rawValue;
+    }
+}
+
+TEST_F(SubtitleEngineTest, WritesOneFileOfTheTargetFormat)
+{
+    const auto vtt = convert(request(oneCue, "srt", "vtt"));
+    ASSERT_EQ(vtt, std::vector{folder / "sortie.vtt"});
+    EXPECT_EQ(contentsOf(vtt.front()), "WEBVTT\n\n00:00:01.000 --> 00:00:02.000\nUn <b>&amp;</b> deux\n");
+
+    EXPECT_EQ(contentsOf(convert(request(oneCue, "srt", "txt")).front()), "Un & deux\n");
+    const char* latin = "[Events]\nDialogue: 0,0:00:01.00,0:00:02.00,,,0,0,0,,O\xF9 est l'\xE9t\xE9 ?\n";
+    EXPECT_EQ(contentsOf(convert(request(latin, "ass", "srt")).front()),
+              "1\n00:00:01,000 --> 00:00:02,000\nOù est l'été ?\n");
+}
+
+TEST_F(SubtitleEngineTest, RefusesWhatHoldsNoSubtitle)
+{
+    const auto nothing = ConversionError::unreadableSource("aucun sous-titre trouvé");
+    const std::string_view inputs[] = {"", "du texte", {"\x89PNG\0\0\0\1", 8}, "WEBVTT\n\n00:01 --> 00:02\nUn"};
+    for (const std::string_view input : inputs)
+        EXPECT_EQ(failure(request(input, "vtt", "srt")), nothing);
+    EXPECT_FALSE(exists(folder / "sortie.srt"));
+}
+
+TEST_F(SubtitleEngineTest, EndsInTheErrorThatFits)
+{
+    using Kind = ConversionError::Kind;
+    EngineRequest missing = request(oneCue, "srt", "vtt");
+    missing.input = folder / "absent.srt";
+    EXPECT_EQ(failure(missing).kind(), Kind::unreadableSource);
+
+    EngineRequest large = request(oneCue, "srt", "vtt");
+    large.limits.maxUnzippedEntryBytes = 10;
+    EXPECT_EQ(failure(large).kind(), Kind::resourceLimit);
+
+    EngineRequest homeless = request(oneCue, "srt", "vtt");
+    homeless.workingDirectory = folder / "absent";
+    EXPECT_EQ(failure(homeless).kind(), Kind::encodingFailed);
+
+    EXPECT_EQ(failure(request(oneCue, "srt", "png")).kind(), Kind::unsupported);
+}
+
+TEST_F(SubtitleEngineTest, StopsWhenCancelledInTheMiddle)
+{
+    std::string text;
+    for (int i = 0; i < 20'000; ++i)
+        text += std::string{oneCue} + "\n";
+    const EngineRequest long_ = request(text, "srt", "vtt");
+    CancellationFlag flag;
+    double last = 0;
+    const auto progress = [&](std::optional<double> fraction) {
+        EXPECT_GE(fraction.value_or(-1), last);
+        last = fraction.value_or(last);
+        if (last > 0.3)
+            flag.set();
+    };
+
+    try {
+        engine.convert(long_, progress, flag);
+        ADD_FAILURE() << "ran to its end";
+    } catch (const ConversionError& error) {
+        EXPECT_EQ(error, ConversionError::cancelled());
+    }
+    EXPECT_FALSE(exists(folder / "sortie.vtt"));
+}
+
+} // namespace
+} // namespace nivex
