@@ -1,0 +1,68 @@
+#pragma once
+
+#include "NivexKit/Detection/HeaderBytes.hpp"
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace nivex {
+
+/// One field of a TIFF directory: what it is and where its values stand.
+struct TiffField {
+    std::uint16_t tag = 0;
+    std::uint16_t type = 0;
+    std::uint64_t count = 0;
+    std::uint64_t position = 0; // of the first value, from the start of the file
+};
+
+struct TiffDirectory {
+    std::vector<TiffField> fields;
+    std::uint64_t next = 0; // where the next directory stands, as directory() takes it; 0 for none
+
+    /// The field of that tag; null when the directory lacks it.
+    const TiffField* field(std::uint16_t tag) const;
+};
+
+/// The directories of a TIFF file, of one of its relatives among the camera raw formats, or of the Exif block inside
+/// another format. Offsets in it count from where it starts.
+class TiffStructure {
+public:
+    /// The structure that starts at `base` in the file; none when there is no such header. `file` outlives it.
+    static std::optional<TiffStructure> at(HeaderBytes& file, std::uint64_t base);
+
+    std::uint64_t firstDirectory() const { return first_; }
+
+    /// The directory at `offset`; none where there is none that can be read.
+    std::optional<TiffDirectory> directory(std::uint64_t offset) const;
+
+    /// The value number `index` of an integer field; none for another type or an absent field.
+    std::optional<std::uint64_t> number(const TiffField* field, std::uint64_t index = 0) const;
+
+    HeaderBytes& file() const { return *file_; }
+
+private:
+    TiffStructure(HeaderBytes& file, std::uint64_t base, ByteOrder order, bool isBig)
+        : file_{&file}, base_{base}, order_{order}, isBig_{isBig}
+    {
+    }
+
+    std::uint64_t offset(ByteReader& reader) const { return isBig_ ? reader.u64() : reader.u32(); }
+
+    HeaderBytes* file_;
+    std::uint64_t base_;
+    ByteOrder order_;
+    bool isBig_; // BigTIFF: counts and offsets of 64 bits
+    std::uint64_t first_ = 0;
+};
+
+/// Tags that more than one reader asks for.
+namespace tifftag {
+constexpr std::uint16_t subDirectories = 330;
+constexpr std::uint16_t xmp = 700;
+constexpr std::uint16_t geoKeys = 34735;
+constexpr std::uint16_t gpsDirectory = 34853;
+constexpr std::uint16_t dngVersion = 50706;
+} // namespace tifftag
+
+} // namespace nivex
