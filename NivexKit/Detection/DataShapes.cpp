@@ -139,10 +139,22 @@ bool isTableRule(std::string_view line)
            line.find_first_not_of("|:- ") == npos;
 }
 
+/// "[words](address)" that is no subscript of a program.
+bool hasLink(std::string_view line)
+{
+    const std::size_t middle = line.find("](");
+    if (middle == npos || line.find(')', middle) == npos)
+        return false;
+    const std::size_t open = line.substr(0, middle).find_last_of('[');
+    return open != npos && (open == 0 || (!isWordPart(line[open - 1]) && line[open - 1] != ')')) &&
+           line.substr(middle + 2, line.find(')', middle) - middle - 2).find_first_of("./#:") != npos;
+}
+
 MarkdownMarks markdownMarks(Lines lines)
 {
     MarkdownMarks marks;
     bool inFence = false;
+    bool followsComment = false; // lines of "#" in a row are the comments of a script
     for (std::string_view line; lines.nextFilled(line);) {
         const bool isIndented = indentation(line) >= 4;
         line = bothTrimmed(line);
@@ -152,12 +164,11 @@ MarkdownMarks markdownMarks(Lines lines)
         }
         if (inFence || isIndented)
             continue;
-        marks.headings += isHeading(line);
+        marks.headings += isHeading(line) && !followsComment;
+        followsComment = line.starts_with('#');
         marks.lists = marks.lists || line.starts_with("- ") || line.starts_with("* ") || line.starts_with("1. ");
         marks.tables = marks.tables || isTableRule(line);
-        const std::size_t link = line.find("](");
-        marks.links =
-            marks.links || (link != npos && line.substr(0, link).find('[') != npos && line.find(')', link) != npos);
+        marks.links = marks.links || hasLink(line);
         marks.emphasis = marks.emphasis || std::ranges::count(line, '`') >= 2 || line.find("**") != line.rfind("**");
     }
     return marks;
@@ -310,6 +321,8 @@ bool looksLikeYaml(std::string_view text)
 
 bool looksLikeMarkdown(std::string_view text)
 {
+    if (text.starts_with("\"\"\"") || text.starts_with("//") || text.starts_with("/*") || text.starts_with("#!"))
+        return false; // programs quote the language in their comments
     if (text.find("\n#") == npos && !text.starts_with('#') && text.find("](") == npos && text.find("```") == npos)
         return false;
     const MarkdownMarks marks = markdownMarks(Lines{text});
@@ -321,6 +334,8 @@ bool looksLikeMarkdown(std::string_view text)
 
 std::string_view delimitedFormats(std::string_view text)
 {
+    if (text.starts_with('{') || text.starts_with('[') || text.starts_with('<'))
+        return {}; // lines of JSON and the like have their commas in step too
     if (isTable(text, '\t'))
         return "tsv";
     return isTable(text, ',') || isTable(text, ';') ? "csv" : std::string_view{};

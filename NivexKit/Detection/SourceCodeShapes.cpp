@@ -32,6 +32,8 @@ using enum Language;
 constexpr LineMark marks[] = {
     {.opens = "#include <", .holds = ">", .language = c, .weight = 2},
     {.opens = "#include \"", .holds = "\"", .ends = "\"", .language = c, .weight = 2},
+    {.opens = "#include <", .holds = ".h>", .language = c},
+    {.opens = "main(", .holds = "argc", .language = c},
     {.opens = "#define ", .language = c},
     {.opens = "#ifndef ", .language = c},
     {.opens = "#ifdef ", .language = c},
@@ -259,9 +261,11 @@ void addMarks(Evidence& evidence, std::string_view line)
 /// `line` without a comment behind the code.
 std::string_view withoutComment(std::string_view line)
 {
-    for (const std::string_view comment : {std::string_view{" //"}, std::string_view{"\t//"}, std::string_view{"  # "}})
-        if (const std::size_t at = line.find(comment); at != npos)
-            line = line.substr(0, at);
+    for (std::size_t at = line.find('/'); at != npos && at > 0; at = line.find('/', at + 1))
+        if (isSpace(line[at - 1]) && line.substr(at).starts_with("//"))
+            return bothTrimmed(line.substr(0, at));
+    if (const std::size_t at = line.find("  # "); at != npos)
+        line = line.substr(0, at);
     return bothTrimmed(line);
 }
 
@@ -306,14 +310,11 @@ Evidence evidenceIn(std::string_view text)
 {
     Evidence evidence;
     CodeLines lines{text};
-    for (std::string_view line; lines.next(line) && !lines.wasCut();)
-        addMarks(evidence, line);
-    // A comment behind the code hides how a line ends; few lines have one, so they are looked at again only then.
-    if (text.find(" //") != npos || text.find("  # ") != npos) {
-        CodeLines again{text};
-        for (std::string_view line; again.next(line) && !again.wasCut();)
-            if (const std::string_view code = withoutComment(line); !code.empty() && code.size() != line.size())
-                addMarks(evidence, code);
+    for (std::string_view line; lines.next(line) && !lines.wasCut();) {
+        // A line whose comment hides how it ends would lose a mark or two; only lines that could have one are cut.
+        const std::string_view code = withoutComment(line);
+        if (!code.empty())
+            addMarks(evidence, code);
     }
     return evidence;
 }
@@ -321,7 +322,9 @@ Evidence evidenceIn(std::string_view text)
 /// A line of several words and no sign that programs are made of.
 bool isProse(std::string_view line)
 {
-    return isLetter(line.front()) && std::ranges::count(line, ' ') >= 4 && line.find_first_of("=(){}[];<>") == npos &&
+    static constexpr std::string_view signs = "=(){}[];<>";
+    return isLetter(line.front()) && std::ranges::count(line, ' ') >= 4 &&
+           std::ranges::none_of(line, [](char each) { return signs.find(each) != npos; }) &&
            !line.ends_with(':') && !line.ends_with(',');
 }
 

@@ -10,7 +10,7 @@ namespace {
 constexpr auto npos = std::string_view::npos;
 
 // Properties that nearly every style sheet uses.
-constexpr std::array properties = {
+constexpr auto properties = std::to_array<std::string_view>({
     "color",
     "background",
     "background-color",
@@ -61,7 +61,7 @@ constexpr std::array properties = {
     "grid-template-columns",
     "gap",
     "visibility",
-};
+});
 
 /// What a head shows of a style sheet.
 struct StyleMarks {
@@ -89,10 +89,12 @@ bool isSelector(std::string_view line)
 
 void addLine(StyleMarks& marks, std::string_view line)
 {
-    constexpr std::array dialect = {"$", "@mixin ", "@include ", "@use ", "@extend ", "&:", "&.", "& ", "@function "};
-    const bool isDialect = std::ranges::any_of(dialect, [line](const char* each) { return line.starts_with(each); });
+    constexpr auto dialect = std::to_array<std::string_view>({"$", "@mixin ", "@include ", "@use ", "@extend ", "&:", "&.", "& ", "@function "});
+    const bool isDialect = std::ranges::any_of(dialect, [line](std::string_view each) { return line.starts_with(each); });
     marks.extensions += isDialect;
     const std::size_t brace = line.find('{');
+    if (line == "{" && marks.foreign > 0)
+        --marks.foreign; // the selector stands alone on the line before
     if (brace != npos && isSelector(line)) {
         ++marks.rules;
         line = leftTrimmed(line.substr(brace + 1));
@@ -107,6 +109,7 @@ void addLine(StyleMarks& marks, std::string_view line)
 
 StyleMarks styleMarks(std::string_view text)
 {
+    constexpr std::size_t hopeless = 10;
     StyleMarks marks;
     bool inComment = false;
     Lines lines{text};
@@ -120,6 +123,8 @@ StyleMarks styleMarks(std::string_view text)
             continue;
         }
         addLine(marks, line);
+        if (marks.foreign > hopeless && marks.declarations == 0)
+            break;
     }
     return marks;
 }

@@ -17,6 +17,8 @@ std::optional<std::string_view> decodedHead(std::span<const std::byte> head, std
 /// byte and hardly any control character. Shapes of ASCII letters can be looked for in it, nothing else.
 std::optional<std::string_view> legacyHead(std::span<const std::byte> head);
 
+inline bool isSpace(char letter) { return letter == ' ' || (letter >= '\t' && letter <= '\r'); }
+
 /// The lines of a text one after the other, without their ends.
 class Lines {
 public:
@@ -40,7 +42,7 @@ public:
     bool nextFilled(std::string_view& line)
     {
         while (next(line))
-            if (line.find_first_not_of(" \t\f\v") != std::string_view::npos)
+            if (!std::ranges::all_of(line, isSpace))
                 return true;
         return false;
     }
@@ -57,11 +59,18 @@ private:
 /// `text` without ASCII white space at its beginning, and at both ends.
 inline std::string_view leftTrimmed(std::string_view text)
 {
-    return text.substr(std::min(text.find_first_not_of(" \t\r\n\f\v"), text.size()));
+    std::size_t start = 0;
+    while (start < text.size() && isSpace(text[start]))
+        ++start;
+    return text.substr(start);
 }
 inline std::string_view bothTrimmed(std::string_view text)
 {
-    return leftTrimmed(text.substr(0, text.find_last_not_of(" \t\r\n\f\v") + 1));
+    text = leftTrimmed(text);
+    std::size_t end = text.size();
+    while (end > 0 && isSpace(text[end - 1]))
+        --end;
+    return text.substr(0, end);
 }
 
 inline bool isDigit(char letter) { return letter >= '0' && letter <= '9'; }

@@ -139,13 +139,14 @@ bool isMbox(std::string_view text)
 
 bool isTex(std::string_view text)
 {
-    for (std::size_t at = text.find('\\'); at != npos; at = text.find('\\', at + 1)) {
-        const std::string_view command = text.substr(at);
-        if (!command.starts_with("\\documentclass") && !command.starts_with("\\begin{document}") &&
-            !command.starts_with("\\documentstyle"))
-            continue;
-        const std::size_t lineStart = text.substr(0, at).find_last_of('\n') + 1;
-        if (leftTrimmed(text.substr(lineStart)).starts_with('\\'))
+    // Programs quote such documents, but only a document begins with a command or a comment of the language.
+    if (!text.starts_with('\\') && !text.starts_with('%'))
+        return false;
+    Lines lines{text};
+    for (std::string_view line; lines.nextFilled(line);) {
+        line = leftTrimmed(line);
+        if (line.starts_with("\\documentclass") || line.starts_with("\\begin{document}") ||
+            line.starts_with("\\documentstyle"))
             return true;
     }
     return false;
