@@ -324,8 +324,8 @@ bool isProse(std::string_view line)
 {
     static constexpr std::string_view signs = "=(){}[];<>";
     return isLetter(line.front()) && std::ranges::count(line, ' ') >= 4 &&
-           std::ranges::none_of(line, [](char each) { return signs.find(each) != npos; }) &&
-           !line.ends_with(':') && !line.ends_with(',');
+           std::ranges::none_of(line, [](char each) { return signs.find(each) != npos; }) && !line.ends_with(':') &&
+           !line.ends_with(',');
 }
 
 /// True when sentences make up a good part of the text: a manual with examples, not a program.

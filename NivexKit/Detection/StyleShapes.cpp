@@ -89,8 +89,10 @@ bool isSelector(std::string_view line)
 
 void addLine(StyleMarks& marks, std::string_view line)
 {
-    constexpr auto dialect = std::to_array<std::string_view>({"$", "@mixin ", "@include ", "@use ", "@extend ", "&:", "&.", "& ", "@function "});
-    const bool isDialect = std::ranges::any_of(dialect, [line](std::string_view each) { return line.starts_with(each); });
+    constexpr auto dialect = std::to_array<std::string_view>(
+        {"$", "@mixin ", "@include ", "@use ", "@extend ", "&:", "&.", "& ", "@function "});
+    const bool isDialect =
+        std::ranges::any_of(dialect, [line](std::string_view each) { return line.starts_with(each); });
     marks.extensions += isDialect;
     const std::size_t brace = line.find('{');
     if (line == "{" && marks.foreign > 0)

@@ -1,0 +1,174 @@
+#include "NivexKit/Detection/FileDetector.hpp"
+
+#include "NivexKit/Detection/ContentInspection.hpp"
+#include "NivexKit/Detection/FormatResolution.hpp"
+#include "NivexKit/Detection/StructuralCheck.hpp"
+#include "NivexKit/Foundation/ByteCount.hpp"
+#include "NivexKit/Foundation/StringTable.hpp"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <string_view>
+#include <thread>
+
+namespace nivex {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// The extension of a name, without its dot and in its own case.
+std::string_view extensionOf(const fs::path& url)
+{
+    const std::string_view path = url.native();
+    const std::string_view name = path.substr(path.rfind('/') + 1);
+    const std::size_t dot = name.rfind('.');
+    if (dot == std::string_view::npos || dot == 0)
+        return {};
+    return name.substr(dot + 1);
+}
+
+/// Why a location is not a regular file that can be opened.
+DetectionIssue refusal(const DetectionResult& result)
+{
+    std::error_code failure;
+    const fs::file_status status = fs::status(result.url, failure);
+    if (failure || !fs::exists(status))
+        return DetectionIssue::unreadable("introuvable ou inaccessible"_fr);
+    if (!fs::is_directory(status))
+        return DetectionIssue::unreadable("lecture impossible"_fr);
+    // A program may be a folder that the system shows as one file.
+    const auto& declared = result.declaredFormat;
+    const bool isProgram = declared && declared->has(FormatTrait::executable) && declared->has(FormatTrait::bundle);
+    return isProgram ? DetectionIssue::executable() : DetectionIssue::directory();
+}
+
+void refuseTooManyPixels(std::int64_t limit, DetectionResult& result)
+{
+    const std::int64_t width = result.properties.pixelWidth.value_or(0);
+    const std::int64_t height = result.properties.pixelHeight.value_or(0);
+    if (width > 0 && height > limit / width)
+        result.issues.push_back(DetectionIssue::tooManyPixels(limit / 1'000'000));
+}
+
+void checkStructure(const ByteSource& source, DetectionResult& result)
+{
+    if (!result.format || result.blockingIssue())
+        return;
+    if (auto problem = StructuralCheck::problem(source, result.format->id))
+        result.issues.push_back(DetectionIssue::corrupted(std::move(*problem)));
+}
+
+bool isProgram(const SniffResult& content, const DetectionResult& result)
+{
+    return content.container == ContainerKind::executable ||
+           (result.format && result.format->has(FormatTrait::executable));
+}
+
+} // namespace
+
+DetectionResult FileDetector::detect(const fs::path& url) const
+{
+    DetectionResult result{.url = url};
+    const std::string_view extension = extensionOf(url);
+    const auto extensionFormats = registry_->formats(extension);
+    const FileFormat* declared = registry_->declared(extension);
+    if (declared)
+        result.declaredFormat = *declared;
+
+    const auto source = openedSource(result);
+    if (!source)
+        return result;
+    std::array<std::byte, headerLength> buffer;
+    const auto head = std::span{buffer}.first(source->read(0, std::span{buffer}));
+    if (head.empty()) {
+        result.issues.push_back(DetectionIssue::unreadable("lecture impossible"_fr));
+        return result;
+    }
+
+    HeaderBytes bytes{*source, head};
+    const SniffResult content = inspectedContainer(sniffedContent(head), url, bytes);
+    FormatResolution resolution = resolve(declared, extensionFormats, content, *registry_);
+    if (resolution.format)
+        result.format = *resolution.format;
+    result.confidence = resolution.confidence;
+    result.issues = std::move(resolution.issues);
+
+    checkStructure(*source, result);
+    measure(SourceProbes::builtIn(), bytes, result);
+    if (isProgram(content, result))
+        result.issues.push_back(DetectionIssue::executable());
+    return result;
+}
+
+std::vector<DetectionResult> FileDetector::detect(std::span<const fs::path> urls) const
+{
+    constexpr std::size_t filesPerTurn = 16;
+    const std::size_t turns = (urls.size() + filesPerTurn - 1) / filesPerTurn;
+    const std::size_t workers = std::min<std::size_t>(std::max(1U, std::thread::hardware_concurrency()), turns);
+    std::vector<DetectionResult> results(urls.size());
+    std::atomic<std::size_t> nextTurn{0};
+    const auto work = [&] {
+        for (std::size_t turn = nextTurn++; turn < turns; turn = nextTurn++)
+            for (std::size_t i = turn * filesPerTurn; i < std::min(urls.size(), (turn + 1) * filesPerTurn); ++i)
+                results[i] = detect(urls[i]);
+    };
+    std::vector<std::jthread> others;
+    for (std::size_t i = 1; i < workers; ++i)
+        others.emplace_back(work);
+    work();
+    others.clear(); // waits for them
+    return results;
+}
+
+DetectionResult FileDetector::detectDeeply(DetectionResult result) const
+{
+    if (!result.isUsable() || deepProbes_->of(result.format->id).empty())
+        return result;
+    const auto source = openedSource(result);
+    if (!source)
+        return result;
+    HeaderBytes bytes{*source, {}};
+    measure(*deepProbes_, bytes, result);
+    return result;
+}
+
+bool FileDetector::isReadableByImageIO(const FileFormat& format) const
+{
+    const auto probes = deepProbes_->of(format.id);
+    return std::any_of(probes.begin(), probes.end(), [](const auto& probe) { return probe->decodesImages(); });
+}
+
+std::optional<FileSource> FileDetector::openedSource(DetectionResult& result) const
+{
+    auto source = FileSource::open(result.url);
+    if (!source) {
+        result.issues.push_back(refusal(result));
+        return std::nullopt;
+    }
+    result.fileSize = static_cast<std::int64_t>(source->size());
+    if (result.fileSize == 0)
+        result.issues.push_back(DetectionIssue::empty());
+    else if (result.fileSize > limits_.maxInputBytes)
+        result.issues.push_back(DetectionIssue::tooLarge(shownByteCount(limits_.maxInputBytes)));
+    else
+        return source;
+    return std::nullopt;
+}
+
+void FileDetector::measure(const SourceProbes& probes, HeaderBytes& bytes, DetectionResult& result) const
+{
+    if (!result.format || result.blockingIssue())
+        return;
+    for (const auto& probe : probes.of(result.format->id)) {
+        ProbeReport report =
+            probe->probe({.url = result.url, .format = result.format->id, .bytes = bytes}, result.properties);
+        if (report.isConfirmed)
+            result.confidence = DetectionConfidence::verified;
+        if (report.issue)
+            result.issues.push_back(std::move(*report.issue));
+    }
+    refuseTooManyPixels(limits_.maxImagePixels, result);
+}
+
+} // namespace nivex

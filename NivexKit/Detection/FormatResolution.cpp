@@ -1,0 +1,152 @@
+#include "NivexKit/Detection/FormatResolution.hpp"
+
+#include "NivexKit/Detection/SignatureSniffer.hpp"
+
+#include <algorithm>
+#include <string_view>
+
+namespace nivex {
+namespace {
+
+/// True when one of the words of `list` is the identifier.
+bool lists(std::string_view list, std::string_view id)
+{
+    while (!list.empty()) {
+        const std::size_t end = std::min(list.find(' '), list.size());
+        if (list.substr(0, end) == id)
+            return true;
+        list.remove_prefix(std::min(end + 1, list.size()));
+    }
+    return false;
+}
+
+struct Acceptance {
+    std::string_view declared;
+    std::string_view contents;
+};
+
+// Content that shows the signature of another format and yet is a sound file of the declared one: a narrower kind of
+// the same format, or what the format is wrapped in.
+// clang-format off
+constexpr Acceptance acceptances[] = {
+    {"heif",   "heic avif"},
+    {"mp4",    "m4v m4a 3gp"},
+    {"m4v",    "mp4"},
+    {"mkv",    "webm"},
+    {"ogg",    "opus"},
+    {"m2ts",   "mpeg-ts"},
+    {"otf",    "ttf"},
+    {"pdf",    "ai"},
+    {"ai",     "pdf eps"},
+    {"eps",    "ai"},
+    {"xml",    "svg html plist gpx kml tcx dae fb2 aepx"},
+    {"html",   "xml"},
+    {"svg",    "xml"},
+    {"plist",  "xml json"},
+    {"gpx",    "xml"},
+    {"kml",    "xml"},
+    {"tcx",    "xml"},
+    {"dae",    "xml"},
+    {"fb2",    "xml"},
+    {"aepx",   "xml"},
+    {"json",   "geojson gltf"},
+    {"md",     "html"},
+    {"prproj", "gz"},
+    {"blend",  "gz zst"},
+    {"mat",    "hdf5"},
+    {"abc",    "hdf5"},
+    {"fig",    "zip"},
+    {"dmg",    "bz2"},
+};
+// clang-format on
+
+// Text is taken for these by its look, not by an opening that only they have, so the extension of another text format
+// speaks louder.
+constexpr std::string_view guessedTexts = "txt md csv tsv yaml toml json lrc eml mbox tex stl sql";
+
+// Source code may quote or embed these from its first line on.
+constexpr std::string_view embeddedInCode = "html xml svg";
+
+bool accepts(const FileFormat& declared, const FileFormat& content)
+{
+    const bool isListed = std::any_of(std::begin(acceptances), std::end(acceptances), [&](const Acceptance& row) {
+        return row.declared == declared.id.rawValue && lists(row.contents, content.id.rawValue);
+    });
+    return isListed || (declared.family == FormatFamily::code && lists(embeddedInCode, content.id.rawValue));
+}
+
+/// True for formats of which any text is a sound file, as far as a look can tell.
+bool isFreeText(const FileFormat& format)
+{
+    return format.family == FormatFamily::code || lists("txt md csv tsv yaml toml tex", format.id.rawValue);
+}
+
+FormatResolution contentDoesNotMatch(const FileFormat& declared)
+{
+    return {.format = &declared,
+            .confidence = DetectionConfidence::extensionOnly,
+            .issues = {DetectionIssue::contentDoesNotMatch(declared.name)}};
+}
+
+/// Content that is text, without an opening that tells which.
+FormatResolution resolvePlainText(const FileFormat* declared, std::span<const FileFormat* const> extensionFormats,
+                                  const FileFormat* guess)
+{
+    const auto isText = [](const FileFormat* format) { return format->has(FormatTrait::text); };
+    const FileFormat* format = declared && isText(declared) ? declared : nullptr;
+    if (!format) // an extension shared with a binary format: the text one is meant
+        if (const auto found = std::find_if(extensionFormats.begin(), extensionFormats.end(), isText);
+            found != extensionFormats.end())
+            format = *found;
+    if (format)
+        return {.format = format,
+                .confidence =
+                    isFreeText(*format) ? DetectionConfidence::contentCompatible : DetectionConfidence::extensionOnly};
+    if (!declared)
+        return {.format = guess, .confidence = DetectionConfidence::contentCompatible};
+    if (SignatureSniffer::formatsWithKnownSignature.contains(declared->id))
+        return contentDoesNotMatch(*declared);
+    return {.format = declared, .confidence = DetectionConfidence::extensionOnly};
+}
+
+/// Binary content that shows no known signature.
+FormatResolution resolveUnknownBinary(const FileFormat* declared)
+{
+    if (!declared)
+        return {};
+    const bool mustShow =
+        declared->has(FormatTrait::text) || SignatureSniffer::formatsWithKnownSignature.contains(declared->id);
+    if (mustShow)
+        return contentDoesNotMatch(*declared);
+    return {.format = declared, .confidence = DetectionConfidence::extensionOnly};
+}
+
+} // namespace
+
+FormatResolution resolve(const FileFormat* declared, std::span<const FileFormat* const> extensionFormats,
+                         const SniffResult& content, const FormatRegistry& registry)
+{
+    const FileFormat* likeliest = nullptr;
+    for (const FormatID& candidate : content.candidates) {
+        const FileFormat* format = registry.format(candidate);
+        if (!format)
+            continue;
+        if (std::find(extensionFormats.begin(), extensionFormats.end(), format) != extensionFormats.end())
+            return {.format = format, .confidence = DetectionConfidence::contentCompatible};
+        if (!likeliest)
+            likeliest = format;
+    }
+    if (!likeliest && !content.isText)
+        return resolveUnknownBinary(declared);
+    if (!likeliest || (content.isText && lists(guessedTexts, likeliest->id.rawValue)))
+        return resolvePlainText(declared, extensionFormats, likeliest ? likeliest : registry.format("txt"));
+    if (!declared)
+        return {.format = likeliest, .confidence = DetectionConfidence::contentCompatible};
+    if (accepts(*declared, *likeliest))
+        return {.format = declared, .confidence = DetectionConfidence::contentCompatible};
+    return {.format = likeliest,
+            .confidence = DetectionConfidence::contentCompatible,
+            .issues = {DetectionIssue::extensionMismatch(declared->name)}};
+}
+
+} // namespace nivex
