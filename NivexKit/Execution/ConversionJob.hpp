@@ -47,6 +47,7 @@ struct ConversionJob {
     OutputDestination destination;
     State state;
     Time createdAt;
+    std::optional<Time> startedAt;  // set when a run begins
     std::optional<Time> finishedAt; // set with a finished state
 
     /// True for Succeeded, Failed and Cancelled, which never change again.

@@ -183,6 +183,7 @@ void ConversionQueue::start(Job& job)
         return settle(job, Job::Failed{failureMessage(std::current_exception())});
     }
     job.state = Job::Running{};
+    job.startedAt = now_();
     tasks_.emplace(job.id, RunningTask{task, std::move(idleThreads_.back())});
     idleThreads_.pop_back();
 }
