@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
+#include <vector>
 
 namespace nivex {
 
@@ -31,6 +33,9 @@ struct FormatTraits {
     constexpr FormatTraits(FormatTrait trait) : bits{static_cast<std::uint32_t>(trait)} {}
 
     constexpr bool has(FormatTrait trait) const { return (bits & static_cast<std::uint32_t>(trait)) != 0; }
+
+    /// The names of the traits in the set ("lossless"), in the order of their values.
+    std::vector<std::string_view> names() const;
 
     friend constexpr FormatTraits operator|(FormatTraits a, FormatTraits b)
     {
