@@ -1,0 +1,110 @@
+#pragma once
+
+#include "NivexKit/Contract/ConversionOptions.hpp"
+#include "NivexKit/Formats/FormatFamily.hpp"
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <span>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace nivex::commandline {
+
+/// The files that a command is to work on, as they were named.
+struct FileSelection {
+    std::vector<std::filesystem::path> files;
+    std::optional<std::filesystem::path> filesFrom; // a list of further names; "-" is standard input
+    bool namesEndWithNul = false;                   // in that list; otherwise they end with a line feed
+    bool recursive = false;                         // walk folders
+};
+
+/// The conversion settings named on the command line; what is absent keeps the user's preference.
+struct OptionOverrides {
+    std::optional<double> quality;
+    std::optional<MetadataPolicy> metadata;
+    std::optional<ColorProfilePolicy> colorProfile;
+    std::optional<std::int64_t> maxPixelDimension;
+    std::optional<FlattenBackground> flattenBackground;
+    std::optional<double> renderDPI;
+    std::optional<PageBackground> pageBackground;
+    std::optional<bool> removeBackground;
+    std::optional<std::int64_t> maxFileBytes;
+    std::optional<VideoQuality> videoQuality;
+    std::optional<VideoCodec> videoCodec;
+    std::optional<std::int64_t> audioBitRate;
+
+    /// One option of the command line and the kind that an edge must honour for it to have an effect.
+    struct Given {
+        const char* name;
+        ConversionOptionKind kind;
+        bool isGiven;
+    };
+
+    ConversionOptions appliedTo(ConversionOptions base) const;
+    /// The options that the call names.
+    std::vector<Given> given() const;
+};
+
+struct IdentifyArguments {
+    FileSelection selection;
+    bool json = false;
+    bool deep = false;
+};
+
+struct PlansArguments {
+    FileSelection selection;
+    bool json = false;
+    bool common = false;
+};
+
+/// What `convert` and `optimize` share.
+struct RunArguments {
+    FileSelection selection;
+    std::optional<std::filesystem::path> outputFolder;
+    std::optional<int> jobs;
+    bool json = false;
+    bool quiet = false;
+    bool dryRun = false;
+    OptionOverrides overrides;
+};
+
+struct ConvertArguments {
+    RunArguments run;
+    std::string target;                          // an identifier or an extension; empty with a recipe
+    std::optional<std::filesystem::path> recipe; // in place of the target
+};
+
+struct OptimizeArguments {
+    RunArguments run; // `overrides.maxFileBytes` is present
+};
+
+struct FormatsArguments {
+    bool json = false;
+    std::optional<FormatFamily> family;
+};
+
+struct EnginesArguments {
+    bool json = false;
+};
+
+/// A text to print instead of running a command: help or version.
+struct Printout {
+    std::string text;
+};
+
+/// A call that cannot be understood: one French line.
+struct UsageError {
+    std::string message;
+};
+
+using Invocation = std::variant<Printout, UsageError, IdentifyArguments, PlansArguments, ConvertArguments,
+                                OptimizeArguments, FormatsArguments, EnginesArguments>;
+
+/// Reads the arguments of a call, without the program's name. Values that have a range are checked here, before any
+/// work.
+Invocation parseArguments(std::span<const std::string> arguments);
+
+} // namespace nivex::commandline

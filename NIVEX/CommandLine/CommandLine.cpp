@@ -1,0 +1,70 @@
+#include "NIVEX/CommandLine/CommandLine.hpp"
+
+#include "NIVEX/CommandLine/Commands/Commands.hpp"
+#include "NIVEX/CommandLine/Interrupts.hpp"
+
+#include "NivexKit/Foundation/StringTable.hpp"
+
+#include <exception>
+
+namespace nivex::commandline {
+namespace {
+
+/// Picks the function for what a call asks.
+struct Dispatcher {
+    Session& session;
+
+    ExitStatus operator()(const Printout& printout) const
+    {
+        std::string_view text = printout.text;
+        while (text.ends_with('\n'))
+            text.remove_suffix(1);
+        session.console.result(text);
+        return ExitStatus::done;
+    }
+    ExitStatus operator()(const UsageError& error) const
+    {
+        session.console.note("nivex : " + error.message);
+        return ExitStatus::wrongUsage;
+    }
+    ExitStatus operator()(const IdentifyArguments& arguments) const { return identify(session, arguments); }
+    ExitStatus operator()(const PlansArguments& arguments) const { return plans(session, arguments); }
+    ExitStatus operator()(const ConvertArguments& arguments) const { return convert(session, arguments); }
+    ExitStatus operator()(const OptimizeArguments& arguments) const { return optimize(session, arguments); }
+    ExitStatus operator()(const FormatsArguments& arguments) const { return formats(session, arguments); }
+    ExitStatus operator()(const EnginesArguments& arguments) const { return engines(session, arguments); }
+};
+
+bool isQuiet(const Invocation& invocation)
+{
+    if (const auto* convert = std::get_if<ConvertArguments>(&invocation))
+        return convert->run.quiet;
+    if (const auto* optimize = std::get_if<OptimizeArguments>(&invocation))
+        return optimize->run.quiet;
+    return false;
+}
+
+} // namespace
+
+int runCommandLine(const std::vector<std::string>& arguments)
+{
+    leaveOnInterrupt();
+    const Invocation invocation = parseArguments(arguments);
+    RunLoop loop;
+    AppModel model{loop};
+    Console console{isQuiet(invocation)};
+    Session session{loop, model, console};
+    ExitStatus status = ExitStatus::someFailed;
+    try {
+        status = std::visit(Dispatcher{session}, invocation);
+    } catch (const std::exception& error) {
+        console.note("nivex : " + filled("erreur interne : {}"_fr, {error.what()}));
+    }
+    if (console.resultsLost() && status == ExitStatus::done) {
+        console.note("nivex : " + "les résultats n'ont pas pu être écrits"_fr.localized());
+        status = ExitStatus::someFailed;
+    }
+    return static_cast<int>(status);
+}
+
+} // namespace nivex::commandline

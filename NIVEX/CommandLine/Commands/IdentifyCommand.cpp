@@ -1,0 +1,53 @@
+#include "NIVEX/CommandLine/Commands/Commands.hpp"
+#include "NIVEX/CommandLine/Descriptions.hpp"
+#include "NIVEX/CommandLine/FileList.hpp"
+#include "NIVEX/CommandLine/JsonLines.hpp"
+
+#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Unicode.hpp"
+
+#include <algorithm>
+#include <span>
+
+namespace nivex::commandline {
+namespace {
+
+/// Files detected in one go: enough to keep every processor busy, few enough to show results early.
+constexpr std::size_t filesAtOnce = 256;
+
+void show(Console& console, const DetectionResult& detection)
+{
+    console.result(console.emphasized(shownPath(detection.url)) + " : " + describe(detection));
+    for (const DetectionIssue& issue : detection.issues)
+        console.result("    " + issue.message());
+}
+
+} // namespace
+
+ExitStatus identify(Session& session, const IdentifyArguments& arguments)
+{
+    const FileList list = listFiles(arguments.selection);
+    for (const std::string& problem : list.problems)
+        session.console.note(problem);
+    bool allUsable = list.problems.empty();
+
+    std::vector<std::filesystem::path> files;
+    for (const ListedFile& file : list.files)
+        files.push_back(file.path);
+    for (std::span<const std::filesystem::path> left{files}; !left.empty() && !session.console.resultsLost();) {
+        const auto batch = left.first(std::min(filesAtOnce, left.size()));
+        left = left.subspan(batch.size());
+        for (DetectionResult& detection : session.model.detector().detect(batch)) {
+            if (arguments.deep)
+                detection = session.model.detector().detectDeeply(detection);
+            allUsable = allUsable && detection.isUsable();
+            if (arguments.json)
+                session.console.jsonResult(identifyLine(detection));
+            else
+                show(session.console, detection);
+        }
+    }
+    return allUsable ? ExitStatus::done : ExitStatus::someFailed;
+}
+
+} // namespace nivex::commandline

@@ -1,0 +1,75 @@
+#include "NIVEX/CommandLine/Commands/Commands.hpp"
+#include "NIVEX/CommandLine/Descriptions.hpp"
+#include "NIVEX/CommandLine/FileList.hpp"
+#include "NIVEX/CommandLine/JsonLines.hpp"
+
+#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Unicode.hpp"
+
+#include <algorithm>
+
+namespace nivex::commandline {
+namespace {
+
+void show(Console& console, const DetectionResult& detection, const std::vector<ConversionPlan>& plans)
+{
+    console.result(console.emphasized(shownPath(detection.url)) + " : " + describe(detection));
+    for (const DetectionIssue& issue : detection.issues)
+        console.result("    " + issue.message());
+    if (plans.empty() && detection.isUsable())
+        console.result("    " + "Aucun format de sortie n'est disponible sur cette machine."_fr.localized());
+    for (const ConversionPlan& plan : plans) {
+        console.result("  " + console.emphasized(plan.target.id.rawValue) + " : " + describeRoute(plan));
+        for (const std::string& warning : plan.warnings())
+            console.result("      " + warning);
+    }
+}
+
+/// Keeps of each file's plans those whose target every file can become.
+void keepCommon(const ConversionPlanner& planner, const std::vector<DetectionResult>& detections,
+                std::vector<std::vector<ConversionPlan>>& plans)
+{
+    const std::vector<CommonPlan> common = planner.commonPlans(detections);
+    const auto isShared = [&](const ConversionPlan& plan) {
+        return std::any_of(common.begin(), common.end(),
+                           [&](const CommonPlan& each) { return each.target == plan.id(); });
+    };
+    for (std::vector<ConversionPlan>& each : plans)
+        std::erase_if(each, [&](const ConversionPlan& plan) { return !isShared(plan); });
+}
+
+} // namespace
+
+ExitStatus plans(Session& session, const PlansArguments& arguments)
+{
+    const FileList list = listFiles(arguments.selection);
+    for (const std::string& problem : list.problems)
+        session.console.note(problem);
+    std::vector<std::filesystem::path> files;
+    for (const ListedFile& file : list.files)
+        files.push_back(file.path);
+
+    const std::vector<DetectionResult> detections = session.model.detector().detect(files);
+    std::vector<std::vector<ConversionPlan>> plans;
+    for (const DetectionResult& detection : detections)
+        plans.push_back(session.model.planner().plans(detection));
+    bool allPlanned = list.problems.empty();
+    if (arguments.common) {
+        keepCommon(session.model.planner(), detections, plans);
+        if (detections.size() > 1 && plans.front().empty()) {
+            session.console.note(
+                "Ces fichiers n'ont aucun format de sortie en commun. Convertissez-les séparément."_fr.localized());
+            allPlanned = false;
+        }
+    }
+    for (std::size_t i = 0; i < detections.size(); ++i) {
+        allPlanned = allPlanned && !plans[i].empty();
+        if (arguments.json)
+            session.console.jsonResult(plansLine(detections[i], plans[i]));
+        else
+            show(session.console, detections[i], plans[i]);
+    }
+    return allPlanned ? ExitStatus::done : ExitStatus::someFailed;
+}
+
+} // namespace nivex::commandline

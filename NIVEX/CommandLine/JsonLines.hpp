@@ -1,0 +1,36 @@
+#pragma once
+
+#include "NivexKit/Contract/ConversionEngine.hpp"
+#include "NivexKit/Detection/DetectionResult.hpp"
+#include "NivexKit/Foundation/Json.hpp"
+#include "NivexKit/Planning/ConversionPlan.hpp"
+
+#include <filesystem>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace nivex::commandline {
+
+// The objects that --json prints. Their member names are a contract: members may be added, none renamed.
+
+JsonObject identifyLine(const DetectionResult& detection);
+JsonObject plansLine(const DetectionResult& detection, std::span<const ConversionPlan> plans);
+JsonObject formatLine(const FileFormat& format, bool readable, bool writable);
+JsonObject engineLine(const ConversionEngine& engine);
+
+/// What became of one file.
+struct FinishedFile {
+    std::filesystem::path source;
+    std::optional<FormatID> sourceFormat;
+    FormatID target;
+    std::string_view state; // "succeeded", "failed" or "cancelled"
+    std::vector<std::filesystem::path> outputs;
+    std::int64_t totalBytes = 0;
+    std::optional<std::string> message; // of a failure
+    std::vector<std::string> warnings;
+    double seconds = 0;
+};
+JsonObject finishedLine(const FinishedFile& file);
+
+} // namespace nivex::commandline
