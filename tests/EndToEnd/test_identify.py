@@ -1,0 +1,128 @@
+import base64
+import json
+import os
+import unittest
+
+from nivex_case import NivexCase, subrip
+
+
+class Identify(NivexCase):
+    def only(self, path, expect=0):
+        lines = self.json_lines("identify", os.fsencode(path), expect=expect)
+        self.assertEqual(len(lines), 1)
+        return lines[0]
+
+    def test_content_decides_over_the_name(self):
+        self.write("film.srt", subrip(3))
+        self.write("film.pdf", subrip(3))
+        self.write("film", subrip(3))
+
+        right, wrong, bare = self.json_lines("identify", "film.srt", "film.pdf", "film", expect=1)
+
+        self.assertEqual((right["format"], right["declaredFormat"], right["issues"]), ("srt", "srt", []))
+        self.assertEqual((wrong["format"], wrong["usable"]), ("srt", True) if wrong["usable"] else ("pdf", False))
+        self.assertEqual((bare["format"], bare["declaredFormat"]), ("srt", None))
+
+    def test_each_refusal_has_its_sentence(self):
+        self.write("vide.srt", b"")
+        self.write("prog", b"\x7fELF\2\1\1" + bytes(60))
+        self.write("faux.png", "ceci n'est pas une image")
+        self.write("secret.srt", subrip(1)).chmod(0)
+        (self.folder / "dossier").mkdir()
+        os.mkfifo(self.folder / "tube")
+        cases = {
+            "vide.srt": ("empty", "Le fichier est vide."),
+            "absent.srt": ("unreadable", "Le fichier ne peut pas être lu (introuvable ou inaccessible)."),
+            "dossier": ("directory",
+                        "Les dossiers ne sont pas encore pris en charge : déposez les fichiers qu'il contient."),
+            "prog": ("executable", "NIVEX ne convertit pas les programmes et ne les exécute jamais."),
+            "faux.png": ("contentDoesNotMatch", "Le contenu ne correspond pas à un fichier PNG valide."),
+            "tube": ("unreadable", None),
+        }
+        if os.geteuid() != 0:
+            cases["secret.srt"] = ("unreadable", None)
+        for name, (case, message) in cases.items():
+            with self.subTest(name):
+                line = self.only(name, expect=1)
+                self.assertFalse(line["usable"])
+                blocking = [issue for issue in line["issues"] if issue["blocking"]]
+                self.assertEqual(blocking[0]["case"], case)
+                if message:
+                    self.assertEqual(blocking[0]["message"], message)
+
+    def test_a_file_too_large_is_refused_without_being_read(self):
+        with open(self.folder / "grand.srt", "wb") as file:
+            file.truncate(4_294_967_297)
+        self.assertEqual(self.only("grand.srt", expect=1)["issues"][0]["case"], "tooLarge")
+
+    def test_any_name_that_the_file_system_holds_works(self):
+        names = [b"-tiret.srt", "é 🎬\nfilm.srt".encode(), b"\xff\xfe.srt", b"x" * 251 + b".srt"]
+        for name in names:
+            (self.folder / os.fsdecode(name)).write_text(subrip(1))
+        lines = self.json_lines("identify", "--files-from", "-", "-0", input=b"\0".join(names))
+
+        self.assertEqual([line["format"] for line in lines], ["srt"] * 4)
+        self.assertEqual(base64.b64decode(lines[2]["pathBytes"]), names[2])
+        self.assertNotIn("pathBytes", lines[1])
+        self.assertEqual(self.run_nivex("identify", "--", "-tiret.srt").returncode, 0)
+
+    def test_folders_are_walked_without_what_is_hidden(self):
+        for name in ("a/b/1.srt", "a/2.srt", "a/.secret/3.srt", "a/.4.srt"):
+            self.write(name, subrip(1))
+        os.symlink("..", self.folder / "a" / "b" / "boucle")
+        lines = self.json_lines("identify", "-r", "a")
+        self.assertEqual([line["path"] for line in lines], ["a/2.srt", "a/b/1.srt"])
+
+
+class WrongUsage(NivexCase):
+    def test_one_french_line_and_status_two(self):
+        self.write("film.srt", subrip(1))
+        cases = [
+            (["idntify", "film.srt"], "« identify »"),
+            (["identify", "--jsno", "film.srt"], "« --json »"),
+            (["convert", "film.srt", "--to", "vvt"], "« vtt »"),
+            (["convert", "film.srt"], "--to"),
+            (["convert", "film.srt", "--to"], "--to"),
+            (["convert", "film.srt", "--to", "vtt", "--quality", "1.01"], "Qualité invalide."),
+            (["convert", "film.srt", "--to", "vtt", "--dpi", "nan"], "ppp"),
+            (["convert", "film.srt", "--to", "vtt", "--max-size", "2XB"], "--max-size"),
+            (["convert", "film.srt", "--to", "vtt", "--metadata", "garder"], "removeLocation"),
+            (["convert", "film.srt", "--to", "vtt", "--jobs", "0"], "--jobs"),
+            (["formats", "--family", "vidéo"], "« video »"),
+            (["identify"], "fichier"),
+            ([], "commande"),
+        ]
+        for arguments, mention in cases:
+            with self.subTest(arguments):
+                result = self.run_nivex(*arguments, expect=2)
+                self.assertEqual(result.stdout, b"")
+                told = result.stderr.decode()
+                self.assertIn(mention, told)
+                self.assertEqual(told.count("\n"), 1)
+        self.assertEqual(self.names(), ["film.srt"])
+
+
+class Lists(NivexCase):
+    def test_catalogue_and_engines(self):
+        formats = self.json_lines("formats")
+        self.assertEqual(len(formats), 203)
+        self.assertEqual(len({each["id"] for each in formats}), 203)
+        engines = self.json_lines("engines")
+        self.assertEqual(len(engines), 12)
+        self.assertEqual(engines[5]["id"], "native-subtitle")
+        self.assertTrue(engines[5]["available"])
+        for engine in engines:
+            self.assertEqual(engine["available"], engine["reason"] is None)
+            self.assertEqual(engine["available"], bool(engine["edges"]))
+
+    def test_results_that_cannot_be_written_are_an_error(self):
+        with open("/dev/full", "wb") as full:
+            import subprocess
+            from nivex_case import PROGRAM
+            result = subprocess.run([PROGRAM, "formats"], stdout=full, stderr=subprocess.PIPE)
+        self.assertEqual(result.returncode, 1)
+        self.assertIn("résultats", result.stderr.decode())
+
+
+if __name__ == "__main__":
+    unittest.main()
