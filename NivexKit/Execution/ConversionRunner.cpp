@@ -35,18 +35,23 @@ void checkTargetSize(const ConversionPlan& plan, const ConversionOptions& option
         throw ConversionError::unsupported("ce format ne propose pas de poids cible"_fr);
 }
 
-fs::path writableFolder(const fs::path& input, const OutputDestination& destination)
+void checkFolder(const fs::path& folder)
 {
-    const auto* chosen = std::get_if<DestinationFolder>(&destination);
-    fs::path folder = chosen ? chosen->location : input.parent_path();
-    if (folder.empty())
-        folder = ".";
     std::error_code ignored;
     const fs::file_type type = fs::status(folder, ignored).type();
     if (type != fs::file_type::directory && type != fs::file_type::none) // none: we may not even look
         throw ConversionError::destinationUnavailable("le dossier n'existe plus"_fr);
     if (::faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0)
         throw noWritePermission(folder);
+}
+
+fs::path writableFolder(const fs::path& input, const OutputDestination& destination)
+{
+    const auto* chosen = std::get_if<DestinationFolder>(&destination);
+    fs::path folder = chosen ? chosen->location : input.parent_path();
+    if (folder.empty())
+        folder = ".";
+    checkFolder(folder);
     return folder;
 }
 
@@ -258,6 +263,7 @@ ConversionOutcome ConversionRunner::run(const ConversionPlan& plan, const fs::pa
         OutputBudget::verify(files, *maximum);
     }
     checkCancellation(cancellation);
+    checkFolder(folder); // gone or closed meanwhile: the reason to give for outputs that went with it
     verifyOutputs(files, end.workspace->root(), input);
 
     ConversionOutcome outcome{.outputs = moveAllIntoPlace(files, folder)};

@@ -1,0 +1,140 @@
+#include "NivexKit/Execution/ConversionQueue.hpp"
+#include "NivexKit/Foundation/WithTimeout.hpp"
+#include "tests/Support/ConversionScene.hpp"
+#include "tests/Support/ManualMainLoop.hpp"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <stdexcept>
+#include <string>
+
+namespace nivex {
+namespace {
+
+using Job = ConversionJob;
+using testing::ConversionScene;
+using testing::ManualMainLoop;
+
+/// A queue whose engine works as long as the test keeps it, or until it is cancelled.
+struct QueueScene : ConversionScene {
+    ManualMainLoop loop;
+    std::atomic<int> permits = 0;
+    std::atomic<int> working = 0;
+    std::atomic<int> mostWorking = 0;
+    std::vector<std::string> finished; // names of the sources, in the order of finishing
+
+    QueueScene()
+    {
+        engine->work = [this](const EngineRequest& request, const ProgressCallback& progress,
+                              const CancellationFlag& cancellation) {
+            mostWorking = std::max(mostWorking.load(), ++working);
+            progress(0.5);
+            while (permits.fetch_sub(1) <= 0) {
+                ++permits;
+                if (cancellation.isSet())
+                    break;
+                std::this_thread::yield();
+            }
+            --working;
+            cancellation.check();
+            std::ofstream{request.outputLocation()} << "made";
+            return std::vector{request.outputLocation()};
+        };
+    }
+
+    ConversionQueue queue(int limit)
+    {
+        return {runner(), loop, limit, [] { return Job::Time{}; }};
+    }
+
+    Uuid enqueue(ConversionQueue& queue, int count)
+    {
+        queue.onJobFinished = [this](const Job& job) { finished.push_back(job.source.url.filename()); };
+        std::vector<ConversionQueue::Request> requests;
+        for (int i = 0; i < count; ++i) {
+            DetectionResult source;
+            source.url = folder.write(std::to_string(i) + ".srt", "source");
+            requests.emplace_back(source, plan({"srt", "vtt"}));
+        }
+        return queue.enqueue(requests, {}, SameFolderAsSource{});
+    }
+
+    void runUntilIdle(ConversionQueue& queue)
+    {
+        loop.runUntil([&] { return !queue.isBusy(); });
+    }
+};
+
+TEST(ConversionQueue, RunsOneAfterTheOtherWithALimitOfOneAndNeverFewer)
+{
+    QueueScene scene;
+    ConversionQueue queue = scene.queue(-3);
+    EXPECT_EQ(queue.maxConcurrentJobs(), 1);
+    scene.permits = 3;
+    const Uuid batch = scene.enqueue(queue, 3);
+    EXPECT_TRUE(std::holds_alternative<Job::Waiting>(queue.jobsInBatch(batch)[1]->state));
+    scene.runUntilIdle(queue);
+    EXPECT_EQ(scene.finished, (std::vector<std::string>{"0.srt", "1.srt", "2.srt"}));
+    EXPECT_EQ(scene.mostWorking, 1);
+    EXPECT_EQ(queue.progress(batch), (BatchProgress{.total = 3, .finished = 3, .succeeded = 3, .fraction = 1.0}));
+    EXPECT_TRUE(queue.jobs().front().finishedAt);
+
+    queue.clearFinished();
+    EXPECT_TRUE(queue.jobs().empty());
+    EXPECT_EQ(queue.progress(batch), std::nullopt);
+}
+
+TEST(ConversionQueue, SumsUpABatchAndCancelsWhatIsLeft)
+{
+    QueueScene scene;
+    ConversionQueue queue = scene.queue(1);
+    scene.permits = 1;
+    const Uuid batch = scene.enqueue(queue, 3);
+    const auto jobs = queue.jobsInBatch(batch);
+    scene.loop.runUntil([&] { return jobs[1]->state == Job::State{Job::Running{0.5}}; });
+    EXPECT_EQ(queue.progress(batch), (BatchProgress{.total = 3, .finished = 1, .succeeded = 1, .fraction = 0.5}));
+
+    queue.remove(jobs[1]->id);
+    EXPECT_EQ(queue.jobs().size(), 3U) << "a running job cannot be removed";
+    queue.cancelBatch(batch);
+    EXPECT_EQ(scene.finished, (std::vector<std::string>{"0.srt", "2.srt"})) << "a waiting job is cancelled at once";
+    scene.runUntilIdle(queue);
+    scene.loop.runPosted(); // late reports must not bring a job back
+    queue.cancelAll();
+    EXPECT_EQ(queue.progress(batch),
+              (BatchProgress{.total = 3, .finished = 3, .succeeded = 1, .cancelled = 2, .fraction = 1.0}));
+    EXPECT_EQ(scene.finished.size(), 3U) << "a finished job finishes once";
+}
+
+TEST(ConversionQueue, SaysInOurWordsWhatAnEngineThrew)
+{
+    QueueScene scene;
+    scene.engine->work = [](const EngineRequest&, const ProgressCallback&,
+                            const CancellationFlag&) -> std::vector<std::filesystem::path> {
+        throw std::logic_error{"basic_string::substr"};
+    };
+    ConversionQueue queue = scene.queue(2);
+    scene.enqueue(queue, 1);
+    scene.runUntilIdle(queue);
+    EXPECT_EQ(
+        queue.jobs().front().state,
+        Job::State{Job::Failed{"L'écriture du nouveau fichier a échoué : erreur inattendue du moteur de conversion"}});
+}
+
+TEST(ConversionQueue, EndsCleanlyWithRunningJobs)
+{
+    QueueScene scene;
+    {
+        ConversionQueue queue = scene.queue(2);
+        scene.enqueue(queue, 4);
+        scene.loop.runUntil([&] { return scene.working == 2; });
+    }
+    scene.loop.runPosted(); // what was posted for the queue that is gone
+    EXPECT_TRUE(scene.finished.empty());
+    EXPECT_EQ(testing::namesIn(scene.folder.path()).size(), 4U) << "a workspace is left";
+    EXPECT_TRUE(operationsHaveEnded(std::chrono::seconds{60}));
+}
+
+} // namespace
+} // namespace nivex
