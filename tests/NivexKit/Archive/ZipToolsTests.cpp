@@ -33,6 +33,8 @@ bool succeeds(const std::filesystem::path& folder, const std::string& command)
 
 TEST(ZipTools, AcceptWhatTheWriterMakes)
 {
+    // unzip converts names beyond ASCII twice and then warns that they differ, whatever the language settings.
+    const std::string plainNames = " -x 'folder/*'";
     const std::string commands[] = {
         "unzip -t ours.zip" + plainNames, "7z t ours.zip", "bsdtar -tf ours.zip",
         "python3 -c \"import zipfile, sys; sys.exit(zipfile.ZipFile('ours.zip').testzip() is not None)\"",
