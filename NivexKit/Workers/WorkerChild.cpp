@@ -1,0 +1,140 @@
+#include "NivexKit/Workers/WorkerChild.hpp"
+
+#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Workers/DescriptorPassing.hpp"
+
+#include <signal.h>
+#include <sys/socket.h>
+
+#include <array>
+#include <cerrno>
+#include <filesystem>
+
+namespace nivex {
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+// The flag cannot wake a waiting thread, so it is looked at this often; a fifth of the delay that a person notices.
+constexpr auto cancellationInterval = 20ms;
+// A killed process of many gigabytes takes a while to give them back.
+constexpr auto endingTime = 5s;
+// Between the moment a child closes its channel and the moment it has ended.
+constexpr auto dyingTime = 1s;
+
+bool hasWrittenSomething(const WorkerRequest& request)
+{
+    std::error_code ignored;
+    return std::filesystem::directory_iterator{request.work.workingDirectory, ignored} !=
+           std::filesystem::directory_iterator{};
+}
+
+ConversionError brokenRules()
+{
+    return ConversionError::encodingFailed("le programme de conversion a donné une réponse incorrecte"_fr);
+}
+
+} // namespace
+
+WorkerResult WorkerChild::run(const WorkerRequest& request, const ProgressCallback& progress,
+                              const CancellationFlag& cancellation, std::optional<std::chrono::milliseconds> timeLimit)
+{
+    const auto deadline = timeLimit ? Clock::now() + *timeLimit : Clock::time_point::max();
+    send(written(request));
+    try {
+        for (MessageLines lines;;) {
+            cancellation.check();
+            if (Clock::now() >= deadline)
+                throw ConversionError::timedOut();
+            if (!waitReadable(channel_.get(), cancellationInterval))
+                continue;
+            if (!receive(lines))
+                throw death(request);
+            if (auto result = read(lines, progress)) {
+                end();
+                return *std::move(result);
+            }
+        }
+    } catch (const WorkerMessageError&) {
+        end();
+        throw brokenRules();
+    } catch (const ConversionError&) {
+        end();
+        throw;
+    }
+}
+
+void WorkerChild::send(std::string line) const
+{
+    line += '\n';
+    std::string_view rest = line;
+    while (!rest.empty()) {
+        const ssize_t sent = ::send(channel_.get(), rest.data(), rest.size(), MSG_NOSIGNAL);
+        if (sent < 0 && errno != EINTR)
+            return; // the child has ended: reading from the channel will tell
+        rest.remove_prefix(sent < 0 ? 0 : static_cast<std::size_t>(sent));
+    }
+}
+
+/// False at the end of the channel.
+bool WorkerChild::receive(MessageLines& lines) const
+{
+    std::array<char, 16 * 1024> buffer;
+    // Plain recv: descriptors that a child might attach are dropped by the kernel.
+    const ssize_t received = ::recv(channel_.get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
+    if (received < 0 && (errno == EINTR || errno == EAGAIN))
+        return true;
+    if (received <= 0)
+        return false;
+    lines.append({buffer.data(), static_cast<std::size_t>(received)});
+    return true;
+}
+
+std::optional<WorkerResult> WorkerChild::read(MessageLines& lines, const ProgressCallback& progress) const
+{
+    while (const auto line = lines.next()) {
+        const WorkerReply reply = readWorkerReply(*line);
+        if (const auto* error = std::get_if<ConversionError>(&reply))
+            throw *error;
+        if (const auto* result = std::get_if<WorkerResult>(&reply))
+            return *result;
+        if (progress)
+            progress(std::get<WorkerProgress>(reply).fraction);
+    }
+    return std::nullopt;
+}
+
+/// What to tell of a child that closed its channel without a result.
+ConversionError WorkerChild::death(const WorkerRequest& request) const
+{
+    const std::optional<ChildEnd> childEnd = receiveEnd();
+    const int signal = childEnd ? childEnd->signal : 0;
+    // Nobody here has killed it yet, so SIGKILL is the kernel that ran out of memory.
+    if (childEnd && (signal == SIGKILL || (signal == 0 && childEnd->exitCode == exitCodeOutOfMemory)))
+        return ConversionError::resourceLimit(
+            "ce fichier demande plus de mémoire que NIVEX n'en accorde à une conversion"_fr);
+    if (signal == SIGXFSZ)
+        return ConversionError::resourceLimit("le fichier produit serait trop volumineux"_fr);
+    if (signal == SIGXCPU)
+        return ConversionError::timedOut();
+    if (request.task == WorkerTask::convert && hasWrittenSomething(request))
+        return ConversionError::encodingFailed("le programme de conversion s'est arrêté de façon inattendue"_fr);
+    return ConversionError::unreadableSource("sa lecture a arrêté le programme de conversion"_fr);
+}
+
+std::optional<ChildEnd> WorkerChild::receiveEnd() const
+{
+    if (!waitReadable(status_.get(), dyingTime))
+        return std::nullopt;
+    const auto packet = receivePacket(status_.get());
+    return packet ? std::optional{readChildEnd(packet->text)} : std::nullopt;
+}
+
+void WorkerChild::end() const
+{
+    process_.kill();
+    process_.waitForEnd(endingTime);
+}
+
+} // namespace nivex

@@ -1,0 +1,224 @@
+#include "NivexKit/Foundation/EnumTable.hpp"
+#include "NivexKit/Foundation/Unicode.hpp"
+#include "NivexKit/Workers/MessageFields.hpp"
+#include "NivexKit/Workers/WorkerProtocol.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <type_traits>
+
+namespace nivex {
+namespace {
+
+constexpr std::size_t maxOutputs = 4'096;
+constexpr std::size_t maxPathBytes = 4'096;
+constexpr std::size_t maxShownBytes = 400;
+constexpr std::size_t maxListed = 64; // libraries, and layers of the sandbox
+
+using Kind = ConversionError::Kind;
+
+struct ErrorRow {
+    Kind value;
+    std::string_view stored;
+};
+
+// What a worker may blame. Cancellation, time and the destination are the application's to judge.
+constexpr ErrorRow errorRows[] = {
+    {Kind::unsupported, "unsupported"},       {Kind::unreadableSource, "unreadableSource"},
+    {Kind::encodingFailed, "encodingFailed"}, {Kind::outputVerificationFailed, "outputVerificationFailed"},
+    {Kind::resourceLimit, "resourceLimit"},   {Kind::engineUnavailable, "engineUnavailable"},
+};
+
+std::string_view storedName(Kind kind)
+{
+    for (const ErrorRow& row : errorRows)
+        if (row.value == kind)
+            return row.stored;
+    return "encodingFailed";
+}
+
+/// A text of the worker's as a person may see it: short, on one line, nothing invisible that reorders or hides.
+std::string shown(std::string_view text)
+{
+    std::string result;
+    for (std::size_t position = 0; position < text.size();) {
+        const char32_t scalar = nextScalar(text, position);
+        if (isControl(scalar))
+            result += ' ';
+        else
+            appendScalar(result, scalar);
+        if (result.size() > maxShownBytes)
+            return std::string{cutToBytes(result, maxShownBytes)};
+    }
+    return result;
+}
+
+const JsonArray& bounded(const JsonArray& array, std::size_t bound)
+{
+    if (array.size() > bound)
+        throw WorkerMessageError{"a list is too long"};
+    return array;
+}
+
+WorkerProgress progress(const JsonValue& value)
+{
+    if (value.isNull())
+        return {};
+    const auto fraction = value.number();
+    if (!fraction || !std::isfinite(*fraction))
+        throw WorkerMessageError{"progress that is no number"};
+    return {std::clamp(*fraction, 0.0, 1.0)};
+}
+
+ConversionError failure(const MessageFields& fields)
+{
+    const auto kind = caseStoredAs(errorRows, fields.text("kind"));
+    if (!kind)
+        throw WorkerMessageError{"unknown kind of error"};
+    // The worker speaks French; what it says is the key to the language in use here.
+    return ConversionError{*kind, shown(Text{fields.text("detail")}.localized())};
+}
+
+WorkerOutputs outputs(const JsonArray& array)
+{
+    WorkerOutputs result;
+    for (const JsonValue& value : bounded(array, maxOutputs)) {
+        if (!value.string() || value.string()->size() > maxPathBytes)
+            throw WorkerMessageError{"an output that is no path"};
+        result.paths.push_back(unescapedPath(*value.string()));
+    }
+    return result;
+}
+
+/// Reads the member into the field when it is there; a measurement below zero or of another kind breaks the rules.
+template <class Value>
+void read(const MessageFields& fields, std::string_view name, std::optional<Value>& field)
+{
+    if (!fields.has(name))
+        return;
+    if constexpr (std::is_same_v<Value, bool>) {
+        field = fields.boolean(name);
+    } else if constexpr (std::is_same_v<Value, std::string>) {
+        field = shown(fields.text(name));
+    } else if constexpr (std::is_same_v<Value, std::int64_t>) {
+        field = fields.integer(name);
+        if (*field < 0)
+            throw WorkerMessageError{"a measurement below zero"};
+    } else {
+        field = fields.value(name).number();
+        if (!field || !std::isfinite(*field) || *field < 0)
+            throw WorkerMessageError{"a duration that is none"};
+    }
+}
+
+SourceProperties properties(const MessageFields& fields)
+{
+    SourceProperties result;
+    read(fields, "pixelWidth", result.pixelWidth);
+    read(fields, "pixelHeight", result.pixelHeight);
+    read(fields, "hasAlpha", result.hasAlpha);
+    read(fields, "imageCount", result.imageCount);
+    read(fields, "pageCount", result.pageCount);
+    read(fields, "bitsPerComponent", result.bitsPerComponent);
+    read(fields, "isFloatingPoint", result.isFloatingPoint);
+    read(fields, "hasLocation", result.hasLocation);
+    read(fields, "isEncrypted", result.isEncrypted);
+    read(fields, "decoderTypeIdentifier", result.decoderTypeIdentifier);
+    read(fields, "durationSeconds", result.durationSeconds);
+    read(fields, "hasVideoTrack", result.hasVideoTrack);
+    read(fields, "hasAudioTrack", result.hasAudioTrack);
+    read(fields, "audioChannelCount", result.audioChannelCount);
+    read(fields, "audioBitDepth", result.audioBitDepth);
+    read(fields, "videoCodec", result.videoCodec);
+    read(fields, "hasTextLayer", result.hasTextLayer);
+    read(fields, "hasRigOrAnimation", result.hasRigOrAnimation);
+    read(fields, "hasLayers", result.hasLayers);
+    return result;
+}
+
+WorkerDescription description(const MessageFields& fields)
+{
+    WorkerDescription result;
+    for (const JsonValue& value : bounded(fields.array("libraries"), maxListed)) {
+        const MessageFields library{value};
+        result.libraries.push_back({shown(library.text("name")), shown(library.text("version"))});
+    }
+    for (const JsonValue& value : bounded(fields.array("sandbox"), maxListed)) {
+        const MessageFields state{value};
+        const auto layer = sandboxLayerStoredAs(state.text("layer"));
+        if (!layer)
+            throw WorkerMessageError{"unknown layer of the sandbox"};
+        result.posture.layers.push_back({*layer, state.boolean("granted"), shown(state.text("detail"))});
+    }
+    return result;
+}
+
+WorkerResult result(const MessageFields& fields)
+{
+    if (fields.has("outputs"))
+        return outputs(fields.array("outputs"));
+    if (fields.has("properties"))
+        return properties(fields.object("properties"));
+    return description(fields);
+}
+
+JsonValue resultJson(const WorkerOutputs& outputs)
+{
+    JsonArray paths;
+    for (const std::string& path : outputs.paths)
+        paths.push_back(escapedPath(path));
+    return JsonObject{{"outputs", paths}};
+}
+
+JsonValue resultJson(const SourceProperties& properties) { return JsonObject{{"properties", toJson(properties)}}; }
+
+JsonValue resultJson(const WorkerDescription& description)
+{
+    JsonArray libraries;
+    for (const LibraryVersion& library : description.libraries)
+        libraries.push_back(JsonObject{{"name", library.name}, {"version", library.version}});
+    return JsonObject{{"libraries", libraries}, {"sandbox", toJson(description.posture)}};
+}
+
+JsonObject replyJson(const WorkerProgress& progress) { return {{"progress", JsonValue{progress.fraction}}}; }
+
+JsonObject replyJson(const WorkerResult& result)
+{
+    return {{"result", std::visit([](const auto& each) { return resultJson(each); }, result)}};
+}
+
+JsonObject replyJson(const ConversionError& error)
+{
+    return {{"error", JsonObject{{"kind", storedName(error.kind())}, {"detail", error.detail()}}}};
+}
+
+} // namespace
+
+std::string written(const WorkerReply& reply)
+{
+    return writeJson(std::visit([](const auto& each) { return replyJson(each); }, reply));
+}
+
+WorkerReply readWorkerReply(std::string_view line)
+{
+    const MessageFields fields{line};
+    if (fields.has("progress"))
+        return progress(fields.value("progress"));
+    if (fields.has("error"))
+        return failure(fields.object("error"));
+    return result(fields.object("result"));
+}
+
+std::string written(const ChildEnd& end)
+{
+    return writeJson(JsonObject{{"exitCode", end.exitCode}, {"signal", end.signal}});
+}
+
+ChildEnd readChildEnd(std::string_view packet)
+{
+    const MessageFields fields{packet};
+    return {static_cast<int>(fields.integer("exitCode")), static_cast<int>(fields.integer("signal"))};
+}
+
+} // namespace nivex

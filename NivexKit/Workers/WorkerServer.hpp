@@ -1,0 +1,47 @@
+#pragma once
+
+#include "NivexKit/Foundation/CancellationFlag.hpp"
+#include "NivexKit/Foundation/FileDescriptor.hpp"
+#include "NivexKit/Workers/ProcessHandle.hpp"
+#include "NivexKit/Workers/WorkerChild.hpp"
+
+#include <chrono>
+#include <filesystem>
+#include <memory>
+
+namespace nivex {
+
+/// A running worker program, which forks a child for each request. Any thread may ask it for children.
+class WorkerServer {
+public:
+    struct Start {
+        std::chrono::milliseconds idleTime; // how long the program stays without work
+        bool showsErrors = false;           // let it write to this program's standard error
+    };
+
+    /// Starts the program; null when that is impossible.
+    static std::unique_ptr<WorkerServer> start(const std::filesystem::path& program, const Start& how);
+
+    WorkerServer(const WorkerServer&) = delete;
+    WorkerServer& operator=(const WorkerServer&) = delete;
+    /// Ends the program, and with it any child that is left.
+    ~WorkerServer();
+
+    bool hasEnded() const;
+    const ProcessHandle& process() const { return process_; }
+
+    /// A new child; null when the program has ended or answers nothing for too long.
+    /// Throws ConversionError::cancelled.
+    std::unique_ptr<WorkerChild> fork(const CancellationFlag& cancellation) const;
+
+private:
+    WorkerServer(FileDescriptor control, ProcessHandle process)
+        : control_{std::move(control)}, process_{std::move(process)}
+    {
+    }
+
+    FileDescriptor control_;
+    ProcessHandle process_;
+};
+
+} // namespace nivex
