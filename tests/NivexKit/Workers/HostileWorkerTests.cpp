@@ -1,0 +1,129 @@
+#include "tests/NivexKit/Workers/WorkerTestSupport.hpp"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace nivex::testing {
+namespace {
+
+using namespace std::chrono_literals;
+using Kind = ConversionError::Kind;
+
+constexpr auto patience = 20s; // far more than needed, on a machine that does other things
+
+TEST(HostileWorker, BecomesOneFailedJobWithAPlainSentence)
+{
+    HostileHouse house;
+    const struct {
+        const char* misdeed;
+        Kind kind;
+        const char* detail;
+    } cases[] = {
+        {"crash", Kind::unreadableSource, "sa lecture a arrêté le programme de conversion"},
+        {"crash writing", Kind::encodingFailed, "le programme de conversion s'est arrêté de façon inattendue"},
+        {"leave", Kind::unreadableSource, "sa lecture a arrêté le programme de conversion"},
+        {"close", Kind::unreadableSource, "sa lecture a arrêté le programme de conversion"},
+        {"throw", Kind::unreadableSource, "son contenu est endommagé"},
+        {"allocate", Kind::resourceLimit, "ce fichier demande plus de mémoire que NIVEX n'en accorde à une conversion"},
+        {"allocate abort", Kind::resourceLimit,
+         "ce fichier demande plus de mémoire que NIVEX n'en accorde à une conversion"},
+        {"large file", Kind::resourceLimit, "le fichier produit serait trop volumineux"},
+        {"flood of lines", Kind::encodingFailed, "le programme de conversion a donné une réponse incorrecte"},
+        {"flood of bytes", Kind::encodingFailed, "le programme de conversion a donné une réponse incorrecte"},
+        {"partial message", Kind::unreadableSource, "sa lecture a arrêté le programme de conversion"},
+        {"bad UTF-8", Kind::encodingFailed, "le programme de conversion a donné une réponse incorrecte"},
+        {"nonsense", Kind::encodingFailed, "le programme de conversion a donné une réponse incorrecte"},
+        {"other result", Kind::encodingFailed, "le programme de conversion a donné une réponse incorrecte"},
+        {"outside", Kind::outputVerificationFailed, "fichier produit hors de l'espace de travail"},
+        {"missing file", Kind::outputVerificationFailed, "fichier produit absent"},
+    };
+    const std::string server = house.attempt("parent");
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.misdeed);
+        EXPECT_EQ(house.failure(house.call(each.misdeed)), (ConversionError{each.kind, each.detail}));
+        EXPECT_TRUE(house.worksOn()) << "the next job suffers";
+    }
+    EXPECT_EQ(house.attempt("parent"), server) << "a misdeed ended the server";
+}
+
+TEST(HostileWorker, MayPrintAsMuchAsItLikes)
+{
+    HostileHouse house;
+    EXPECT_EQ(contentsOf(house.pool.convert(house.call("print"), {}, {}).at(0)), "hello");
+}
+
+TEST(HostileWorker, IsKilledWhenItTakesTooLong)
+{
+    HostileHouse house;
+    for (const char* misdeed : {"stay", "spin"}) {
+        WorkerCall call = house.call(misdeed);
+        call.timeLimit = 30ms;
+        EXPECT_EQ(house.failure(call), ConversionError::timedOut());
+        EXPECT_TRUE(house.worksOn());
+    }
+}
+
+TEST(HostileWorker, IsKilledWhenItIsCancelled)
+{
+    HostileHouse house;
+    CancellationFlag flag;
+    std::optional<ProcessHandle> child;
+    const auto cancel = [&](std::optional<double>) {
+        child = processOf(writtenProcesses(house.workingDirectory)[0]);
+        flag.set();
+    };
+    try {
+        house.pool.convert(house.call("stay"), cancel, flag);
+        ADD_FAILURE() << "it stayed and yet ended";
+    } catch (const ConversionError& error) {
+        EXPECT_EQ(error, ConversionError::cancelled());
+    }
+    EXPECT_TRUE(child->waitForEnd(0ms)) << "the child was still there when the caller was told";
+    EXPECT_TRUE(house.worksOn());
+}
+
+TEST(HostileWorker, DiesWithItsServer)
+{
+    HostileHouse house;
+    std::optional<ProcessHandle> child;
+    const auto killServer = [&](std::optional<double>) {
+        const auto processes = writtenProcesses(house.workingDirectory);
+        child = processOf(processes[0]);
+        processOf(processes[1]).kill();
+    };
+    EXPECT_THROW(house.pool.convert(house.call("stay"), killServer, {}), ConversionError);
+    EXPECT_TRUE(child->waitForEnd(patience));
+    EXPECT_TRUE(house.worksOn()) << "the server is not started again";
+}
+
+/// Runs in a process of its own: starts a worker that stays, says so on the pipe, and is killed by the test.
+[[noreturn]] void stayUntilKilled(int pipe, const HostileHouse& tested)
+{
+    WorkerPool pool{HostileHouse::settings()};
+    pool.convert(tested.call("stay"), [pipe](std::optional<double>) { (void)!::write(pipe, "x", 1); }, {});
+    ::_exit(1);
+}
+
+TEST(HostileWorker, DoesNotOutliveTheApplication)
+{
+    HostileHouse house;
+    int pipe[2];
+    ASSERT_EQ(::pipe(pipe), 0);
+    const pid_t application = ::fork();
+    if (application == 0)
+        stayUntilKilled(pipe[1], house);
+    char byte = 0;
+    ASSERT_EQ(::read(pipe[0], &byte, 1), 1);
+    std::vector<ProcessHandle> left;
+    for (const int process : writtenProcesses(house.workingDirectory))
+        left.push_back(processOf(process));
+    ::kill(application, SIGKILL);
+    ::waitpid(application, nullptr, 0);
+    for (const ProcessHandle& process : left)
+        EXPECT_TRUE(process.waitForEnd(patience));
+}
+
+} // namespace
+} // namespace nivex::testing

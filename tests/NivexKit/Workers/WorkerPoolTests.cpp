@@ -1,0 +1,106 @@
+#include "tests/NivexKit/Workers/WorkerTestSupport.hpp"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+namespace nivex::testing {
+namespace {
+
+using namespace std::chrono_literals;
+
+TEST(WorkerPool, ConvertsAndReportsProgress)
+{
+    HostileHouse house;
+    std::vector<std::optional<double>> fractions;
+    for (const char* program : {"hostile", "checked"}) {
+        WorkerCall call = house.call("copy", "caf\xE9 100 %"); // a name that is not UTF-8
+        call.program = program;
+        const auto outputs = house.pool.convert(call, [&](auto fraction) { fractions.push_back(fraction); }, {});
+        EXPECT_EQ(outputs, (std::vector{house.workingDirectory / "caf\xE9 100 %.txt"}));
+        EXPECT_EQ(contentsOf(outputs.at(0)), "hello");
+    }
+    EXPECT_EQ(fractions, (std::vector<std::optional<double>>{1.0, 1.0}));
+}
+
+TEST(WorkerPool, ProbesAndRefusesWhatAProgramCannotDo)
+{
+    HostileHouse house;
+    EXPECT_EQ(house.pool.probe(house.call("probe"), {}), SourceProperties{.pixelWidth = 5});
+    try {
+        house.pool.render(house.call("render"), {});
+        ADD_FAILURE() << "a task that the program does not have";
+    } catch (const ConversionError& error) {
+        EXPECT_EQ(error.kind(), ConversionError::Kind::unsupported);
+    }
+}
+
+TEST(WorkerPool, ServesManyThreadsThroughOneServer)
+{
+    HostileHouse house;
+    constexpr int threadCount = 4;
+    constexpr int jobsPerThread = 8;
+    std::atomic<int> right = 0;
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < threadCount; ++thread) {
+        threads.emplace_back([&, thread] {
+            for (int job = 0; job < jobsPerThread; ++job) {
+                WorkerCall call{.program = "hostile", .engine = "copy"};
+                call.request.input = house.input;
+                call.request.workingDirectory = house.folder / std::to_string(thread * jobsPerThread + job);
+                call.request.baseName = "result";
+                std::filesystem::create_directory(call.request.workingDirectory);
+                right += contentsOf(house.pool.convert(call, {}, {}).at(0)) == "hello";
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(right, threadCount * jobsPerThread);
+}
+
+TEST(WorkerPool, LetsAnIdleServerGoAndStartsAnother)
+{
+    WorkerPool::Settings settings = HostileHouse::settings();
+    settings.idleTime = 1ms;
+    HostileHouse house{settings};
+    const std::string first = house.attempt("parent");
+    EXPECT_TRUE(processOf(std::stoi(first)).waitForEnd(20s)) << "it stays without work";
+    EXPECT_NE(house.attempt("parent"), first);
+}
+
+TEST(WorkerPool, KeepsABusyServerBeyondItsIdleTime)
+{
+    WorkerPool::Settings settings = HostileHouse::settings();
+    settings.idleTime = 1ms;
+    HostileHouse house{settings};
+    WorkerCall call = house.call("stay");
+    call.timeLimit = 100ms;
+    EXPECT_EQ(house.failure(call), ConversionError::timedOut()) << "the server took its busy child with it";
+}
+
+TEST(WorkerPool, SaysWhyAProgramIsNotAvailable)
+{
+    HostileHouse house;
+    EXPECT_TRUE(house.pool.availability("hostile").isAvailable());
+    const std::string missing = "le programme nivex-worker-absent manque à l'installation de NIVEX";
+    EXPECT_EQ(house.pool.availability("absent"), EngineAvailability::unavailable(missing));
+    WorkerCall call = house.call("copy");
+    call.program = "absent";
+    EXPECT_EQ(house.failure(call), ConversionError::engineUnavailable(missing));
+    EXPECT_EQ(house.pool.programs(), (std::vector<std::string>{"checked", "hostile"}));
+}
+
+TEST(WorkerPool, GivesUpOnAProgramThatIsNoWorker)
+{
+    HostileHouse house;
+    WorkerPool::Settings settings = HostileHouse::settings();
+    settings.folders = {house.folder.path()};
+    std::filesystem::create_symlink("/bin/true", house.folder / "nivex-worker-true");
+    WorkerPool pool{settings};
+    EXPECT_THROW(pool.describe("true"), ConversionError);
+}
+
+} // namespace
+} // namespace nivex::testing
