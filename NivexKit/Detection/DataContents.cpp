@@ -22,7 +22,7 @@ Finding sqlite(const ByteSource& source, const SniffResult&)
 Finding hdf5(const ByteSource& source, const SniffResult&)
 {
     const std::string head = textAt(source, 0, 64 << 10);
-    for (const std::string_view mark : {"_NCProperties", "_Netcdf4", "_nc3_strict", "_NCCOPY"})
+    for (const std::string_view mark : {"_NCProperties", "_Netcdf4", "_nc3_strict", "This is a netCDF"})
         if (contains(head, mark))
             return {.candidates = Candidates{"netcdf", "hdf5"}};
     return {};

@@ -1,6 +1,7 @@
 #include "NivexKit/Detection/FileDetector.hpp"
 
-#include "NivexKit/Detection/ContentInspection.hpp"
+#include "NivexKit/Detection/ContainerInspection.hpp"
+#include "NivexKit/Detection/ContentSniffing.hpp"
 #include "NivexKit/Detection/FormatResolution.hpp"
 #include "NivexKit/Detection/StructuralCheck.hpp"
 #include "NivexKit/Foundation/ByteCount.hpp"
@@ -87,13 +88,18 @@ DetectionResult FileDetector::detect(const fs::path& url) const
     }
 
     HeaderBytes bytes{*source, head};
-    const SniffResult content = inspectedContainer(sniffedContent(head), url, bytes);
+    SniffResult content = sniffedContent(head);
+    ContainerFinding inside = inspectContainer(*source, content);
+    if (inside.candidates)
+        content.candidates = std::move(*inside.candidates);
     FormatResolution resolution = resolve(declared, extensionFormats, content, *registry_);
     if (resolution.format)
         result.format = *resolution.format;
     result.confidence = resolution.confidence;
     result.issues = std::move(resolution.issues);
 
+    if (inside.isEncrypted)
+        result.issues.push_back(DetectionIssue::encrypted());
     checkStructure(*source, result);
     measure(SourceProbes::builtIn(), bytes, result);
     if (isProgram(content, result))

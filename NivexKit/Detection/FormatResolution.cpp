@@ -51,6 +51,10 @@ constexpr Acceptance acceptances[] = {
     {"aepx",   "xml"},
     {"json",   "geojson gltf"},
     {"md",     "html"},
+    {"nef",    "tiff"},
+    {"arw",    "tiff"},
+    {"dng",    "tiff"},
+    {"idml",   "epub"}, // both have the container description of e-books
     {"prproj", "gz"},
     {"blend",  "gz zst"},
     {"mat",    "hdf5"},

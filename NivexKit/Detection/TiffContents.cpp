@@ -158,6 +158,8 @@ Finding tiff(const ByteSource& source, const SniffResult& sniff)
         return {.candidates = Candidates{"dng"}};
     const Field* maker = find(first, make);
     const std::string brand = maker ? file->text(*maker, 32) : "";
+    if (maker && brand.empty()) // the name lies in a part that is missing
+        return {};
     if (brand.starts_with("NIKON") && holdsSensorData(*file, first))
         return {.candidates = Candidates{"nef"}};
     if (brand.starts_with("SONY") && (find(first, dngPrivateData) || holdsSensorData(*file, first)))

@@ -43,6 +43,7 @@ constexpr MediaTypeRow mediaTypes[] = {
     {"application/vnd.oasis.opendocument.spreadsheet",  "ods"},
     {"application/vnd.oasis.opendocument.presentation", "odp"},
     {"application/epub+zip",                            "epub"},
+    {"application/vnd.adobe.indesign-idml-package",     "idml"},
     {"application/x-krita",                             "kra"},
     {"application/x-kra",                               "kra"},
 };
@@ -138,6 +139,8 @@ Candidates candidatesOf(const Reader& archive)
     std::optional<Candidates> refined;
     if (byNames.front() == "zip")
         refined = fromOtherNames(archive);
+    else if (byNames.front() == "epub" && archive.entry("designmap.xml")) // a layout may list its parts as a book does
+        refined = Candidates{"idml"};
     else if (byNames.front() == "pages")
         refined = fromRootObject(archive);
     else

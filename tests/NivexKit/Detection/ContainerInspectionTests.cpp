@@ -196,6 +196,7 @@ TEST(ContainerInspection, TellsTheRelativesOfTiffApart)
                     joined({bytes("4D 4D 00 2B 00 08 00 00"), bigEndian(16, 8), bigEndian(1, 8), bigEndian(34735, 2),
                             bigEndian(3, 2), bigEndian(4, 8), bigEndian(0, 8)}),
                     "geotiff"},
+                   {"brand beyond the end", tiffFile({{271, 2, 18, 5'000}}), "-"},
                    {"directory beyond the end", bytes("49 49 2A 00 FF FF FF FF"), "-"},
                    {"a part below that is the directory itself",
                     tiffFile({{271, 2, 5, behindTwo}, {330, 4, 1, 8}}, textBytes("SONY")), "tiff arw"},

@@ -51,6 +51,7 @@ TEST(TextSniffer, KnowsMarkers)
         {"text solid", "solid part one\n  facet normal 0 0 1\n", "stl"},
         {"text polygons", "ply\nformat ascii 1.0\nelement vertex 8\n", "ply"},
         {"document class behind comments", "% my thesis\n\\documentclass{book}", "tex"},
+        {"a program that quotes one", "text = r\"\"\"\n\\documentclass{book}\n\"\"\"\n", ""},
         {"a mention of it", "Write `\\documentclass` first.", ""},
         {"mailbox", "From a@b.fr Mon Jan  1 00:00:00 2024\nFrom: a@b.fr\nTo: c@d.fr\nDate: today\n\n", "mbox"},
         {"PHP", "<?php\necho 1;", "php"},
@@ -120,6 +121,7 @@ TEST(TextSniffer, KnowsData)
         {"CSV with semicolons and a line end in quotes", "a;b\n\"x\ny\";2\n1;2\n", "csv"},
         {"last record not ended", "a,b,c\n1,2,3\n4,5,6", "csv"},
         {"TSV", "a\tb\n1\t2\n", "tsv"},
+        {"objects with their commas in step", "{\"a\":1,\"b\":2}\n{\"a\":3,\"b\":4}\n", ""},
         {"uneven records", "a,b,c\n1,2\n", ""},
         {"letters with a comma per line", "Dear Ann, how are you\nI am well, thank you\n", ""},
         {"lines that end in a comma", "one,\ntwo,\nthree,\n", ""},
@@ -159,6 +161,10 @@ TEST(TextSniffer, KnowsSourceCodeBySeveralMarks)
         {"SQL", "-- dump\nCREATE TABLE a (b int);\n", "sql"},
         {"a sentence", "Select a book from the shelf. Then read; enjoy.", ""},
         {"Markdown", "# Title\n\nSee [here](https://x.org).\n\n- one\n", "md"},
+        {"subscripts that look like links", "# a comment\nx = table[key](argument)\n- y\n", ""},
+        {"C whose functions stand on two lines", "#include <stdio.h>\n\nint\nmain(int argc, char* argv[])\n{\n}\n",
+         "c cpp h"},
+        {"style sheet with its braces on lines of their own", "body\n{\n  color: red;\n  margin: 0;\n}\n", "css scss"},
         {"a manual with an example",
          "To read a file write this and run it.\nIt will print the lines one by one.\nThe last line is empty as a "
          "rule.\n"

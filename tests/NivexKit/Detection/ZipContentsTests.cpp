@@ -61,6 +61,8 @@ TEST(ZipContents, TellsThePackageFormatsApart)
             {"a media type with a line break", archiveOf({{"mimetype", "application/epub+zip\r\n"}, {"a"}}), "epub"},
             {"a media type that nobody knows", archiveOf({{"mimetype", "text/x"}, {"content.xml"}}), "odt ods odp zip"},
             {"a painting", archiveOf({{"mimetype", "application/x-krita"}, {"maindoc.xml"}}), "kra"},
+            {"a layout that lists its parts as a book does", archiveOf({{"META-INF/container.xml"}, {"designmap.xml"}}),
+             "idml"},
             {"a text document", officePackage("word/", "wordprocessingml.document.main+xml"), "docx"},
             {"slides for editing", officePackage("ppt/", "presentationml.presentation.main+xml"), "pptx"},
             {"slides for showing", officePackage("ppt/", "presentationml.slideshow.main+xml"), "ppsx"},

@@ -1,10 +1,7 @@
-#include "NivexKit/Detection/ContentInspection.hpp"
+#include "NivexKit/Detection/ContentSniffing.hpp"
 
 #include "NivexKit/Detection/SignatureSniffer.hpp"
-#include "NivexKit/Detection/TiffStructure.hpp"
-#include "NivexKit/Detection/ZipInspector.hpp"
 
-#include <algorithm>
 #include <string_view>
 #include <vector>
 
@@ -53,45 +50,6 @@ std::vector<std::byte> asciiPart(std::span<const std::byte> head)
     return text;
 }
 
-/// Puts `likely` in front of the other candidates.
-void moveToFront(std::vector<FormatID>& candidates, std::string_view likely)
-{
-    const auto found = std::find(candidates.begin(), candidates.end(), likely);
-    if (found != candidates.end())
-        std::rotate(candidates.begin(), found, found + 1);
-}
-
-/// The likeliest of the formats that share the TIFF structure, by the tags of the first directory; empty for TIFF.
-std::string_view tiffRelative(HeaderBytes& bytes)
-{
-    constexpr std::uint16_t makeTag = 271;
-    const auto tiff = TiffStructure::at(bytes, 0);
-    const auto directory = tiff ? tiff->directory(tiff->firstDirectory()) : std::nullopt;
-    if (!directory)
-        return {};
-    if (directory->field(tifftag::dngVersion))
-        return "dng";
-    if (directory->field(tifftag::geoKeys))
-        return "geotiff";
-    // Camera raw keeps its pictures in directories below the first, which a developed TIFF has no use for.
-    const TiffField* make = directory->field(makeTag);
-    if (!make || !directory->field(tifftag::subDirectories))
-        return {};
-    if (bytes.hasText(make->position, "NIKON"))
-        return "nef";
-    if (bytes.hasText(make->position, "SONY"))
-        return "arw";
-    return {};
-}
-
-/// The formats that a ZIP archive can be, by its directory or else by what its beginning shows.
-std::vector<FormatID> zipFlavours(const std::filesystem::path& url, HeaderBytes& bytes)
-{
-    constexpr std::size_t beginning = 4096;
-    const auto names = ZipInspector::entryNames(url);
-    return names ? ZipInspector::classify(*names) : ZipInspector::classify(bytes.slice(0, beginning));
-}
-
 } // namespace
 
 SniffResult sniffedContent(std::span<const std::byte> head)
@@ -106,15 +64,6 @@ SniffResult sniffedContent(std::span<const std::byte> head)
     if (asText.isText)
         return asText;
     content.isText = true;
-    return content;
-}
-
-SniffResult inspectedContainer(SniffResult content, const std::filesystem::path& url, HeaderBytes& bytes)
-{
-    if (content.container == ContainerKind::zip)
-        content.candidates = zipFlavours(url, bytes);
-    if (content.container == ContainerKind::tiff && content.candidates.size() > 1)
-        moveToFront(content.candidates, tiffRelative(bytes));
     return content;
 }
 
