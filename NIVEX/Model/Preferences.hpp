@@ -1,0 +1,59 @@
+#pragma once
+
+#include "NivexKit/Contract/ConversionOptions.hpp"
+#include "NivexKit/Execution/HistoryRetention.hpp"
+#include "NivexKit/Foundation/SharedFile.hpp"
+#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/UserFolders.hpp"
+
+#include <functional>
+#include <optional>
+#include <string_view>
+#include <system_error>
+
+namespace nivex {
+
+/// What engines that decode foreign files do where the system cannot isolate them fully.
+enum class IncompleteSandbox {
+    refuse,  // they are unavailable and say why
+    proceed, // a person has decided to go on without
+};
+
+std::string_view storedName(IncompleteSandbox choice);
+std::optional<IncompleteSandbox> incompleteSandboxStoredAs(std::string_view stored);
+
+/// What a person has chosen once for all conversions.
+struct Preferences {
+    ConversionOptions options;
+    OutputDestination destination = SameFolderAsSource{};
+    HistoryRetention retention = HistoryRetention::thirtyDays;
+    Language language = Language::french;
+    IncompleteSandbox incompleteSandbox = IncompleteSandbox::refuse;
+
+    /// The language to show: NIVEX_LANG where it names one, else the preference.
+    Language shownLanguage(const Environment& environment) const;
+
+    bool operator==(const Preferences&) const = default;
+};
+
+/// Where the preferences are kept.
+class PreferencesFile {
+public:
+    explicit PreferencesFile(std::filesystem::path location) : file_{std::move(location)} {}
+
+    /// "Preferences.json" in the user's configuration folder.
+    static std::filesystem::path defaultLocation(const Environment& environment);
+
+    /// What the file says. A value that is missing, of the wrong type, unknown or out of its range is the standard one,
+    /// and so is every value of a file that is missing or damaged.
+    Preferences load();
+
+    /// Changes the preferences as they stand in the file now, and keeps members that this version does not know. A
+    /// damaged file is set aside first. On failure the file stays as it is.
+    std::error_code update(const std::function<void(Preferences&)>& change);
+
+private:
+    SharedFile file_;
+};
+
+} // namespace nivex
