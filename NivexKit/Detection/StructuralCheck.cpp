@@ -41,12 +41,55 @@ constexpr Walk walks[] = {
 };
 // clang-format on
 
+void skipSubBlocks(ByteReader& reader)
+{
+    while (const std::uint8_t size = reader.u8())
+        reader.skip(size);
+}
+
+void skipColours(ByteReader& reader, std::uint8_t flags)
+{
+    if ((flags & 0x80) != 0)
+        reader.skip(std::size_t{3} << ((flags & 7) + 1));
+}
+
+/// The byte that ends a GIF is frequent inside it too, so the blocks of a small file are followed to see whether they
+/// end. A file too short to have any is not judged.
+bool gifBlocksAreCut(const ByteSource& source)
+{
+    constexpr std::uint64_t smallFile = 512 << 10;
+    constexpr std::uint8_t image = 0x2C;
+    constexpr std::uint8_t extension = 0x21;
+    if (source.size() > smallFile)
+        return false;
+    const auto bytes = source.read(0, static_cast<std::size_t>(source.size()));
+    ByteReader reader{bytes};
+    reader.skip(10);
+    const std::uint8_t screenFlags = reader.u8();
+    reader.skip(2);
+    skipColours(reader, screenFlags);
+    if (reader.failed())
+        return false;
+    while (!reader.failed()) {
+        const std::uint8_t block = reader.u8();
+        if (block == image) {
+            reader.skip(8);
+            skipColours(reader, reader.u8());
+        } else if (block != extension) {
+            break; // the end, or anything behind it
+        }
+        reader.skip(1);
+        skipSubBlocks(reader);
+    }
+    return reader.failed();
+}
+
 Problem missingEnd(const ByteSource& source, const EndMarker& end)
 {
     const std::uint64_t window = std::min(source.size(), end.window);
     const auto tail = source.read(source.size() - window, static_cast<std::size_t>(window));
     const std::string_view text{reinterpret_cast<const char*>(tail.data()), tail.size()};
-    if (text.find(end.marker) != text.npos)
+    if (text.find(end.marker) != text.npos && (end.format != "gif" || !gifBlocksAreCut(source)))
         return std::nullopt;
     return end.problem.localized();
 }

@@ -60,6 +60,8 @@ Bytes wave(const Bytes& data, std::size_t announced = 0)
 
 TEST(StructuralCheck, LooksForEndMarkersNearTheEnd)
 {
+    const Bytes gif = joined({textBytes("GIF89a"), bytes("01 00 01 00 80 00 00 00 00 00 FF FF FF"),
+                              bytes("2C 00 00 00 00 01 00 01 00 00 02 02 44 01 00")});
     expectProblems({
         {"end within the window", "png", joined({textBytes("IEND"), repeated(0, 4'092)}), ""},
         {"end before the window", "png", joined({textBytes("IEND"), repeated(0, 4'093)}), noPNGEnd},
@@ -67,7 +69,9 @@ TEST(StructuralCheck, LooksForEndMarkersNearTheEnd)
         {"a preview behind the picture", "jpeg", joined({bytes("FF D8 FF D9 FF D8 00 FF D9"), repeated(0, 9)}), ""},
         {"no end", "jpeg", bytes("FF D8 FF E0 00 10"), noJPEGEnd},
         {"ten bytes that end well", "gif", joined({textBytes("GIF89a"), repeated(0, 3), textBytes(";")}), ""},
-        {"bytes behind the end", "gif", joined({textBytes("GIF89a;"), repeated(0, 63)}), ""},
+        {"bytes behind the end", "gif", joined({gif, bytes("3B"), repeated(0, 63)}), ""},
+        {"cut where the end marker occurs by chance", "gif",
+         joined({gif, bytes("2C 00 00 00 00 01 00 01 00 00 02 04 3B 44")}), noGIFEnd},
         {"end before the window", "gif", joined({textBytes("GIF89a;"), repeated(0, 64)}), noGIFEnd},
         {"a format without a check", "bmp", textBytes("BM"), ""},
         {"nothing", "png", {}, ""},
