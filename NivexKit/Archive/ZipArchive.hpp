@@ -44,7 +44,7 @@ public:
 
     /// The records of the central directory, in its order.
     ///
-    /// errors   unreadableSource when there is no sound directory of at most 20,000 entries and 16 MiB; unsupported for
+    /// errors   unreadableSource when there is no sound directory of at most 20,000 entries and 8 MiB; unsupported for
     ///          an archive that needs the 64-bit extension and, unless they are to be listed, for encrypted entries
     static std::vector<Entry> centralDirectory(const ByteSource& archive, Encrypted encrypted = Encrypted::refused);
 

@@ -13,7 +13,7 @@ namespace nivex {
 namespace {
 
 constexpr std::uint16_t maxEntries = 20'000;
-constexpr std::uint32_t maxDirectoryBytes = 16 << 20;
+constexpr std::uint32_t maxDirectoryBytes = 8 << 20;
 constexpr std::size_t maxCommentSize = 65'535;
 constexpr std::uint16_t encryptedFlag = 1;
 constexpr std::string_view endSignatureText = "PK\x05\x06";
