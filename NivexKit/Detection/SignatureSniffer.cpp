@@ -43,10 +43,10 @@ std::optional<std::size_t> SignatureSniffer::find(std::span<const std::byte> pat
                                                   std::optional<std::size_t> limit)
 {
     const auto searched = data.first(std::min(limit.value_or(data.size()), data.size()));
-    const auto found = std::ranges::search(searched, pattern);
-    if (found.empty() && !pattern.empty())
+    const auto found = std::search(searched.begin(), searched.end(), pattern.begin(), pattern.end());
+    if (found == searched.end() && !pattern.empty())
         return std::nullopt;
-    return static_cast<std::size_t>(found.begin() - searched.begin());
+    return static_cast<std::size_t>(found - searched.begin());
 }
 
 std::optional<std::string> SignatureSniffer::decodeText(std::span<const std::byte> bytes)
