@@ -1,5 +1,6 @@
 #include "NivexKit/Recipes/ConversionRecipe.hpp"
 #include "NivexKit/Recipes/TargetCapabilities.hpp"
+#include "tests/Support/FakeEngine.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,6 +9,8 @@ namespace nivex {
 namespace {
 
 using Kind = ConversionOptionKind;
+using nivex::testing::edge;
+using nivex::testing::fakeEngine;
 
 const TargetCapabilities everything{
     .isReachable = true,
@@ -71,34 +74,13 @@ TEST(RecipeCompatibility, WarnsOfOptionsThatNoEdgeToTheTargetHonours)
 
 TEST(RecipeCompatibility, UnitesTheEdgesOfAvailableEngines)
 {
-    struct Engine : ConversionEngine {
-        Engine(bool works, std::vector<EngineCapability> offered) : isAvailable{works}, edges{std::move(offered)} {}
-        EngineID id() const override { return "test"; }
-        std::string displayName() const override { return "Test"; }
-        EngineAvailability availability() const override
-        {
-            return isAvailable ? EngineAvailability::available() : EngineAvailability::unavailable("absent");
-        }
-        std::span<const EngineCapability> capabilities() const override { return edges; }
-        ConversionLoss expectedLosses(const FileFormat&, const SourceProperties&, const FileFormat&) const override
-        {
-            return {};
-        }
-        std::vector<std::filesystem::path> convert(const EngineRequest&, const ProgressCallback&,
-                                                   const CancellationFlag&) const override
-        {
-            return {};
-        }
-        bool isAvailable;
-        std::vector<EngineCapability> edges;
-    };
-    const auto edge = [](const char* target, Kind kind) {
-        return EngineCapability{.source = "tiff", .target = target, .options = {kind}};
-    };
+    const auto to = [](const char* target, Kind kind) { return edge("tiff", target, {}, {kind}); };
+    const auto absent = fakeEngine("absent", {to("png", Kind::background)});
+    absent->state = EngineAvailability::unavailable("absent");
     const EngineList engines = {
-        std::make_shared<Engine>(true, std::vector{edge("png", Kind::dimensions), edge("jpeg", Kind::quality)}),
-        std::make_shared<Engine>(true, std::vector{edge("png", Kind::metadata)}),
-        std::make_shared<Engine>(false, std::vector{edge("png", Kind::background)}),
+        fakeEngine("first", {to("png", Kind::dimensions), to("jpeg", Kind::quality)}),
+        fakeEngine("second", {to("png", Kind::metadata)}),
+        absent,
     };
 
     EXPECT_EQ(TargetCapabilities::of("png", engines),
