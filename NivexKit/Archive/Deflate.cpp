@@ -28,12 +28,14 @@ struct Release {
     }
 };
 
+ConversionError unavailable() { return ConversionError::encodingFailed("compression indisponible"_fr); }
+
 /// The handle, or the error for a library that could not provide it.
 template <class Handle>
 Handle opened(Handle handle)
 {
     if (!handle)
-        throw ConversionError::encodingFailed("compression indisponible"_fr);
+        throw unavailable();
     return handle;
 }
 
@@ -108,7 +110,7 @@ std::vector<std::byte> Deflate::inflatePrefix(std::span<const std::byte> data, s
     data = data.first(std::min(data.size(), longest));
     z_stream stream{};
     if (inflateInit2(&stream, windowBits(wrapping)) != Z_OK)
-        throw ConversionError::encodingFailed("compression indisponible"_fr);
+        throw unavailable();
     const std::unique_ptr<z_stream, Release<inflateEnd>> ended{&stream};
     Buffer output(std::min(maxOutput, longest));
     // The library reads its input but has no type for that.
