@@ -1,6 +1,7 @@
 #include "NivexKit/Detection/PdfScan.hpp"
 
 #include "NivexKit/Detection/PdfObjects.hpp"
+#include "NivexKit/Detection/PdfPassword.hpp"
 
 #include <algorithm>
 #include <string_view>
@@ -29,6 +30,15 @@ std::optional<std::int64_t> countInTree(PdfObjects& objects)
     if (!pages || pdfEntry(*pages, "/Type").value_or("/Pages") != "/Pages")
         return std::nullopt;
     return statedCount(objects, *pages);
+}
+
+/// Whether an encrypted file asks for a password, as the values of its trailer's /Encrypt and /ID tell.
+bool asksForPassword(PdfObjects& objects, std::string_view encryptEntry, std::string_view identifiers)
+{
+    const auto encryption = objects.resolved(encryptEntry);
+    if (identifiers.starts_with('['))
+        identifiers = pdfObject(identifiers.substr(1));
+    return !encryption || !opensWithEmptyPassword(*encryption, pdfString(identifiers).value_or(""));
 }
 
 /// A file made for the network states its page count in its first object, as long as nobody has changed it since.
@@ -77,7 +87,10 @@ PdfFacts scanPdf(HeaderBytes& file)
     PdfObjects objects{file};
     PdfFacts facts;
     if (objects.hasTrailer()) {
-        facts.needsPassword = objects.trailerEntry("/Encrypt").has_value();
+        const auto encryptEntry = objects.trailerEntry("/Encrypt");
+        const auto identifiers = objects.trailerEntry("/ID").value_or("");
+        facts.needsPassword =
+            encryptEntry && asksForPassword(objects, *encryptEntry, objects.resolved(identifiers).value_or(""));
         facts.pageCount = countInTree(objects);
     }
     if (!facts.pageCount) {

@@ -84,6 +84,65 @@ std::size_t referenceLength(std::string_view text)
     return text.size() - rest.size() + 1;
 }
 
+/// The value of a hexadecimal digit; none for another character.
+std::optional<int> hexadecimalDigit(char character)
+{
+    int value = 0;
+    const auto [end, failure] = std::from_chars(&character, &character + 1, value, 16);
+    return failure == std::errc{} ? std::optional{value} : std::nullopt;
+}
+
+std::string fromHexadecimal(std::string_view digits)
+{
+    std::string result;
+    bool isFirstOfPair = true;
+    for (const char each : digits) {
+        const auto digit = hexadecimalDigit(each);
+        if (!digit)
+            continue;
+        if (isFirstOfPair)
+            result += static_cast<char>(*digit << 4); // a last digit without a partner counts as followed by 0
+        else
+            result.back() = static_cast<char>(static_cast<unsigned char>(result.back()) | *digit);
+        isFirstOfPair = !isFirstOfPair;
+    }
+    return result;
+}
+
+/// Takes the character that an escape stands for off the front, behind its backslash; none for a continued line.
+std::optional<char> takeEscaped(std::string_view& rest)
+{
+    const char first = rest.front();
+    if (first >= '0' && first <= '7') {
+        int value = 0;
+        const auto end =
+            std::from_chars(rest.data(), rest.data() + std::min<std::size_t>(rest.size(), 3), value, 8).ptr;
+        rest.remove_prefix(static_cast<std::size_t>(end - rest.data()));
+        return static_cast<char>(value);
+    }
+    rest.remove_prefix(first == '\r' && rest.substr(1).starts_with('\n') ? 2 : 1);
+    if (first == '\r' || first == '\n')
+        return std::nullopt;
+    constexpr std::string_view letters = "nrtbf";
+    constexpr std::string_view meanings = "\n\r\t\b\f";
+    const std::size_t letter = letters.find(first);
+    return letter == std::string_view::npos ? first : meanings[letter];
+}
+
+std::string fromLiteral(std::string_view rest)
+{
+    std::string result;
+    while (!rest.empty()) {
+        const char first = rest.front();
+        rest.remove_prefix(1);
+        if (first != '\\' || rest.empty())
+            result += first;
+        else if (const auto character = takeEscaped(rest))
+            result += *character;
+    }
+    return result;
+}
+
 } // namespace
 
 std::string_view afterPdfSpace(std::string_view text)
@@ -144,6 +203,18 @@ std::optional<PdfReference> pdfReference(std::string_view object)
     const auto number = takeNumber(object);
     const auto generation = takeNumber(object);
     return PdfReference{.number = number.value_or(0), .generation = generation.value_or(0)};
+}
+
+std::optional<std::string> pdfString(std::string_view object)
+{
+    if (object.size() < 2 || object.starts_with("<<"))
+        return std::nullopt;
+    const std::string_view inside = object.substr(1, object.size() - 2);
+    if (object.front() == '(')
+        return fromLiteral(inside);
+    if (object.front() == '<')
+        return fromHexadecimal(inside);
+    return std::nullopt;
 }
 
 } // namespace nivex

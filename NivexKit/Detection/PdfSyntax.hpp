@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 
 // Reads single values out of PDF text without building objects. Every function takes foreign text of any shape.
@@ -29,5 +30,8 @@ std::optional<std::string_view> pdfEntry(std::string_view text, std::string_view
 /// The number, name or reference that an object is; none when it is another kind.
 std::optional<std::int64_t> pdfInteger(std::string_view object);
 std::optional<PdfReference> pdfReference(std::string_view object);
+
+/// The bytes that a string object, in parentheses or hexadecimal, stands for; none for another kind.
+std::optional<std::string> pdfString(std::string_view object);
 
 } // namespace nivex

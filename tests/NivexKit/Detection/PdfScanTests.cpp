@@ -77,7 +77,7 @@ TEST(PdfScan, TellsPagesOnlyWhereItKnows)
         {"objects in streams", pdfOfStreams(), {12, false}},
         {"a page tree of another type", pdf({catalogue, "<< /Type /Page /Count 7 >>"}, ""), {std::nullopt, false}},
         {"a negative count", pdf({catalogue, "<< /Type /Pages /Count -7 >>"}, ""), {std::nullopt, false}},
-        {"encrypted in a way that is not known",
+        {"encrypted in a way that cannot be read",
          pdf({catalogue, "<< /Type /Pages /Count 7 >>"}, "/Encrypt 9 0 R"),
          {7, true}},
         {"no trailer at all", "%PDF-1.4\nhello", {}},
