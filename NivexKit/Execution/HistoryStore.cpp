@@ -12,6 +12,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
+/// A path as the history keeps it: it must still lead to the file when the program runs in another folder.
+std::string fullPath(const std::filesystem::path& path)
+{
+    std::error_code failure;
+    const std::filesystem::path absolute = std::filesystem::absolute(path, failure);
+    return shownPath(failure ? path : absolute.lexically_normal());
+}
+
 /// Many times what 5,000 entries take: a file beyond that is not ours to load into memory.
 constexpr std::size_t maxFileBytes = 64 * 1024 * 1024;
 
@@ -32,7 +40,7 @@ struct FinishedState {
     {
         entry.status = HistoryEntry::Status::succeeded;
         for (const fs::path& output : state.outcome.outputs)
-            entry.outputPaths.push_back(shownPath(output));
+            entry.outputPaths.push_back(fullPath(output));
         entry.outputBytes = state.outcome.totalBytes;
     }
     void operator()(const ConversionJob::Failed& state) const
@@ -108,7 +116,7 @@ void HistoryStore::record(const ConversionJob& job)
     entry.id = job.id;
     entry.date = job.finishedAt ? historyDate(*job.finishedAt) : clock_();
     entry.sourceName = shownPath(job.source.fileName());
-    entry.sourcePath = shownPath(job.source.url);
+    entry.sourcePath = fullPath(job.source.url);
     entry.sourceFormat = job.source.format ? job.source.format->id : job.plan.source.id;
     entry.targetFormat = job.plan.target.id;
     std::visit(FinishedState{entry}, job.state);
