@@ -1,18 +1,9 @@
 #include "NIVEX/CommandLine/Arguments.hpp"
 
-#include "NIVEX/CommandLine/Size.hpp"
+#include "NIVEX/CommandLine/ArgumentReader.hpp"
 #include "NIVEX/CommandLine/Suggestion.hpp"
 
-#include "NivexKit/Contract/OptionRanges.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
-#include "NivexKit/Foundation/Unicode.hpp"
-
 #include <CLI/CLI.hpp>
-
-#include <algorithm>
-#include <charconv>
-#include <cmath>
-#include <memory>
 
 #ifndef NIVEX_VERSION
 #error "the build names the version"
@@ -20,44 +11,6 @@
 
 namespace nivex::commandline {
 namespace {
-
-using TextReader = std::function<void(const std::string&)>;
-
-/// Thrown where a value is read, caught where parsing began.
-struct BadValue {
-    std::string message;
-};
-
-[[noreturn]] void refuse(const char* option, const std::string& value)
-{
-    throw BadValue{filled("valeur refusée pour {} : « {} »"_fr, {option, validUtf8(value)})};
-}
-
-template <class Number>
-Number numberOf(const char* option, const std::string& text)
-{
-    Number number{};
-    const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (failure != std::errc{} || end != text.data() + text.size())
-        refuse(option, text);
-    return number;
-}
-
-template <class Number>
-void hold(Number value, const OptionRange<Number>& range)
-{
-    if (!range.contains(value))
-        throw BadValue{range.whenOutside};
-}
-
-template <class Enum>
-std::string choices()
-{
-    std::string names;
-    for (const Enum each : allOptions<Enum>())
-        names.append(names.empty() ? "" : "|").append(storedName(each));
-    return names;
-}
 
 /// One call's parser: the commands with their options, each bound to the place its value goes to.
 class Parser {
@@ -67,186 +20,180 @@ public:
     Invocation parse(std::span<const std::string> arguments);
 
 private:
-    CLI::App& command(const char* name, Text description);
-    void addSelection(CLI::App& command, FileSelection& selection);
-    void addRun(CLI::App& command, RunArguments& run);
-    void addOverrides(CLI::App& command, OptionOverrides& overrides);
-    template <class Enum>
-    void addChoice(CLI::App& command, const char* option, std::optional<Enum>& place, Text description);
+    void addDetectionCommands();
+    void addConversionCommands();
+    void addListCommands();
+    void addHistoryCommands();
+    void addRecipeCommands();
 
-    static void addFlag(CLI::App& command, const char* names, bool& place, Text description)
-    {
-        command.add_flag(names, place, description.localized());
-    }
-    static void addText(CLI::App& command, const char* names, const char* placeholder, const std::string& description,
-                        const TextReader& read)
-    {
-        command.add_option_function<std::string>(names, read, description)->type_name(placeholder);
-    }
-
-    Invocation chosen() const;
+    /// The command that was named, or the sub-command of it; the program itself when there is none.
+    const CLI::App& chosenCommand() const;
+    Invocation checked() const;
     std::string usageMessage(const CLI::ParseError& error) const;
-    std::string unexpectedMessage() const;
-    const CLI::App* chosenCommand() const;
+    std::string unexpectedMessage(const std::string& word) const;
+
+    template <class Arguments>
+    CLI::App& onCommand(CLI::App& parent, const char* name, Text description, Arguments& arguments)
+    {
+        CLI::App& command = addCommand(parent, name, description);
+        chosen_.push_back({&command, [&arguments] { return Invocation{arguments}; }});
+        return command;
+    }
+
+    struct Choice {
+        const CLI::App* command;
+        std::function<Invocation()> invocation;
+    };
 
     CLI::App app_;
+    std::vector<Choice> chosen_;
     IdentifyArguments identify_;
     PlansArguments plans_;
     ConvertArguments convert_;
     OptimizeArguments optimize_;
     FormatsArguments formats_;
     EnginesArguments engines_;
+    DoctorArguments doctor_;
+    HistoryListArguments history_;
+    HistoryClearArguments historyClear_;
+    HistoryRetentionArguments historyRetention_;
+    RecipeNewArguments recipeNew_;
+    RecipeFileArguments recipeCheck_{.action = RecipeFileArguments::Action::check};
+    RecipeFileArguments recipeShow_{.action = RecipeFileArguments::Action::show};
+    RecipeFileArguments recipeImport_{.action = RecipeFileArguments::Action::import};
+    RecipeListArguments recipeList_;
+    RecipeExportArguments recipeExport_;
+    ConvertArguments recipeRun_;
 };
 
-void speakFrench(CLI::App& app)
-{
-    const auto formatter = std::make_shared<CLI::Formatter>();
-    formatter->column_width(34);
-    formatter->label("Usage", "Utilisation"_fr);
-    formatter->label("OPTIONS", "OPTIONS");
-    formatter->label("SUBCOMMAND", "COMMANDE"_fr);
-    formatter->label("SUBCOMMANDS", "COMMANDES"_fr);
-    formatter->label("Positionals", "Arguments"_fr);
-    formatter->label("Subcommands", "Commandes"_fr);
-    formatter->label("REQUIRED", "");
-    app.formatter(formatter);
-    app.set_help_flag("-h,--help", "Affiche cette aide"_fr);
-}
-
-Parser::Parser()
-    : app_{"NIVEX convertit des fichiers sur cette machine, sans jamais toucher aux originaux."_fr, "nivex"}
+Parser::Parser() : app_{"NIVEX convertit des fichiers sur cette machine, sans jamais toucher aux originaux."_fr, "nivex"}
 {
     speakFrench(app_);
     app_.set_version_flag("--version", "nivex " NIVEX_VERSION, "Affiche la version"_fr);
     app_.require_subcommand(1);
+    addDetectionCommands();
+    addConversionCommands();
+    addListCommands();
+    addHistoryCommands();
+    addRecipeCommands();
+}
 
-    CLI::App& identify = command("identify", "Reconnaît le vrai format de chaque fichier"_fr);
+void Parser::addDetectionCommands()
+{
+    CLI::App& identify = onCommand(app_, "identify", "Reconnaît le vrai format de chaque fichier"_fr, identify_);
     addSelection(identify, identify_.selection);
     addFlag(identify, "--json", identify_.json, "Un objet JSON par fichier"_fr);
     addFlag(identify, "--deep", identify_.deep, "Mesure aussi ce que les lecteurs de format savent dire"_fr);
 
-    CLI::App& plans = command("plans", "Montre ce que chaque fichier peut devenir, et ce qui serait perdu"_fr);
+    CLI::App& plans =
+        onCommand(app_, "plans", "Montre ce que chaque fichier peut devenir, et ce qui serait perdu"_fr, plans_);
     addSelection(plans, plans_.selection);
     addFlag(plans, "--json", plans_.json, "Un objet JSON par fichier"_fr);
     addFlag(plans, "--common", plans_.common, "Seulement les formats que tous les fichiers peuvent devenir"_fr);
+}
 
-    CLI::App& convert = command("convert", "Convertit des fichiers"_fr);
-    addRun(convert, convert_.run);
+void Parser::addConversionCommands()
+{
+    CLI::App& convert = onCommand(app_, "convert", "Convertit des fichiers"_fr, convert_);
     addText(convert, "--to", "FORMAT", "Format voulu : un identifiant ou une extension"_fr,
             [this](const std::string& value) { convert_.target = value; });
+    addText(convert, "--recipe", "RACCOURCI", "Raccourci à appliquer au lieu de --to : un fichier ou un nom"_fr,
+            [this](const std::string& value) { convert_.recipe = value; });
+    addRun(convert, convert_.run);
 
-    CLI::App& optimize = command("optimize", "Allège des fichiers sans changer leur format"_fr);
+    CLI::App& optimize = onCommand(app_, "optimize", "Allège des fichiers sans changer leur format"_fr, optimize_);
     addRun(optimize, optimize_.run);
+}
 
-    CLI::App& formats = command("formats", "Liste les formats connus"_fr);
+void Parser::addListCommands()
+{
+    CLI::App& formats = onCommand(app_, "formats", "Liste les formats connus"_fr, formats_);
     addFlag(formats, "--json", formats_.json, "Un objet JSON par format"_fr);
-    addText(formats, "--family", "NOM", "Seulement cette famille"_fr, [this](const std::string& value) {
-        formats_.family = familyStoredAs(value);
-        if (!formats_.family) {
-            std::vector<std::string> names;
-            for (const FormatFamily family : allFamilies())
-                names.emplace_back(storedName(family));
-            throw BadValue{filled("famille inconnue : « {} »."_fr, {validUtf8(value)}) + suggestion(value, names)};
-        }
-    });
+    addText(formats, "--family", "NOM", "Seulement cette famille"_fr,
+            [this](const std::string& value) { formats_.family = familyNamed(value); });
 
-    CLI::App& engines = command("engines", "Liste les douze moteurs de conversion"_fr);
+    CLI::App& engines = onCommand(app_, "engines", "Liste les douze moteurs de conversion"_fr, engines_);
     addFlag(engines, "--json", engines_.json, "Un objet JSON par moteur"_fr);
+
+    CLI::App& doctor = onCommand(app_, "doctor", "Montre ce qui fonctionne sur cette machine"_fr, doctor_);
+    addFlag(doctor, "--json", doctor_.json, "Un seul objet JSON"_fr);
 }
 
-CLI::App& Parser::command(const char* name, Text description)
+void Parser::addHistoryCommands()
 {
-    CLI::App& command = *app_.add_subcommand(name, description.localized());
-    speakFrench(command);
-    return command;
-}
-
-void Parser::addSelection(CLI::App& command, FileSelection& selection)
-{
-    command
-        .add_option_function<std::vector<std::string>>(
-            "FICHIER",
-            [&selection](const std::vector<std::string>& names) { selection.files.assign(names.begin(), names.end()); },
-            std::string{"Fichiers à traiter"_fr})
-        ->type_name("");
-    addText(command, "--files-from", "LISTE", "Lit d'autres noms dans ce fichier, ou sur l'entrée standard avec -"_fr,
-            [&selection](const std::string& value) { selection.filesFrom = value; });
-    addFlag(command, "-0", selection.namesEndWithNul, "Les noms de la liste se terminent par un octet nul"_fr);
-    addFlag(command, "-r,--recursive", selection.recursive, "Parcourt les dossiers"_fr);
-}
-
-void Parser::addRun(CLI::App& command, RunArguments& run)
-{
-    addSelection(command, run.selection);
-    addText(command, "--out", "DOSSIER", "Dossier des résultats ; sans lui, à côté de l'original"_fr,
-            [&run](const std::string& value) { run.outputFolder = value; });
-    addText(command, "--jobs", "N", "Nombre de conversions en même temps"_fr, [&run](const std::string& value) {
-        run.jobs = numberOf<int>("--jobs", value);
-        if (*run.jobs < 1)
-            refuse("--jobs", value);
+    CLI::App& history = onCommand(app_, "history", "Montre les conversions passées"_fr, history_);
+    history.require_subcommand(0, 1);
+    addFlag(history, "--json", history_.json, "Un objet JSON par conversion"_fr);
+    addText(history, "--limit", "N", "Au plus N conversions"_fr, [this](const std::string& value) {
+        history_.limit = numberOf<std::size_t>("--limit", value);
     });
-    addFlag(command, "--json", run.json, "Un objet JSON par fichier terminé"_fr);
-    addFlag(command, "--quiet", run.quiet, "N'affiche pas la progression"_fr);
-    addFlag(command, "--dry-run", run.dryRun, "Montre ce qui serait fait, sans rien écrire"_fr);
-    addOverrides(command, run.overrides);
-}
-
-template <class Enum>
-void Parser::addChoice(CLI::App& command, const char* option, std::optional<Enum>& place, Text description)
-{
-    const std::string described = description.localized() + " : " + choices<Enum>();
-    addText(command, option, "CHOIX", described, [option, &place](const std::string& value) {
-        place = optionStoredAs<Enum>(value);
-        if (!place)
-            throw BadValue{filled("valeur refusée pour {} : « {} » (au choix : {})"_fr,
-                                  {option, validUtf8(value), choices<Enum>()})};
+    onCommand(history, "clear", "Oublie toutes les conversions"_fr, historyClear_);
+    CLI::App& retention = onCommand(history, "retention", "Règle ou montre la durée de conservation"_fr,
+                                    historyRetention_);
+    addWord(retention, "DUREE", "off, oneDay, sevenDays, thirtyDays ou forever"_fr, [this](const std::string& value) {
+        historyRetention_.retention = retentionStoredAs(value);
+        if (!historyRetention_.retention)
+            refuse("retention", value);
     });
 }
 
-void Parser::addOverrides(CLI::App& command, OptionOverrides& overrides)
+void Parser::addRecipeCommands()
 {
-    addText(command, "--quality", "0..1", "Qualité des images avec perte"_fr, [&](const std::string& value) {
-        overrides.quality = numberOf<double>("--quality", value);
-        hold(*overrides.quality, optionRanges::quality);
-    });
-    addChoice(command, "--metadata", overrides.metadata, "Métadonnées"_fr);
-    addChoice(command, "--color-profile", overrides.colorProfile, "Profil colorimétrique"_fr);
-    addText(command, "--max-dimension", "PX", "Grand côté maximal, en pixels"_fr, [&](const std::string& value) {
-        overrides.maxPixelDimension = numberOf<std::int64_t>("--max-dimension", value);
-        hold(*overrides.maxPixelDimension, optionRanges::maxPixelDimension);
-    });
-    addChoice(command, "--flatten-background", overrides.flattenBackground, "Fond des images opaques"_fr);
-    addText(command, "--dpi", "N", "Résolution de rendu des pages, en points par pouce"_fr,
-            [&](const std::string& value) {
-                overrides.renderDPI = numberOf<double>("--dpi", value);
-                hold(*overrides.renderDPI, optionRanges::renderDPI);
+    CLI::App& recipe = addCommand(app_, "recipe", "Compose, vérifie et applique des raccourcis"_fr);
+    recipe.require_subcommand(1);
+    const auto readFile = [](RecipeFileArguments& arguments) {
+        return [&arguments](const std::string& value) { arguments.recipe = value; };
+    };
+
+    CLI::App& make = onCommand(recipe, "new", "Écrit un raccourci dans un nouveau fichier"_fr, recipeNew_);
+    addWord(make, "RACCOURCI", "Fichier à écrire"_fr, [this](const std::string& value) { recipeNew_.file = value; });
+    addText(make, "--name", "NOM", "Nom du raccourci"_fr,
+            [this](const std::string& value) { recipeNew_.name = value; });
+    addText(make, "--to", "FORMAT", "Format de sortie"_fr,
+            [this](const std::string& value) { recipeNew_.target = value; });
+    addText(make, "--if-family", "FAMILLE", "Seulement les fichiers de cette famille"_fr,
+            [this](const std::string& value) { recipeNew_.conditions.push_back(step::SourceFamily{familyNamed(value)}); });
+    addText(make, "--if-format", "FORMAT", "Seulement les fichiers de ce format"_fr,
+            [this](const std::string& value) { recipeNew_.conditions.push_back(step::SourceFormat{value}); });
+    addText(make, "--if-name", "TEXTE", "Seulement les noms contenant ce texte"_fr,
+            [this](const std::string& value) { recipeNew_.conditions.push_back(step::NameContains{value}); });
+    addText(make, "--if-at-most", "TAILLE", "Seulement les fichiers d'au plus ce poids"_fr,
+            [this](const std::string& value) {
+                recipeNew_.conditions.push_back(step::InputSizeLimit{sizeOf("--if-at-most", value)});
             });
-    addChoice(command, "--page-background", overrides.pageBackground, "Fond des pages"_fr);
-    command.add_flag_callback(
-        "--remove-background", [&] { overrides.removeBackground = true; }, std::string{"Détoure le sujet"_fr});
-    addText(command, "--max-size", "TAILLE", "Poids cible, par exemple 500KB ou 2MB"_fr, [&](const std::string& value) {
-        overrides.maxFileBytes = parseSize(value);
-        if (!overrides.maxFileBytes)
-            refuse("--max-size", value);
-        hold(*overrides.maxFileBytes, optionRanges::maxFileBytes);
-    });
-    addChoice(command, "--video-quality", overrides.videoQuality, "Définition vidéo"_fr);
-    addChoice(command, "--video-codec", overrides.videoCodec, "Codec vidéo"_fr);
-    addText(command, "--audio-bit-rate", "BITS", "Débit du son, en bits par seconde"_fr, [&](const std::string& value) {
-        overrides.audioBitRate = numberOf<std::int64_t>("--audio-bit-rate", value);
-        hold(*overrides.audioBitRate, optionRanges::audioBitRate);
-    });
+    addFlag(make, "--reset-defaults", recipeNew_.resetDefaults, "Part des valeurs standard, pas des préférences"_fr);
+    addOverrides(make, recipeNew_.settings);
+
+    CLI::App& check = onCommand(recipe, "check", "Vérifie un raccourci"_fr, recipeCheck_);
+    addWord(check, "RACCOURCI", "Fichier, ou nom d'un raccourci conservé"_fr, readFile(recipeCheck_));
+    CLI::App& show = onCommand(recipe, "show", "Montre les blocs d'un raccourci"_fr, recipeShow_);
+    addWord(show, "RACCOURCI", "Fichier, ou nom d'un raccourci conservé"_fr, readFile(recipeShow_));
+    addFlag(show, "--json", recipeShow_.json, "Le raccourci tel qu'il se partage"_fr);
+    CLI::App& run = onCommand(recipe, "run", "Convertit des fichiers avec un raccourci"_fr, recipeRun_);
+    addWord(run, "RACCOURCI", "Fichier, ou nom d'un raccourci conservé"_fr,
+            [this](const std::string& value) { recipeRun_.recipe = value; });
+    addRun(run, recipeRun_.run);
+
+    CLI::App& list = onCommand(recipe, "list", "Liste les raccourcis conservés"_fr, recipeList_);
+    addFlag(list, "--json", recipeList_.json, "Un objet JSON par raccourci"_fr);
+    CLI::App& import = onCommand(recipe, "import", "Conserve une copie d'un raccourci partagé"_fr, recipeImport_);
+    addWord(import, "RACCOURCI", "Fichier à conserver"_fr, readFile(recipeImport_));
+    CLI::App& exporting = onCommand(recipe, "export", "Écrit un raccourci conservé dans un nouveau fichier"_fr,
+                                    recipeExport_);
+    addWord(exporting, "NOM", "Nom du raccourci"_fr, [this](const std::string& value) { recipeExport_.name = value; });
+    addWord(exporting, "FICHIER", "Fichier à écrire"_fr,
+            [this](const std::string& value) { recipeExport_.file = value; });
 }
 
 Invocation Parser::parse(std::span<const std::string> arguments)
 {
     try {
-        app_.parse(std::vector<std::string>{arguments.rbegin(), arguments.rend()}); // the library takes them last first
-        return chosen();
+        app_.parse(std::vector<std::string>{arguments.rbegin(), arguments.rend()}); // it takes them last first
+        return checked();
     } catch (const BadValue& bad) {
         return UsageError{bad.message};
     } catch (const CLI::CallForHelp&) {
-        return Printout{(chosenCommand() ? chosenCommand() : &app_)->help()};
+        return Printout{app_.help()}; // of the command that was named
     } catch (const CLI::CallForVersion& version) {
         return Printout{version.what()};
     } catch (const CLI::ParseError& error) {
@@ -254,118 +201,106 @@ Invocation Parser::parse(std::span<const std::string> arguments)
     }
 }
 
-const CLI::App* Parser::chosenCommand() const
+const CLI::App& Parser::chosenCommand() const
 {
-    const auto commands = app_.get_subcommands();
-    return commands.empty() ? nullptr : commands.front();
+    const CLI::App* command = &app_;
+    for (auto below = command->get_subcommands(); !below.empty(); below = command->get_subcommands())
+        command = below.front();
+    return *command;
 }
 
-Invocation Parser::chosen() const
-{
-    const std::string& name = chosenCommand()->get_name();
-    if (name == "formats")
-        return formats_;
-    if (name == "engines")
-        return engines_;
-    const FileSelection& selection = name == "identify"  ? identify_.selection
-                                     : name == "plans"   ? plans_.selection
-                                     : name == "convert" ? convert_.run.selection
-                                                         : optimize_.run.selection;
-    if (selection.files.empty() && !selection.filesFrom)
-        return UsageError{filled("{} a besoin d'au moins un fichier"_fr, {name})};
-    if (name == "identify")
-        return identify_;
-    if (name == "plans")
-        return plans_;
-    if (name == "optimize") {
-        if (!optimize_.run.overrides.maxFileBytes)
-            return UsageError{"optimize a besoin de --max-size TAILLE"_fr};
-        return optimize_;
+/// What an argument library cannot know: that one thing or another must be there.
+struct Completeness {
+    std::string operator()(const Printout&) const { return {}; }
+    std::string operator()(const UsageError& error) const { return error.message; }
+    std::string operator()(const IdentifyArguments& identify) const { return files("identify", identify.selection); }
+    std::string operator()(const PlansArguments& plans) const { return files("plans", plans.selection); }
+    std::string operator()(const ConvertArguments& convert) const
+    {
+        if (convert.target.empty() && !convert.recipe)
+            return "convert a besoin de --to FORMAT"_fr;
+        if (!convert.target.empty() && convert.recipe)
+            return "--to et --recipe ne vont pas ensemble"_fr;
+        return files("convert", convert.run.selection);
     }
-    if (convert_.target.empty())
-        return UsageError{"convert a besoin de --to FORMAT"_fr};
-    return convert_;
+    std::string operator()(const OptimizeArguments& optimize) const
+    {
+        if (!optimize.run.overrides.maxFileBytes)
+            return "optimize a besoin de --max-size TAILLE"_fr;
+        return files("optimize", optimize.run.selection);
+    }
+    std::string operator()(const RecipeNewArguments& make) const
+    {
+        return make.file.empty() ? needsRecipe() : std::string{};
+    }
+    std::string operator()(const RecipeFileArguments& named) const
+    {
+        return named.recipe.empty() ? needsRecipe() : std::string{};
+    }
+    std::string operator()(const RecipeExportArguments& exporting) const
+    {
+        return exporting.name.empty() || exporting.file.empty() ? needsRecipe() : std::string{};
+    }
+    template <class Arguments>
+    std::string operator()(const Arguments&) const
+    {
+        return {};
+    }
+
+    static std::string needsRecipe() { return "il manque un raccourci ou un fichier ; voyez nivex recipe --help"_fr; }
+    static std::string files(std::string_view command, const FileSelection& selection)
+    {
+        return selection.files.empty() && !selection.filesFrom
+                   ? filled("{} a besoin d'au moins un fichier"_fr, {command})
+                   : std::string{};
+    }
+};
+
+Invocation Parser::checked() const
+{
+    const CLI::App* command = &chosenCommand();
+    for (const Choice& choice : chosen_) {
+        if (choice.command != command)
+            continue;
+        Invocation invocation = choice.invocation();
+        if (std::string problem = std::visit(Completeness{}, invocation); !problem.empty())
+            return UsageError{std::move(problem)};
+        return invocation;
+    }
+    return UsageError{"il manque une commande ; voyez nivex --help"_fr};
 }
 
 /// The library's own messages are English; what went wrong is told again from its parts.
 std::string Parser::usageMessage(const CLI::ParseError& error) const
 {
     const std::string what = error.what();
-    if (dynamic_cast<const CLI::ExtrasError*>(&error))
-        return unexpectedMessage();
+    const std::vector<std::string> extras = app_.remaining(true);
+    if (!extras.empty())
+        return unexpectedMessage(extras.front());
     if (dynamic_cast<const CLI::ArgumentMismatch*>(&error))
         return filled("l'option {} attend une seule valeur"_fr, {what.substr(0, what.find(':'))});
-    if (!chosenCommand())
-        return app_.remaining().empty() ? std::string{"il manque une commande ; voyez nivex --help"_fr}
-                                        : unexpectedMessage();
-    return filled("appel incompris ; voyez nivex {} --help"_fr, {chosenCommand()->get_name()});
+    const std::string path = chosenCommand().get_display_name(); // "nivex" for the program itself
+    return filled("il manque une commande ; voyez {} --help"_fr, {path == "nivex" ? path : "nivex " + path});
 }
 
-std::string Parser::unexpectedMessage() const
+std::string Parser::unexpectedMessage(const std::string& word) const
 {
-    const CLI::App* command = chosenCommand();
-    const std::vector<std::string> extras = app_.remaining(true);
-    const std::string word = extras.empty() ? std::string{} : extras.front();
+    const CLI::App& command = chosenCommand();
     std::vector<std::string> names;
-    if (!command && !word.starts_with('-')) {
-        for (const CLI::App* each : app_.get_subcommands({}))
+    if (!word.starts_with('-')) {
+        for (const CLI::App* each : command.get_subcommands({}))
             names.push_back(each->get_name());
+        if (names.empty())
+            return filled("argument de trop : « {} »"_fr, {validUtf8(word)});
         return filled("commande inconnue : « {} »."_fr, {validUtf8(word)}) + suggestion(word, names);
     }
-    for (const CLI::Option* option : (command ? command : &app_)->get_options())
+    for (const CLI::Option* option : command.get_options())
         for (const std::string& name : option->get_lnames())
             names.push_back("--" + name);
     return filled("option inconnue : « {} »."_fr, {validUtf8(word)}) + suggestion(word, names);
 }
 
-template <class Value, class Place>
-void overrideWith(const std::optional<Value>& value, Place& place)
-{
-    if (value)
-        place = *value;
-}
-
 } // namespace
-
-ConversionOptions OptionOverrides::appliedTo(ConversionOptions base) const
-{
-    overrideWith(quality, base.quality);
-    overrideWith(metadata, base.metadata);
-    overrideWith(colorProfile, base.colorProfile);
-    overrideWith(maxPixelDimension, base.maxPixelDimension);
-    overrideWith(flattenBackground, base.flattenBackground);
-    overrideWith(renderDPI, base.renderDPI);
-    overrideWith(pageBackground, base.pageBackground);
-    overrideWith(removeBackground, base.removeBackground);
-    overrideWith(maxFileBytes, base.maxFileBytes);
-    overrideWith(videoQuality, base.videoQuality);
-    overrideWith(videoCodec, base.videoCodec);
-    overrideWith(audioBitRate, base.audioBitRate);
-    return base;
-}
-
-std::vector<OptionOverrides::Given> OptionOverrides::given() const
-{
-    using Kind = ConversionOptionKind;
-    const Given all[] = {
-        {"--quality", Kind::quality, quality.has_value()},
-        {"--metadata", Kind::metadata, metadata.has_value()},
-        {"--color-profile", Kind::colorProfile, colorProfile.has_value()},
-        {"--max-dimension", Kind::dimensions, maxPixelDimension.has_value()},
-        {"--flatten-background", Kind::background, flattenBackground.has_value()},
-        {"--dpi", Kind::renderResolution, renderDPI.has_value()},
-        {"--page-background", Kind::background, pageBackground.has_value()},
-        {"--remove-background", Kind::removeBackground, removeBackground.has_value()},
-        {"--max-size", Kind::targetSize, maxFileBytes.has_value()},
-        {"--video-quality", Kind::videoQuality, videoQuality.has_value()},
-        {"--video-codec", Kind::videoQuality, videoCodec.has_value()},
-        {"--audio-bit-rate", Kind::audioQuality, audioBitRate.has_value()},
-    };
-    std::vector<Given> given;
-    std::copy_if(std::begin(all), std::end(all), std::back_inserter(given),
-                 [](const Given& each) { return each.isGiven; });
-    return given;
-}
 
 Invocation parseArguments(std::span<const std::string> arguments) { return Parser{}.parse(arguments); }
 

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "NivexKit/Contract/ConversionOptions.hpp"
+#include "NivexKit/Execution/HistoryRetention.hpp"
 #include "NivexKit/Formats/FormatFamily.hpp"
+#include "NivexKit/Recipes/RecipeStep.hpp"
 
 #include <cstdint>
 #include <filesystem>
@@ -46,6 +48,8 @@ struct OptionOverrides {
     ConversionOptions appliedTo(ConversionOptions base) const;
     /// The options that the call names.
     std::vector<Given> given() const;
+    /// The same as the blocks of a recipe.
+    std::vector<RecipeStep> blocks() const;
 };
 
 struct IdentifyArguments {
@@ -73,8 +77,8 @@ struct RunArguments {
 
 struct ConvertArguments {
     RunArguments run;
-    std::string target;                          // an identifier or an extension; empty with a recipe
-    std::optional<std::filesystem::path> recipe; // in place of the target
+    std::string target;                // an identifier or an extension; empty with a recipe
+    std::optional<std::string> recipe; // in place of the target: a file, or the name of a recipe that is kept
 };
 
 struct OptimizeArguments {
@@ -90,6 +94,48 @@ struct EnginesArguments {
     bool json = false;
 };
 
+struct DoctorArguments {
+    bool json = false;
+};
+
+struct HistoryListArguments {
+    bool json = false;
+    std::optional<std::size_t> limit;
+};
+
+struct HistoryClearArguments {};
+
+struct HistoryRetentionArguments {
+    std::optional<HistoryRetention> retention; // absent: show it
+};
+
+struct RecipeNewArguments {
+    std::filesystem::path file;
+    std::string name;
+    std::string target;
+    OptionOverrides settings;
+    std::vector<RecipeStep> conditions;
+    bool resetDefaults = false;
+};
+
+/// What is done with one recipe: a file, or for most the name of one that is kept.
+struct RecipeFileArguments {
+    enum class Action { check, show, import };
+
+    Action action{};
+    std::string recipe;
+    bool json = false;
+};
+
+struct RecipeListArguments {
+    bool json = false;
+};
+
+struct RecipeExportArguments {
+    std::string name;
+    std::filesystem::path file;
+};
+
 /// A text to print instead of running a command: help or version.
 struct Printout {
     std::string text;
@@ -100,8 +146,11 @@ struct UsageError {
     std::string message;
 };
 
-using Invocation = std::variant<Printout, UsageError, IdentifyArguments, PlansArguments, ConvertArguments,
-                                OptimizeArguments, FormatsArguments, EnginesArguments>;
+using Invocation =
+    std::variant<Printout, UsageError, IdentifyArguments, PlansArguments, ConvertArguments, OptimizeArguments,
+                 FormatsArguments, EnginesArguments, DoctorArguments, HistoryListArguments, HistoryClearArguments,
+                 HistoryRetentionArguments, RecipeNewArguments, RecipeFileArguments, RecipeListArguments,
+                 RecipeExportArguments>;
 
 /// Reads the arguments of a call, without the program's name. Values that have a range are checked here, before any
 /// work.

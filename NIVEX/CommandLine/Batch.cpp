@@ -5,6 +5,7 @@
 #include "NIVEX/CommandLine/Interrupts.hpp"
 #include "NIVEX/CommandLine/JsonLines.hpp"
 
+#include "NivexKit/Foundation/ConversionError.hpp"
 #include "NivexKit/Foundation/StringTable.hpp"
 #include "NivexKit/Foundation/Unicode.hpp"
 
@@ -36,6 +37,7 @@ public:
     ExitStatus run();
 
 private:
+    void tellSetAside(std::size_t setAside, std::size_t total);
     void prepare(const ListedFile& file, DetectionResult detection);
     OutputDestination destinationOf(const ListedFile& file);
     std::vector<std::string> warningsOf(const ConversionPlan& plan) const;
@@ -69,8 +71,14 @@ ExitStatus Batch::run()
     for (const ListedFile& file : list.files)
         files.push_back(file.path);
     std::vector<DetectionResult> detections = session_.model.detector().detect(files);
-    for (std::size_t i = 0; i < list.files.size(); ++i)
-        prepare(list.files[i], std::move(detections[i]));
+    std::size_t setAside = 0;
+    for (std::size_t i = 0; i < list.files.size(); ++i) {
+        if (request_.accepts && !request_.accepts(detections[i]))
+            ++setAside;
+        else
+            prepare(list.files[i], std::move(detections[i]));
+    }
+    tellSetAside(setAside, list.files.size());
 
     if (request_.run.dryRun) {
         showPlans();
@@ -82,6 +90,17 @@ ExitStatus Batch::run()
     if (wasInterrupted_)
         return ExitStatus::interrupted;
     return allSucceeded_ ? ExitStatus::done : ExitStatus::someFailed;
+}
+
+void Batch::tellSetAside(std::size_t setAside, std::size_t total)
+{
+    if (setAside == 0)
+        return;
+    if (setAside < total)
+        return session_.console.note(filled("{} fichier(s) écarté(s) par les conditions. Les originaux sont conservés."_fr,
+                                            {std::to_string(setAside)}));
+    session_.console.note("Aucun fichier ne correspond aux conditions du raccourci."_fr.localized());
+    allSucceeded_ = false;
 }
 
 void Batch::prepare(const ListedFile& file, DetectionResult detection)
@@ -100,7 +119,7 @@ void Batch::prepare(const ListedFile& file, DetectionResult detection)
 OutputDestination Batch::destinationOf(const ListedFile& file)
 {
     if (!request_.run.outputFolder)
-        return SameFolderAsSource{};
+        return session_.model.preferences().destination;
     const fs::path folder = *request_.run.outputFolder / file.folderInTree;
     std::error_code ignored; // the runner says what is wrong with a folder that could not be made
     if (!request_.run.dryRun && !file.folderInTree.empty() && fs::is_directory(*request_.run.outputFolder, ignored))
@@ -158,17 +177,12 @@ void Batch::convertPrepared()
     if (request_.run.jobs)
         queue.setMaxConcurrentJobs(*request_.run.jobs);
     const InterruptHandler interrupts{session_.loop, [&queue] { queue.cancelAll(); }};
-    const auto recordElsewhere = std::exchange(queue.onJobFinished, nullptr);
-    queue.onJobFinished = [&](const ConversionJob& job) {
-        if (recordElsewhere)
-            recordElsewhere(job);
-        onFinished(job);
-    };
+    session_.model.onJobFinished = [this](const ConversionJob& job) { onFinished(job); };
     queue.onChange = [this] { showProgress(); };
     enqueueAll();
     session_.loop.run();
     queue.onChange = nullptr;
-    queue.onJobFinished = recordElsewhere;
+    session_.model.onJobFinished = nullptr;
     session_.console.clearProgress();
     wasInterrupted_ = interrupts.wasInterrupted();
 }
@@ -249,6 +263,20 @@ void Batch::showProgress()
 }
 
 } // namespace
+
+PlanChoice planTo(const FileFormat& target, const ConversionPlanner& planner, const DetectionResult& detection)
+{
+    if (detection.format && detection.format->id == target.id)
+        return ConversionError::unsupported(filled("le fichier est déjà au format {}"_fr, {target.name})).message();
+    std::vector<ConversionPlan> plans = planner.plans(detection);
+    const auto found =
+        std::find_if(plans.begin(), plans.end(), [&](const ConversionPlan& plan) { return plan.id() == target.id; });
+    if (found != plans.end())
+        return std::move(*found);
+    const std::string source = detection.format ? detection.format->name : std::string{"format inconnu"_fr};
+    return ConversionError::unsupported(
+        filled("aucun moteur de cette machine ne mène de {} à {}"_fr, {source, target.name})).message();
+}
 
 ExitStatus runBatch(Session& session, const BatchRequest& request) { return Batch{session, request}.run(); }
 

@@ -33,6 +33,17 @@ struct Dispatcher {
     ExitStatus operator()(const OptimizeArguments& arguments) const { return optimize(session, arguments); }
     ExitStatus operator()(const FormatsArguments& arguments) const { return formats(session, arguments); }
     ExitStatus operator()(const EnginesArguments& arguments) const { return engines(session, arguments); }
+    ExitStatus operator()(const DoctorArguments& arguments) const { return doctor(session, arguments); }
+    ExitStatus operator()(const HistoryListArguments& arguments) const { return history(session, arguments); }
+    ExitStatus operator()(const HistoryClearArguments&) const { return clearHistory(session); }
+    ExitStatus operator()(const HistoryRetentionArguments& arguments) const
+    {
+        return historyRetention(session, arguments);
+    }
+    ExitStatus operator()(const RecipeNewArguments& arguments) const { return newRecipe(session, arguments); }
+    ExitStatus operator()(const RecipeFileArguments& arguments) const { return recipeFile(session, arguments); }
+    ExitStatus operator()(const RecipeListArguments& arguments) const { return listRecipes(session, arguments); }
+    ExitStatus operator()(const RecipeExportArguments& arguments) const { return exportRecipe(session, arguments); }
 };
 
 bool isQuiet(const Invocation& invocation)
@@ -49,14 +60,17 @@ bool isQuiet(const Invocation& invocation)
 int runCommandLine(const std::vector<std::string>& arguments)
 {
     leaveOnInterrupt();
-    const Invocation invocation = parseArguments(arguments);
     RunLoop loop;
-    AppModel model{loop};
+    AppModel model{loop, processEnvironment()};
+    StringTable::use(model.preferences().shownLanguage(model.environment()));
+    const Invocation invocation = parseArguments(arguments);
     Console console{isQuiet(invocation)};
     Session session{loop, model, console};
     ExitStatus status = ExitStatus::someFailed;
     try {
         status = std::visit(Dispatcher{session}, invocation);
+    } catch (const RecipeError& error) {
+        console.note("nivex : " + error.message());
     } catch (const std::exception& error) {
         console.note("nivex : " + filled("erreur interne : {}"_fr, {error.what()}));
     }

@@ -1,13 +1,23 @@
 #include "NIVEX/Model/AppModel.hpp"
 
 #include "NivexKit/Engines/Catalog/EngineCatalog.hpp"
+#include "NivexKit/Workers/WorkerPool.hpp"
 
 namespace nivex {
 
+AppModel::AppModel(MainLoop& mainLoop, Environment environment)
+    : mainLoop_{mainLoop}, environment_{std::move(environment)},
+      preferencesFile_{PreferencesFile::defaultLocation(environment_)}, preferences_{preferencesFile_.load()}
+{
+}
+
 const EngineList& AppModel::engines()
 {
-    if (!engines_)
+    if (!engines_) {
+        if (preferences_.incompleteSandbox == IncompleteSandbox::proceed)
+            WorkerPool::standard().setAcceptsMissingLayers(true);
         engines_ = EngineCatalog::standard(registry());
+    }
     return *engines_;
 }
 
@@ -18,11 +28,24 @@ const ConversionPlanner& AppModel::planner()
     return *planner_;
 }
 
+HistoryStore& AppModel::history()
+{
+    if (!history_)
+        history_ = std::make_unique<HistoryStore>(HistoryStore::defaultFileURL(environment_), preferences_.retention);
+    return *history_;
+}
+
 ConversionQueue& AppModel::queue()
 {
-    if (!queue_)
-        queue_ = std::make_unique<ConversionQueue>(ConversionRunner{engines(), registry(), ResourceLimits::standard()},
-                                                   mainLoop_);
+    if (!queue_) {
+        queue_ = std::make_unique<ConversionQueue>(
+            ConversionRunner{engines(), registry(), ResourceLimits::standard()}, mainLoop_);
+        queue_->onJobFinished = [this](const ConversionJob& job) {
+            history().record(job);
+            if (onJobFinished)
+                onJobFinished(job);
+        };
+    }
     return *queue_;
 }
 

@@ -1,10 +1,14 @@
 #pragma once
 
+#include "NIVEX/Model/Preferences.hpp"
+#include "NIVEX/Model/RecipeLibrary.hpp"
 #include "NivexKit/Contract/ConversionEngine.hpp"
 #include "NivexKit/Detection/FileDetector.hpp"
 #include "NivexKit/Execution/ConversionQueue.hpp"
+#include "NivexKit/Execution/HistoryStore.hpp"
 #include "NivexKit/Formats/FormatRegistry.hpp"
 #include "NivexKit/Foundation/MainLoop.hpp"
+#include "NivexKit/Foundation/UserFolders.hpp"
 #include "NivexKit/Planning/ConversionPlanner.hpp"
 
 #include <memory>
@@ -13,22 +17,36 @@
 namespace nivex {
 
 /// The one instance of each long-lived object, made when first asked for: recognising a file builds no planner, and
-/// planning builds no queue. Main thread only.
+/// planning builds no queue. Main thread only. `mainLoop` outlives it.
 class AppModel {
 public:
-    explicit AppModel(MainLoop& mainLoop) : mainLoop_{mainLoop} {}
+    AppModel(MainLoop& mainLoop, Environment environment);
 
     const FormatRegistry& registry() const { return FormatRegistry::standard(); }
     const FileDetector& detector() const { return detector_; }
     const EngineList& engines();
     const ConversionPlanner& planner();
+
+    /// Every finished job is recorded in the history before anyone else is told of it.
     ConversionQueue& queue();
+    /// Called after the history has recorded a finished job.
+    std::function<void(const ConversionJob&)> onJobFinished;
+
+    const Environment& environment() const { return environment_; }
+    const Preferences& preferences() const { return preferences_; }
+    PreferencesFile& preferencesFile() { return preferencesFile_; }
+    HistoryStore& history();
+    RecipeLibrary recipes() const { return RecipeLibrary{RecipeLibrary::defaultFolder(environment_)}; }
 
 private:
     MainLoop& mainLoop_;
-    FileDetector detector_{FormatRegistry::standard(), ResourceLimits::standard()};
+    Environment environment_;
+    PreferencesFile preferencesFile_;
+    Preferences preferences_; // as they were at the start
+    FileDetector detector_;
     std::optional<EngineList> engines_;
     std::unique_ptr<ConversionPlanner> planner_;
+    std::unique_ptr<HistoryStore> history_;
     std::unique_ptr<ConversionQueue> queue_;
 };
 

@@ -17,10 +17,12 @@ class Identify(NivexCase):
         self.write("film.pdf", subrip(3))
         self.write("film", subrip(3))
 
-        right, wrong, bare = self.json_lines("identify", "film.srt", "film.pdf", "film", expect=1)
+        right, wrong, bare = self.json_lines("identify", "film.srt", "film.pdf", "film")
 
         self.assertEqual((right["format"], right["declaredFormat"], right["issues"]), ("srt", "srt", []))
-        self.assertEqual((wrong["format"], wrong["usable"]), ("srt", True) if wrong["usable"] else ("pdf", False))
+        self.assertEqual((wrong["format"], wrong["declaredFormat"], wrong["usable"]), ("srt", "pdf", True))
+        self.assertEqual([(issue["message"], issue["blocking"]) for issue in wrong["issues"]],
+                         [("L'extension indique PDF, mais le contenu est d'un autre format.", False)])
         self.assertEqual((bare["format"], bare["declaredFormat"]), ("srt", None))
 
     def test_each_refusal_has_its_sentence(self):

@@ -29,5 +29,15 @@ ExitStatus convert(Session& session, const ConvertArguments& arguments);
 ExitStatus optimize(Session& session, const OptimizeArguments& arguments);
 ExitStatus formats(Session& session, const FormatsArguments& arguments);
 ExitStatus engines(Session& session, const EnginesArguments& arguments);
+ExitStatus doctor(Session& session, const DoctorArguments& arguments);
+ExitStatus history(Session& session, const HistoryListArguments& arguments);
+ExitStatus clearHistory(Session& session);
+ExitStatus historyRetention(Session& session, const HistoryRetentionArguments& arguments);
+/// Converts with `arguments.recipe`.
+ExitStatus runRecipe(Session& session, const ConvertArguments& arguments);
+ExitStatus newRecipe(Session& session, const RecipeNewArguments& arguments);
+ExitStatus recipeFile(Session& session, const RecipeFileArguments& arguments);
+ExitStatus listRecipes(Session& session, const RecipeListArguments& arguments);
+ExitStatus exportRecipe(Session& session, const RecipeExportArguments& arguments);
 
 } // namespace nivex::commandline

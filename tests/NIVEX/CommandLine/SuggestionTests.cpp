@@ -7,12 +7,12 @@ namespace {
 
 TEST(Suggestion, NamesTheNearestWordOrNone)
 {
-    const std::vector<std::string> names{"identify", "plans", "convert", "vtt", "vtf"};
+    const std::vector<std::string> names{"identify", "plans", "convert", "vtt"};
 
     EXPECT_EQ(nearestName("idntify", names), "identify");
     EXPECT_EQ(nearestName("converrt", names), "convert");
     EXPECT_EQ(nearestName("vvt", names), "vtt");
-    EXPECT_EQ(nearestName("vft", names), "vtf") << "a swap of neighbours is one mistake";
+    EXPECT_EQ(nearestName("palns", names), "plans") << "a swap of neighbours is one mistake";
     EXPECT_EQ(nearestName("history", names), std::nullopt);
     EXPECT_EQ(nearestName("", names), std::nullopt);
 }

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "NIVEX/CommandLine/Arguments.hpp"
+
+#include "NivexKit/Contract/OptionRanges.hpp"
+#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Unicode.hpp"
+
+#include <charconv>
+#include <functional>
+#include <string>
+
+namespace CLI {
+class App;
+} // namespace CLI
+
+namespace nivex::commandline {
+
+// How the commands describe their options to the argument library, in French.
+
+/// Thrown where a value is read, caught where parsing began.
+struct BadValue {
+    std::string message;
+};
+
+using TextReader = std::function<void(const std::string&)>;
+
+/// A sub-command, with its own help.
+CLI::App& addCommand(CLI::App& parent, const char* name, Text description);
+void speakFrench(CLI::App& app);
+
+void addFlag(CLI::App& command, const char* names, bool& place, Text description);
+void addText(CLI::App& command, const char* names, const char* placeholder, const std::string& description,
+             const TextReader& read);
+/// A positional argument.
+void addWord(CLI::App& command, const char* name, Text description, const TextReader& read);
+void addSelection(CLI::App& command, FileSelection& selection);
+/// The options that `convert`, `optimize` and `recipe run` share.
+void addRun(CLI::App& command, RunArguments& run);
+void addOverrides(CLI::App& command, OptionOverrides& overrides);
+
+[[noreturn]] void refuse(const char* option, const std::string& value);
+
+template <class Number>
+Number numberOf(const char* option, const std::string& text)
+{
+    Number number{};
+    const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (failure != std::errc{} || end != text.data() + text.size())
+        refuse(option, text);
+    return number;
+}
+
+template <class Number>
+void hold(Number value, const OptionRange<Number>& range)
+{
+    if (!range.contains(value))
+        throw BadValue{range.whenOutside};
+}
+
+/// The family of that stored name; refuses any other with a suggestion.
+FormatFamily familyNamed(const std::string& name);
+/// A size such as 500KB; refuses what is none.
+std::int64_t sizeOf(const char* option, const std::string& text);
+
+} // namespace nivex::commandline
