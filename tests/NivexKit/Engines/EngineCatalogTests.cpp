@@ -20,6 +20,7 @@ TEST(EngineCatalog, namesItsEnginesInOrder)
         {"native-media", "Audio et vidéo macOS (AVFoundation)"},
         {"native-document", "Documents macOS (système de texte Cocoa)"},
         {"native-data", "Données (CSV, Excel, JSON, YAML, plist)"},
+        {"native-subtitle", "Sous-titres (SRT, WebVTT, ASS)"},
         {"native-vector", "Dessins vectoriels macOS (SVG)"},
         {"native-illustrator", "Illustrator (contenu PDF intégré)"},
         {"adobe-indesign", "Adobe InDesign, installé sur ce Mac"},
@@ -44,7 +45,7 @@ TEST(EngineCatalog, engineThatDoesNotWorkHereSaysWhyAndOffersNothing)
         EXPECT_NE(works, engine->availability().reason().has_value());
         EXPECT_EQ(works, !engine->capabilities().empty());
     }
-    const ConversionEngine& inDesign = *engines[7];
+    const ConversionEngine& inDesign = *engines[8];
     EXPECT_EQ(inDesign.availability(), EngineAvailability::unavailable("InDesign n'est pas installé sur ce Mac"));
     EXPECT_THAT(inDesign.dependencies(), ElementsAre("Adobe InDesign"));
     EXPECT_NE(InDesignEngine(registry(), "/Applications/InDesign").availability(), inDesign.availability())
