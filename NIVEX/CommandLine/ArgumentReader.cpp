@@ -91,9 +91,7 @@ void addSelection(CLI::App& command, FileSelection& selection)
     command
         .add_option_function<std::vector<std::string>>(
             "FICHIER",
-            [&selection](const std::vector<std::string>& names) {
-                selection.files.assign(names.begin(), names.end());
-            },
+            [&selection](const std::vector<std::string>& names) { selection.files.assign(names.begin(), names.end()); },
             std::string{"Fichiers à traiter"_fr})
         ->type_name("");
     addText(command, "--files-from", "LISTE", "Lit d'autres noms dans ce fichier, ou sur l'entrée standard avec -"_fr,

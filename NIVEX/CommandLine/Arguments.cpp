@@ -66,7 +66,8 @@ private:
     ConvertArguments recipeRun_;
 };
 
-Parser::Parser() : app_{"NIVEX convertit des fichiers sur cette machine, sans jamais toucher aux originaux."_fr, "nivex"}
+Parser::Parser()
+    : app_{"NIVEX convertit des fichiers sur cette machine, sans jamais toucher aux originaux."_fr, "nivex"}
 {
     speakFrench(app_);
     app_.set_version_flag("--version", "nivex " NIVEX_VERSION, "Affiche la version"_fr);
@@ -124,12 +125,11 @@ void Parser::addHistoryCommands()
     CLI::App& history = onCommand(app_, "history", "Montre les conversions passées"_fr, history_);
     history.require_subcommand(0, 1);
     addFlag(history, "--json", history_.json, "Un objet JSON par conversion"_fr);
-    addText(history, "--limit", "N", "Au plus N conversions"_fr, [this](const std::string& value) {
-        history_.limit = numberOf<std::size_t>("--limit", value);
-    });
+    addText(history, "--limit", "N", "Au plus N conversions"_fr,
+            [this](const std::string& value) { history_.limit = numberOf<std::size_t>("--limit", value); });
     onCommand(history, "clear", "Oublie toutes les conversions"_fr, historyClear_);
-    CLI::App& retention = onCommand(history, "retention", "Règle ou montre la durée de conservation"_fr,
-                                    historyRetention_);
+    CLI::App& retention =
+        onCommand(history, "retention", "Règle ou montre la durée de conservation"_fr, historyRetention_);
     addWord(retention, "DUREE", "off, oneDay, sevenDays, thirtyDays ou forever"_fr, [this](const std::string& value) {
         historyRetention_.retention = retentionStoredAs(value);
         if (!historyRetention_.retention)
@@ -151,8 +151,9 @@ void Parser::addRecipeCommands()
             [this](const std::string& value) { recipeNew_.name = value; });
     addText(make, "--to", "FORMAT", "Format de sortie"_fr,
             [this](const std::string& value) { recipeNew_.target = value; });
-    addText(make, "--if-family", "FAMILLE", "Seulement les fichiers de cette famille"_fr,
-            [this](const std::string& value) { recipeNew_.conditions.push_back(step::SourceFamily{familyNamed(value)}); });
+    addText(
+        make, "--if-family", "FAMILLE", "Seulement les fichiers de cette famille"_fr,
+        [this](const std::string& value) { recipeNew_.conditions.push_back(step::SourceFamily{familyNamed(value)}); });
     addText(make, "--if-format", "FORMAT", "Seulement les fichiers de ce format"_fr,
             [this](const std::string& value) { recipeNew_.conditions.push_back(step::SourceFormat{value}); });
     addText(make, "--if-name", "TEXTE", "Seulement les noms contenant ce texte"_fr,
@@ -178,8 +179,8 @@ void Parser::addRecipeCommands()
     addFlag(list, "--json", recipeList_.json, "Un objet JSON par raccourci"_fr);
     CLI::App& import = onCommand(recipe, "import", "Conserve une copie d'un raccourci partagé"_fr, recipeImport_);
     addWord(import, "RACCOURCI", "Fichier à conserver"_fr, readFile(recipeImport_));
-    CLI::App& exporting = onCommand(recipe, "export", "Écrit un raccourci conservé dans un nouveau fichier"_fr,
-                                    recipeExport_);
+    CLI::App& exporting =
+        onCommand(recipe, "export", "Écrit un raccourci conservé dans un nouveau fichier"_fr, recipeExport_);
     addWord(exporting, "NOM", "Nom du raccourci"_fr, [this](const std::string& value) { recipeExport_.name = value; });
     addWord(exporting, "FICHIER", "Fichier à écrire"_fr,
             [this](const std::string& value) { recipeExport_.file = value; });

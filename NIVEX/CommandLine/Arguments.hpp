@@ -146,11 +146,10 @@ struct UsageError {
     std::string message;
 };
 
-using Invocation =
-    std::variant<Printout, UsageError, IdentifyArguments, PlansArguments, ConvertArguments, OptimizeArguments,
-                 FormatsArguments, EnginesArguments, DoctorArguments, HistoryListArguments, HistoryClearArguments,
-                 HistoryRetentionArguments, RecipeNewArguments, RecipeFileArguments, RecipeListArguments,
-                 RecipeExportArguments>;
+using Invocation = std::variant<Printout, UsageError, IdentifyArguments, PlansArguments, ConvertArguments,
+                                OptimizeArguments, FormatsArguments, EnginesArguments, DoctorArguments,
+                                HistoryListArguments, HistoryClearArguments, HistoryRetentionArguments,
+                                RecipeNewArguments, RecipeFileArguments, RecipeListArguments, RecipeExportArguments>;
 
 /// Reads the arguments of a call, without the program's name. Values that have a range are checked here, before any
 /// work.

@@ -97,8 +97,9 @@ void Batch::tellSetAside(std::size_t setAside, std::size_t total)
     if (setAside == 0)
         return;
     if (setAside < total)
-        return session_.console.note(filled("{} fichier(s) écarté(s) par les conditions. Les originaux sont conservés."_fr,
-                                            {std::to_string(setAside)}));
+        return session_.console.note(
+            filled("{} fichier(s) écarté(s) par les conditions. Les originaux sont conservés."_fr,
+                   {std::to_string(setAside)}));
     session_.console.note("Aucun fichier ne correspond aux conditions du raccourci."_fr.localized());
     allSucceeded_ = false;
 }
@@ -275,7 +276,8 @@ PlanChoice planTo(const FileFormat& target, const ConversionPlanner& planner, co
         return std::move(*found);
     const std::string source = detection.format ? detection.format->name : std::string{"format inconnu"_fr};
     return ConversionError::unsupported(
-        filled("aucun moteur de cette machine ne mène de {} à {}"_fr, {source, target.name})).message();
+               filled("aucun moteur de cette machine ne mène de {} à {}"_fr, {source, target.name}))
+        .message();
 }
 
 ExitStatus runBatch(Session& session, const BatchRequest& request) { return Batch{session, request}.run(); }

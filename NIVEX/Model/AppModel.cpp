@@ -38,8 +38,8 @@ HistoryStore& AppModel::history()
 ConversionQueue& AppModel::queue()
 {
     if (!queue_) {
-        queue_ = std::make_unique<ConversionQueue>(
-            ConversionRunner{engines(), registry(), ResourceLimits::standard()}, mainLoop_);
+        queue_ = std::make_unique<ConversionQueue>(ConversionRunner{engines(), registry(), ResourceLimits::standard()},
+                                                   mainLoop_);
         queue_->onJobFinished = [this](const ConversionJob& job) {
             history().record(job);
             if (onJobFinished)

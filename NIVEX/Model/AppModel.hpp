@@ -2,6 +2,7 @@
 
 #include "NIVEX/Model/Preferences.hpp"
 #include "NIVEX/Model/RecipeLibrary.hpp"
+
 #include "NivexKit/Contract/ConversionEngine.hpp"
 #include "NivexKit/Detection/FileDetector.hpp"
 #include "NivexKit/Execution/ConversionQueue.hpp"

@@ -16,6 +16,7 @@ namespace nivex {
 namespace {
 
 constexpr char32_t replacementCharacter = 0xFFFD;
+constexpr std::string_view replacementText = "\xEF\xBF\xBD"; // the same in UTF-8
 
 bool isAscii(std::string_view text)
 {
@@ -119,10 +120,18 @@ std::string validUtf8(std::string_view bytes)
     if (isValidUtf8(bytes))
         return std::string{bytes};
     std::string text;
-    text.reserve(bytes.size() + 16);
-    for (std::size_t position = 0; position < bytes.size();)
-        appendScalar(text, nextScalar(bytes, position));
-    return text;
+    text.reserve(bytes.size() + bytes.size() / 2);
+    std::size_t wellFormedFrom = 0;
+    for (std::size_t position = 0; position < bytes.size();) {
+        const std::size_t start = position;
+        if (static_cast<unsigned char>(bytes[position]) < 0x80)
+            ++position;
+        else if (decode(bytes, position) < 0) {
+            text.append(bytes, wellFormedFrom, start - wellFormedFrom).append(replacementText);
+            wellFormedFrom = position;
+        }
+    }
+    return text.append(bytes, wellFormedFrom);
 }
 
 std::string shownPath(const std::filesystem::path& path) { return validUtf8(path.native()); }

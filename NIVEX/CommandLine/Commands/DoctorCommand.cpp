@@ -37,9 +37,8 @@ Report gather(Session& session)
         report.workers.push_back(std::move(worker));
     }
     const UserFolders folders = UserFolders::of(session.model.environment());
-    report.folders = {{"data", folders.data},
-                      {"configuration", folders.configuration},
-                      {"temporary", fs::temp_directory_path()}};
+    report.folders = {
+        {"data", folders.data}, {"configuration", folders.configuration}, {"temporary", fs::temp_directory_path()}};
     return report;
 }
 

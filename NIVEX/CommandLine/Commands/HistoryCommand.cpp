@@ -14,8 +14,8 @@ namespace {
 /// Day and time in the time zone of the machine.
 std::string shownDate(HistoryDate date)
 {
-    const std::time_t seconds = std::chrono::system_clock::to_time_t(
-        std::chrono::time_point_cast<std::chrono::system_clock::duration>(date));
+    const std::time_t seconds =
+        std::chrono::system_clock::to_time_t(std::chrono::time_point_cast<std::chrono::system_clock::duration>(date));
     std::tm local{};
     ::localtime_r(&seconds, &local);
     char buffer[32];
@@ -51,7 +51,8 @@ std::string outcome(const HistoryEntry& entry)
 ExitStatus history(Session& session, const HistoryListArguments& arguments)
 {
     const std::span<const HistoryEntry> entries{session.model.history().entries()};
-    for (const HistoryEntry& entry : entries.first(std::min(entries.size(), arguments.limit.value_or(entries.size())))) {
+    for (const HistoryEntry& entry :
+         entries.first(std::min(entries.size(), arguments.limit.value_or(entries.size())))) {
         if (arguments.json)
             session.console.result(storedText(entry));
         else

@@ -113,14 +113,14 @@ ExitStatus runRecipe(Session& session, const ConvertArguments& arguments)
     const ConversionOptions base = session.model.preferences().options;
     const std::string userLocale = locale(session.model.environment());
     showWarnings(session, recipe);
-    return runBatch(session, {.run = arguments.run,
-                              .target = target.id,
-                              .options = arguments.run.overrides.appliedTo(recipe.options(base)),
-                              .choosePlan =
-                                  [&](const DetectionResult& detection) {
-                                      return planTo(target, session.model.planner(), detection);
-                                  },
-                              .accepts = [&](const DetectionResult& file) { return recipe.accepts(file, userLocale); }});
+    return runBatch(
+        session,
+        {.run = arguments.run,
+         .target = target.id,
+         .options = arguments.run.overrides.appliedTo(recipe.options(base)),
+         .choosePlan =
+             [&](const DetectionResult& detection) { return planTo(target, session.model.planner(), detection); },
+         .accepts = [&](const DetectionResult& file) { return recipe.accepts(file, userLocale); }});
 }
 
 ExitStatus newRecipe(Session& session, const RecipeNewArguments& arguments)

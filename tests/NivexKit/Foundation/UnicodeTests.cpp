@@ -5,6 +5,36 @@
 namespace nivex {
 namespace {
 
+TEST(Unicode, IllFormedBytesAreReplacedOneByOneAndTheRestIsKept)
+{
+    struct Case {
+        const char* fault;
+        std::string bytes;
+        std::string shown;
+    };
+    const Case cases[] = {
+        {"well-formed text is left as it is", "é🎬\n", "é🎬\n"},
+        {"bytes no text may hold",
+         "a\xFF\xFE"
+         "b",
+         "a\uFFFD\uFFFD"
+         "b"},
+        {"a sequence cut by the end", "film\xE2\x82", "film\uFFFD\uFFFD"},
+        {"a sequence cut by a letter",
+         "\xC3"
+         "t\xC3\xA9",
+         "\uFFFD"
+         "té"},
+        {"a surrogate half", "\xED\xA0\x80", "\uFFFD\uFFFD\uFFFD"},
+        {"an over-long slash", "\xC0\xAF", "\uFFFD\uFFFD"},
+    };
+    for (const Case& each : cases) {
+        SCOPED_TRACE(each.fault);
+        EXPECT_EQ(validUtf8(each.bytes), each.shown);
+        EXPECT_TRUE(isValidUtf8(validUtf8(each.bytes)));
+    }
+}
+
 TEST(Unicode, ContainsIgnoringCase)
 {
     struct Case {
