@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <initializer_list>
+#include <iterator>
 #include <string_view>
 
 namespace nivex {
@@ -90,6 +91,10 @@ std::vector<FormatID> words(std::string_view list)
     return ids;
 }
 
+// A beginning shows no more than that some entries are there, so it rules none of these out.
+constexpr std::string_view packages = "zip cbz kmz npz 3mf usdz sketch kra idml docx xlsx pptx "
+                                      "xlsm ppsx odt ods odp epub pages numbers key";
+
 constexpr std::string_view localSignature = "PK\x03\x04";
 
 /// The names in the local headers of the beginning of an archive, as far as they can be followed.
@@ -142,7 +147,11 @@ std::vector<FormatID> ZipInspector::classify(std::span<const std::string> entryN
 
 std::vector<FormatID> ZipInspector::classify(std::span<const std::byte> header)
 {
-    return classify(std::span<const std::string>{namesInLocalHeaders(header)});
+    auto formats = classify(std::span<const std::string>{namesInLocalHeaders(header)});
+    const auto isListed = [&](const FormatID& id) { return std::ranges::find(formats, id) != formats.end(); };
+    if (isListed("zip"))
+        std::ranges::remove_copy_if(words(packages), std::back_inserter(formats), isListed);
+    return formats;
 }
 
 } // namespace nivex

@@ -82,15 +82,22 @@ TEST(ZipInspector, ClassifiesACutArchiveByItsBeginning)
     writer.add("[Content_Types].xml", testing::repeated('x', 300), true);
     writer.add("word/document.xml", testing::repeated('x', 300), false);
     Bytes archive = writer.finish();
+    const std::string anyPackage = std::string{anyZip} + " xlsm ppsx odt ods odp epub pages numbers key";
     EXPECT_EQ(joinedIDs(ZipInspector::classify(std::span<const std::byte>{archive}.first(150))), "docx");
-    EXPECT_EQ(joinedIDs(ZipInspector::classify(std::span<const std::byte>{archive}.first(70))), anyZip);
+    EXPECT_EQ(joinedIDs(ZipInspector::classify(std::span<const std::byte>{archive}.first(70))), anyPackage);
     // A size that the first header leaves open: the second header is found by its signature.
     std::fill_n(archive.begin() + 18, 8, std::byte{});
     EXPECT_EQ(joinedIDs(ZipInspector::classify(std::span<const std::byte>{archive}.first(150))), "docx");
     // A size beyond the bytes ends the walk.
     std::fill_n(archive.begin() + 18, 4, std::byte{0xFF});
-    EXPECT_EQ(joinedIDs(ZipInspector::classify(std::span<const std::byte>{archive}.first(150))), anyZip);
-    EXPECT_EQ(joinedIDs(ZipInspector::classify(std::span<const std::byte>{})), anyZip);
+    EXPECT_EQ(joinedIDs(ZipInspector::classify(std::span<const std::byte>{archive}.first(150))), anyPackage);
+    EXPECT_EQ(joinedIDs(ZipInspector::classify(std::span<const std::byte>{})), anyPackage);
+    // A preview in front does not make a cut document a comic book.
+    ZipArchive::Writer document;
+    document.add("preview.jpg", testing::repeated('x', 300), true);
+    document.add("Index/Document.iwa", {}, false);
+    const Bytes preview = document.finish();
+    EXPECT_THAT(ZipInspector::classify(std::span<const std::byte>{preview}.first(200)), ::testing::Contains("pages"));
 }
 
 } // namespace
