@@ -141,6 +141,8 @@ bool isTransportStream(Bytes head) { return hasPackets(head, 188, 0); }
 
 bool isTimestampedTransportStream(Bytes head) { return hasPackets(head, 192, 4); }
 
+bool hasFontTables(Bytes head) { return head.size() < 6 || head[4] != std::byte{} || head[5] != std::byte{}; }
+
 bool isEmbeddedOpenType(Bytes head)
 {
     constexpr std::size_t mark = 34;

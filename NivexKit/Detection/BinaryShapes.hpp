@@ -23,6 +23,9 @@ bool isTimestampedTransportStream(Bytes head);
 /// The mark of an Embedded OpenType header behind its version, as far as the head reaches.
 bool isEmbeddedOpenType(Bytes head);
 
+/// A font of at least one table, as far as the head reaches.
+bool hasFontTables(Bytes head);
+
 /// PostScript by Illustrator that does not call itself encapsulated: its own files of old.
 bool isIllustratorPostScript(Bytes head);
 

@@ -164,7 +164,7 @@ constexpr Signature signatures[] = {
     {.when = {text("wOFF")}, .binaryWithin = 16, .then = "woff"},
     {.when = {text("wOF2")}, .binaryWithin = 16, .then = "woff2"},
     {.when = {text("ttcf")}, .binaryWithin = 16, .then = "ttc"},
-    {.when = {hex("00 01 00 00 00")}, .then = "ttf"},
+    {.when = {hex("00 01 00 00 00")}, .test = shapes::hasFontTables, .then = "ttf"},
     {.when = {text("true")}, .binaryWithin = 16, .then = "ttf"},
     {.when = {hex("00 00 01 00", 8)}, .test = shapes::isEmbeddedOpenType, .then = "eot"},
     {.when = {hex("01 00 02 00", 8)}, .test = shapes::isEmbeddedOpenType, .then = "eot"},

@@ -191,6 +191,7 @@ constexpr LineMark marks[] = {
     {.opens = "return <", .language = markup, .weight = 2},
     {.opens = "/>", .language = markup},
 
+    {.opens = "@@ -", .holds = " @@", .language = other, .weight = 9}, // a change to a program of any language
     {.opens = "using System", .ends = ";", .language = other, .weight = 9},
     {.opens = "#import ", .language = other, .weight = 9},
     {.opens = "@interface ", .language = other, .weight = 9},

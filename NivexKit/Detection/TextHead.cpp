@@ -6,14 +6,17 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 
 namespace nivex {
 namespace {
 
+// White space is none, and neither are the shifts of terminals' colours and of the older Asian encodings.
 constexpr std::array<bool, 256> isControlByte = [] {
+    constexpr std::string_view usualInTexts = "\t\n\r\f\x0E\x0F\x1B";
     std::array<bool, 256> table{};
     for (std::size_t each = 0; each < 0x20; ++each)
-        table[each] = each != '\t' && each != '\n' && each != '\r' && each != '\f';
+        table[each] = usualInTexts.find(static_cast<char>(each)) == std::string_view::npos;
     table[0x7F] = true;
     return table;
 }();

@@ -199,6 +199,7 @@ TEST(SignatureSniffer, AsksMuchOfFormatsWithoutSignature)
     expectEach({
         {"Targa", targa, {{"tga"}}},
         {"Targa of no width", bytes("00 00 02 00 00 00 00 00 00 00 00 00 00 00 40 00 20 08 FF FF"), unknown},
+        {"a font without tables", bytes("00 01 00 00 00 00 00 0C 00 00 00 84"), unknown},
         {"zeros are no picture", repeated(0, 64), unknown},
         {"zeros are no solid", repeated(0, 400), unknown},
         {"binary solid whose title begins with the word", solid, {{"stl"}}},

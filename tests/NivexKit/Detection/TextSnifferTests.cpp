@@ -182,6 +182,7 @@ TEST(TextSniffer, LeavesProseAlone)
         {"a licence",
          "Permission is hereby granted, free of charge, to any person\n(the \"Software\"), to deal in it.\n", ""},
         {"notes with a list", "Shopping\n========\n\n- milk\n- bread\n", ""},
+        {"a change to a program", "--- a.py\n+++ a.py\n@@ -1,2 +1,3 @@\n import os\n from a import b\n+def f():\n", ""},
         {"only white space", "  \n\t\n", ""},
     };
     expectEach(cases);
