@@ -148,9 +148,9 @@ std::optional<std::string> legacyText(std::string_view bytes, std::string_view s
 
 } // namespace
 
-std::optional<std::string> decodedText(std::span<const std::byte> data)
+std::optional<std::string> decodedText(std::string file)
 {
-    std::string_view bytes{reinterpret_cast<const char*>(data.data()), data.size()};
+    std::string_view bytes = file;
     if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
         std::string text = fromUtf16(bytes.substr(2), bytes[0] == '\xFF' ? ByteOrder::little : ByteOrder::big);
         return isBinary(text) ? std::nullopt : std::optional{std::move(text)};
@@ -168,7 +168,7 @@ std::optional<std::string> decodedText(std::span<const std::byte> data)
         if (auto text = legacyText(bytes, bytes.substr(0, sampleSize)))
             return text;
     if (isValidUtf8(bytes))
-        return std::string{bytes};
+        return file;
     return legacyText(bytes, sampleOf(bytes));
 }
 

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <cstddef>
 #include <optional>
-#include <span>
 #include <string>
 
 namespace nivex {
@@ -11,8 +9,9 @@ namespace nivex {
 /// UTF-16 in both byte orders, and by statistics Windows-1252, the ISO 8859 family, Shift-JIS, GB 18030, Big5, EUC-KR
 /// and KOI8-R. The mark is not part of the text.
 ///
+/// bytes    the whole file; a file in UTF-8, as most are, is moved into the result
 /// returns  none when the bytes are not text in any of them
 /// threads  any
-std::optional<std::string> decodedText(std::span<const std::byte> bytes);
+std::optional<std::string> decodedText(std::string bytes);
 
 } // namespace nivex

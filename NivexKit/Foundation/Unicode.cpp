@@ -1,5 +1,6 @@
 #include "NivexKit/Foundation/Unicode.hpp"
 
+#include <simdjson.h>
 #include <unicode/brkiter.h>
 #include <unicode/locid.h>
 #include <unicode/normalizer2.h>
@@ -9,7 +10,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 #include <memory>
 
 namespace nivex {
@@ -91,29 +91,12 @@ bool isTrimmable(char32_t scalar)
     return scalar == 0x200B || u_isUWhiteSpace(static_cast<UChar32>(scalar));
 }
 
+/// True for the bytes that are a visible ASCII character: most texts begin and end with one.
+constexpr bool isVisibleAscii(char byte) { return byte > ' ' && byte < 0x7F; }
+
 } // namespace
 
-bool isValidUtf8(std::string_view text)
-{
-    constexpr std::uint64_t highBits = 0x8080'8080'8080'8080;
-    std::uint64_t word = 0;
-    std::size_t position = 0;
-    while (position < text.size()) {
-        if (static_cast<unsigned char>(text[position]) >= 0x80) {
-            if (decode(text, position) < 0)
-                return false;
-            continue;
-        }
-        ++position;
-        // Most text is ASCII: eight bytes at a time.
-        for (; position + sizeof word <= text.size(); position += sizeof word) {
-            std::memcpy(&word, text.data() + position, sizeof word);
-            if ((word & highBits) != 0)
-                break;
-        }
-    }
-    return true;
-}
+bool isValidUtf8(std::string_view text) { return simdjson::validate_utf8(text.data(), text.size()); }
 
 std::string validUtf8(std::string_view bytes)
 {
@@ -182,14 +165,14 @@ std::string_view cutToBytes(std::string_view text, std::size_t maxBytes)
 std::string_view trimmed(std::string_view text)
 {
     std::size_t begin = 0;
-    while (begin < text.size()) {
+    while (begin < text.size() && !isVisibleAscii(text[begin])) {
         std::size_t next = begin;
         if (!isTrimmable(nextScalar(text, next)))
             break;
         begin = next;
     }
     std::size_t end = text.size();
-    while (end > begin) {
+    while (end > begin && !isVisibleAscii(text[end - 1])) {
         std::size_t start = end - 1;
         while (start > begin && (static_cast<unsigned char>(text[start]) & 0xC0) == 0x80)
             --start;

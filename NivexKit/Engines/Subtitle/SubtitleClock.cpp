@@ -52,6 +52,36 @@ std::optional<std::int64_t> thousandths(std::string_view digits)
     return value;
 }
 
+/// The milliseconds of a clock spelled exactly "HH:MM:SS,mmm" or "HH:MM:SS.mmm"; none for any other spelling, valid or
+/// not.
+std::optional<std::int64_t> usualClock(std::string_view clock)
+{
+    if (clock.size() != 12 || clock[2] != ':' || clock[5] != ':' || (clock[8] != ',' && clock[8] != '.'))
+        return std::nullopt;
+    bool isValid = true;
+    const auto digit = [&](std::size_t position) {
+        isValid = isValid && isDigit(clock[position]);
+        return clock[position] - '0';
+    };
+    const int hours = digit(0) * 10 + digit(1);
+    const int minutes = digit(3) * 10 + digit(4);
+    const int seconds = digit(6) * 10 + digit(7);
+    const int thousandths = digit(9) * 100 + digit(10) * 10 + digit(11);
+    if (!isValid || seconds > 59)
+        return std::nullopt;
+    return std::int64_t{(hours * 60 + minutes) * 60 + seconds} * 1000 + thousandths;
+}
+
+/// Start and end of a line spelled exactly "HH:MM:SS,mmm --> HH:MM:SS,mmm", as nearly all are.
+std::optional<std::pair<std::int64_t, std::int64_t>> usualTiming(std::string_view line)
+{
+    if (line.size() != 29 || line.substr(12, 5) != " --> ")
+        return std::nullopt;
+    const auto start = usualClock(line.substr(0, 12));
+    const auto end = usualClock(line.substr(17));
+    return start && end ? std::optional{std::pair{*start, *end}} : std::nullopt;
+}
+
 /// Writes the last `count` digits of `value` and returns the position behind them.
 char* putDigits(char* out, std::int64_t value, int count)
 {
@@ -79,6 +109,8 @@ std::optional<std::int64_t> parseClock(std::string_view clock)
 
 std::optional<std::pair<std::int64_t, std::int64_t>> parseTiming(std::string_view line)
 {
+    if (const auto timing = usualTiming(line))
+        return timing;
     const std::size_t at = line.find(arrow);
     if (at == std::string_view::npos || line.find(arrow, at + arrow.size()) != std::string_view::npos)
         return std::nullopt;

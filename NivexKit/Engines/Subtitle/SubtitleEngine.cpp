@@ -8,11 +8,14 @@
 #include "NivexKit/Foundation/TextDecoder.hpp"
 
 #include <algorithm>
+#include <span>
+#include <utility>
 
 namespace nivex {
 namespace {
 
 using Reader = void (*)(std::string_view, const Subtitles::CueSink&, const Subtitles::Pulse&);
+using Counter = std::size_t (*)(std::string_view, const Subtitles::Pulse&);
 using Writer = void (*)(std::string& file, std::size_t index, const SubtitleCue&);
 
 /// What the engine can do with one format. What a format cannot do is null.
@@ -20,6 +23,7 @@ struct FormatRow {
     std::string_view id;
     Reader read;
     Writer append;
+    Counter count;               // for the check of what was written
     ConversionLoss lostAsSource; // by every conversion from it
     ConversionLoss lostAsTarget; // by every conversion into it
 };
@@ -30,11 +34,11 @@ constexpr ConversionLoss stylesAndPositions = ConversionLoss::formatting | Conve
 
 // clang-format off
 constexpr FormatRow formats[] = {
-    {"srt", Subtitles::readSRT,        Subtitles::appendSRT,   nothing,            nothing},
-    {"vtt", Subtitles::readVTT,        Subtitles::appendVTT,   styles,             nothing},
-    {"ass", Subtitles::readSubStation, nullptr,               stylesAndPositions, nothing},
-    {"ssa", Subtitles::readSubStation, nullptr,               stylesAndPositions, nothing},
-    {"txt", nullptr,                    Subtitles::appendTranscript, nothing,            ConversionLoss::timing},
+    {"srt", Subtitles::readSRT,        Subtitles::appendSRT,        Subtitles::countSRT, nothing,            nothing},
+    {"vtt", Subtitles::readVTT,        Subtitles::appendVTT,        Subtitles::countVTT, styles,             nothing},
+    {"ass", Subtitles::readSubStation, nullptr,                     nullptr,             stylesAndPositions, nothing},
+    {"ssa", Subtitles::readSubStation, nullptr,                     nullptr,             stylesAndPositions, nothing},
+    {"txt", nullptr,                   Subtitles::appendTranscript, nullptr,             nothing, ConversionLoss::timing},
 };
 // clang-format on
 
@@ -52,6 +56,14 @@ ConversionLoss losses(const FormatRow& source, const FormatRow& target)
     return source.lostAsSource | target.lostAsTarget;
 }
 
+/// Replaces `bytes` by those of the file, in the memory that it has; false when they cannot all be read.
+bool readWhole(const FileSource& file, std::string& bytes)
+{
+    bytes.clear();
+    bytes.resize(static_cast<std::size_t>(file.size()));
+    return file.read(0, std::as_writable_bytes(std::span{bytes})) == bytes.size();
+}
+
 /// The text of the source as UTF-8; empty when it is none.
 std::string sourceText(const EngineRequest& request)
 {
@@ -61,20 +73,19 @@ std::string sourceText(const EngineRequest& request)
     // The cues are held in memory, several times the size of the file.
     if (file->size() > static_cast<std::uint64_t>(request.limits.maxUnzippedEntryBytes))
         throw ConversionError::resourceLimit("fichier de sous-titres trop volumineux"_fr);
-    const auto bytes = file->read(0, static_cast<std::size_t>(file->size()));
-    if (bytes.size() != file->size())
+    std::string bytes;
+    if (!readWhole(*file, bytes))
         throw ConversionError::unreadableSource("lecture interrompue"_fr);
-    return decodedText(bytes).value_or(std::string{});
+    return decodedText(std::move(bytes)).value_or(std::string{});
 }
 
 /// Reads back what was written: a text that another program would read as more or fewer cues must not be delivered.
-void verify(const std::filesystem::path& output, Reader read, std::size_t written, const Subtitles::Pulse& pulse)
+/// `memory` is what the file is read into.
+void verify(const std::filesystem::path& output, Counter count, std::size_t written, std::string memory,
+            const Subtitles::Pulse& pulse)
 {
     const auto file = FileSource::open(output);
-    const auto bytes = file ? file->read(0, static_cast<std::size_t>(file->size())) : std::vector<std::byte>{};
-    std::size_t readBack = 0;
-    read(
-        {reinterpret_cast<const char*>(bytes.data()), bytes.size()}, [&](const SubtitleCue&) { ++readBack; }, pulse);
+    const std::size_t readBack = file && readWhole(*file, memory) ? count(memory, pulse) : 0;
     if (readBack != written)
         throw ConversionError::outputVerificationFailed(
             filled("{} sous-titres relus au lieu de {}"_fr, {std::to_string(readBack), std::to_string(written)}));
@@ -123,7 +134,7 @@ std::vector<std::filesystem::path> SubtitleEngine::convert(const EngineRequest& 
     };
 
     // Each cue is written as soon as it is read: a file of a million cues needs little more than its own size.
-    const std::string text = sourceText(request);
+    std::string text = sourceText(request);
     std::string file;
     file.reserve(text.size() + text.size() / 8);
     std::size_t count = 0;
@@ -133,8 +144,8 @@ std::vector<std::filesystem::path> SubtitleEngine::convert(const EngineRequest& 
         throw ConversionError::unreadableSource("aucun sous-titre trouvé"_fr);
     const auto output = request.outputLocation();
     writeNewFile(output, file);
-    if (target->read)
-        verify(output, target->read, count, step(0.8, 1.0));
+    if (target->count)
+        verify(output, target->count, count, std::move(text), step(0.8, 1.0));
     return {output};
 }
 

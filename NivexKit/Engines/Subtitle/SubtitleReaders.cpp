@@ -80,28 +80,61 @@ void forEachBlock(std::string_view text, const Pulse& pulse, Visitor visit)
     }
 }
 
-/// Hands out the cues of a format of blocks: in each block the first line with an arrow is the timing, what follows the
-/// text. `clean(shown, text)` fills the cue's text, which is empty.
-template <class Skip, class Clean>
-void readBlocks(std::string_view text, const CueSink& sink, const Pulse& pulse, Skip skip, Clean clean)
+/// Calls `visit(timing, text)` for each cue of a format of blocks: in each block the first line with an arrow is the
+/// timing, what follows the text, still marked up and perhaps empty. The blocks for which `skip(block)` are no cues.
+template <class Skip, class Visitor>
+void forEachMarkedCue(std::string_view text, const Pulse& pulse, Skip skip, Visitor visit)
 {
     const NormalizedText normalized{text};
-    SubtitleCue cue; // one for all, so that its text keeps its memory where the sink does not take it
     forEachBlock(normalized.view(), pulse, [&](std::string_view block) {
-        const std::size_t at = block.find(arrow);
-        if (at == none || skip(block))
+        LineScanner lines{block};
+        std::string_view line;
+        do
+            line = lines.next();
+        while (line.find(arrow) == none && !lines.atEnd());
+        if (lines.atEnd() || skip(block))
             return;
-        const std::size_t lineBegin = block.rfind('\n', at) + 1; // npos + 1 is 0: the block's first line
-        const std::size_t lineEnd = std::min(block.find('\n', at), block.size());
-        const auto timing = parseTiming(block.substr(lineBegin, lineEnd - lineBegin));
-        if (!timing || lineEnd == block.size())
-            return;
-        std::tie(cue.start, cue.end) = *timing;
+        if (const auto timing = parseTiming(line))
+            visit(*timing, block.substr(lines.position()));
+    });
+}
+
+/// What is particular to a format of blocks.
+struct BlockFormat {
+    bool (*skips)(std::string_view block);
+    std::string_view marks; // the characters that begin what is cleaned away
+    void (*appendClean)(std::string& shown, std::string_view text);
+};
+
+void readBlocks(const BlockFormat& format, std::string_view text, const CueSink& sink, const Pulse& pulse)
+{
+    SubtitleCue cue; // one for all, so that its text keeps its memory where the sink does not take it
+    forEachMarkedCue(text, pulse, format.skips, [&](const auto& timing, std::string_view marked) {
+        std::tie(cue.start, cue.end) = timing;
         cue.text.clear();
-        clean(cue.text, block.substr(lineEnd + 1));
+        format.appendClean(cue.text, marked);
         if (!trimmed(cue.text).empty())
             sink(cue);
     });
+}
+
+/// How many cues `readBlocks` hands out. A text is cleaned only where it begins with a mark, since any other character
+/// is shown.
+std::size_t countBlocks(const BlockFormat& format, std::string_view text, const Pulse& pulse)
+{
+    std::size_t count = 0;
+    std::string shown;
+    forEachMarkedCue(text, pulse, format.skips, [&](const auto&, std::string_view marked) {
+        std::string_view visible = trimmed(marked);
+        if (!visible.empty() && format.marks.find(visible.front()) != none) {
+            shown.clear();
+            format.appendClean(shown, marked);
+            visible = trimmed(shown);
+        }
+        if (!visible.empty())
+            ++count;
+    });
+    return count;
 }
 
 using CueReader = void (*)(std::string_view, const CueSink&, const Pulse&);
@@ -112,8 +145,6 @@ std::vector<SubtitleCue> cuesOf(std::string_view text, CueReader read)
     read(text, [&](SubtitleCue& cue) { cues.push_back(std::move(cue)); }, {});
     return cues;
 }
-
-char lowercase(char each) { return each >= 'A' && each <= 'Z' ? static_cast<char>(each - 'A' + 'a') : each; }
 
 /// True when `text` begins with `prefix`, which is in lower case, ASCII case aside.
 bool beginsWith(std::string_view text, std::string_view prefix)
@@ -150,12 +181,39 @@ private:
     bool isExhausted_ = false;
 };
 
-/// The position of the next `first` or `second` from `at` on; the size of the text when there is none.
-std::size_t nextOf(std::string_view text, char first, char second, std::size_t at)
+/// Finds two characters in a text, asked from the left to the right. Each is searched only once.
+class Marks {
+public:
+    Marks(std::string_view text, char first, char second)
+        : text_{text}, first_{first}, second_{second}, firstAt_{text.find(first)}, secondAt_{text.find(second)}
+    {
+    }
+
+    /// The position of the next of the two from `at` on; npos when there is none.
+    std::size_t next(std::size_t at)
+    {
+        if (firstAt_ < at)
+            firstAt_ = text_.find(first_, at);
+        if (secondAt_ < at)
+            secondAt_ = text_.find(second_, at);
+        return std::min(firstAt_, secondAt_);
+    }
+
+private:
+    std::string_view text_;
+    char first_;
+    char second_;
+    std::size_t firstAt_;
+    std::size_t secondAt_;
+};
+
+/// The length of a simple tag in either case, as SubRip has them; 0 when there is none.
+std::size_t simpleTagLengthAnyCase(std::string_view text)
 {
-    while (at < text.size() && text[at] != first && text[at] != second)
-        ++at;
-    return at;
+    char tag[4];
+    const std::size_t size = std::min(text.size(), sizeof tag);
+    std::transform(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(size), tag, lowercase);
+    return simpleTagLength({tag, size});
 }
 
 /// Appends a SubRip text without font tags and position overrides, its simple tags in lower case.
@@ -163,18 +221,23 @@ void appendCleanSRT(std::string& shown, std::string_view text)
 {
     std::size_t written = 0;
     TagEnds tags{text};
-    for (std::size_t at = nextOf(text, '<', '{', 0); at < text.size(); at = nextOf(text, '<', '{', at)) {
+    Marks marks{text, '<', '{'};
+    for (std::size_t at = marks.next(0); at != none; at = marks.next(at)) {
         const std::string_view rest = text.substr(at);
+        if (const std::size_t length = simpleTagLengthAnyCase(rest)) {
+            const std::size_t letter = at + length - 2;
+            shown.append(text.substr(written, letter - written)).push_back(lowercase(text[letter]));
+            written = letter + 1;
+            at += length;
+            continue;
+        }
         std::size_t end = at;
-        std::string tag;
-        if (beginsWith(rest, "<font") || beginsWith(rest, "</font"))
-            end = tags.after(at, '>').value_or(at);
-        else if (rest.front() == '{')
+        if (rest.front() == '{')
             end += positionOverrideLength(rest);
-        else if (tag = lowercased(rest.substr(0, 4)); const std::size_t length = simpleTagLength(tag))
-            end += length;
+        else if (beginsWith(rest, "<font") || beginsWith(rest, "</font"))
+            end = tags.after(at, '>').value_or(at);
         if (end > at) {
-            shown.append(text.substr(written, at - written)).append(tag, 0, tag.empty() ? 0 : end - at);
+            shown.append(text.substr(written, at - written));
             written = end;
         }
         at = std::max(end, at + 1);
@@ -186,8 +249,11 @@ void appendCleanSRT(std::string& shown, std::string_view text)
 /// one.
 bool isVTTSection(std::string_view block)
 {
-    const std::string_view word = block.substr(0, block.find_first_of(" \t\n"));
-    return word == "WEBVTT" || word == "NOTE" || word == "STYLE" || word == "REGION";
+    constexpr std::string_view keywords[] = {"WEBVTT", "NOTE", "STYLE", "REGION"};
+    return std::any_of(std::begin(keywords), std::end(keywords), [&](std::string_view keyword) {
+        return block.starts_with(keyword) &&
+               (block.size() == keyword.size() || std::string_view{" \t\n"}.find(block[keyword.size()]) != none);
+    });
 }
 
 struct Entity {
@@ -206,7 +272,8 @@ void appendCleanVTT(std::string& shown, std::string_view text)
         written = end;
         return end;
     };
-    for (std::size_t at = nextOf(text, '<', '&', 0); at < text.size(); at = nextOf(text, '<', '&', at)) {
+    Marks marks{text, '<', '&'};
+    for (std::size_t at = marks.next(0); at != none; at = marks.next(at)) {
         const std::string_view rest = text.substr(at);
         if (rest.front() == '<') {
             const std::size_t simple = simpleTagLength(rest);
@@ -220,6 +287,9 @@ void appendCleanVTT(std::string& shown, std::string_view text)
     }
     shown.append(text.substr(written));
 }
+
+constexpr BlockFormat subRip{[](std::string_view) { return false; }, "<{", appendCleanSRT};
+constexpr BlockFormat webVTT{isVTTSection, "<&", appendCleanVTT};
 
 /// Where the fields that matter stand in a SubStation event. The default is what both generations of the format use.
 struct EventFields {
@@ -319,16 +389,12 @@ std::vector<std::string> blocks(std::string_view text)
     return result;
 }
 
-void readSRT(std::string_view text, const CueSink& sink, const Pulse& pulse)
-{
-    readBlocks(
-        text, sink, pulse, [](std::string_view) { return false; }, appendCleanSRT);
-}
+void readSRT(std::string_view text, const CueSink& sink, const Pulse& pulse) { readBlocks(subRip, text, sink, pulse); }
 
-void readVTT(std::string_view text, const CueSink& sink, const Pulse& pulse)
-{
-    readBlocks(text, sink, pulse, isVTTSection, appendCleanVTT);
-}
+void readVTT(std::string_view text, const CueSink& sink, const Pulse& pulse) { readBlocks(webVTT, text, sink, pulse); }
+
+std::size_t countSRT(std::string_view text, const Pulse& pulse) { return countBlocks(subRip, text, pulse); }
+std::size_t countVTT(std::string_view text, const Pulse& pulse) { return countBlocks(webVTT, text, pulse); }
 
 std::string cleanVTT(std::string_view text)
 {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <string_view>
 
@@ -10,9 +11,15 @@ inline constexpr std::size_t cuesPerPulse = 4096;
 inline constexpr std::string_view arrow = "-->";
 
 /// True for a line of spaces and tabs alone, which ends a cue.
-constexpr bool isBlank(std::string_view line) { return line.find_first_not_of(" \t") == std::string_view::npos; }
+constexpr bool isBlank(std::string_view line)
+{
+    return std::all_of(line.begin(), line.end(), [](char each) { return each == ' ' || each == '\t'; });
+}
 
-/// The length of the simple tag (<i>, </i>, <b>, </b>, <u>, </u>) at the start of `text`; 0 when there is none.
+constexpr char lowercase(char each) { return each >= 'A' && each <= 'Z' ? static_cast<char>(each - 'A' + 'a') : each; }
+
+/// The length of the simple tag (<i>, </i>, <b>, </b>, <u>, </u>) at the start of `text`; 0 when there is none. Its
+/// letter stands before its last character.
 constexpr std::size_t simpleTagLength(std::string_view text)
 {
     const std::size_t slash = text.size() > 1 && text[1] == '/' ? 1 : 0;

@@ -1,6 +1,8 @@
 #include "NivexKit/Engines/Subtitle/SubtitleText.hpp"
 #include "NivexKit/Engines/Subtitle/Subtitles.hpp"
 
+#include <array>
+
 namespace nivex::Subtitles {
 namespace {
 
@@ -12,6 +14,14 @@ using LineWriter = void (*)(std::string& output, std::string_view line);
 
 void appendPlainLine(std::string& output, std::string_view line) { output += line; }
 
+/// By byte: true for the few that the writer of WebVTT has to look at.
+constexpr auto mayNeedEscape = [] {
+    std::array<bool, 256> table{};
+    for (const char each : {'&', '<', '>'})
+        table[static_cast<unsigned char>(each)] = true;
+    return table;
+}();
+
 /// Escapes what WebVTT would take for markup. "-->" inside a text would start a new cue there, so its end is escaped.
 void appendVTTLine(std::string& output, std::string_view line)
 {
@@ -22,6 +32,8 @@ void appendVTTLine(std::string& output, std::string_view line)
     };
     for (std::size_t at = 0; at < line.size(); ++at) {
         const char each = line[at];
+        if (!mayNeedEscape[static_cast<unsigned char>(each)])
+            continue;
         if (each == '&')
             replace(at, "&amp;");
         else if (each == '<' && simpleTagLength(line.substr(at)) == 0)

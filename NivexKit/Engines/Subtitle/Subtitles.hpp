@@ -32,6 +32,10 @@ void readVTT(std::string_view text, const CueSink& sink, const Pulse& pulse = {}
 /// Reads both generations of SubStation scripts ("ass" and "ssa").
 void readSubStation(std::string_view text, const CueSink& sink, const Pulse& pulse = {});
 
+/// How many cues the first two functions above hand out, found without making them.
+std::size_t countSRT(std::string_view text, const Pulse& pulse = {});
+std::size_t countVTT(std::string_view text, const Pulse& pulse = {});
+
 /// All the cues that the functions above hand out.
 std::vector<SubtitleCue> parseSRT(std::string_view text);
 std::vector<SubtitleCue> parseVTT(std::string_view text);
