@@ -3,6 +3,10 @@
 #include "tests/Support/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <csignal>
+#include <cstdlib>
 
 namespace nivex {
 namespace {
@@ -109,6 +113,25 @@ TEST_F(SubtitleEngineTest, EndsInTheErrorThatFits)
     EXPECT_EQ(failure(homeless).kind(), Kind::encodingFailed);
 
     EXPECT_EQ(failure(request(oneCue, "srt", "png")).kind(), Kind::unsupported);
+}
+
+TEST_F(SubtitleEngineTest, RefusesToDeliverWhatReadsBackAsFewerCues)
+{
+    // A word that SubRip would take for a font tag: it has no escape for it.
+    const auto shown = request("WEBVTT\n\n00:01.000 --> 00:02.000\n&lt;font&gt;\n", "vtt", "srt");
+    EXPECT_EQ(failure(shown), ConversionError::outputVerificationFailed("0 sous-titres relus au lieu de 1"));
+}
+
+TEST_F(SubtitleEngineTest, EndsInAnErrorWhenTheFileCannotBeWrittenWhole)
+{
+    const EngineRequest full = request(oneCue, "srt", "vtt");
+    const auto convertOnFullDisk = [&] {
+        const rlimit tenBytes{10, 10};
+        std::signal(SIGXFSZ, SIG_IGN);
+        ::setrlimit(RLIMIT_FSIZE, &tenBytes);
+        std::_Exit(failure(full).kind() == ConversionError::Kind::encodingFailed ? 0 : 1);
+    };
+    EXPECT_EXIT(convertOnFullDisk(), ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(SubtitleEngineTest, StopsWhenCancelledInTheMiddle)
