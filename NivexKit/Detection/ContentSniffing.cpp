@@ -50,6 +50,13 @@ std::vector<std::byte> asciiPart(std::span<const std::byte> head)
     return text;
 }
 
+/// A PDF file behind a mail's or a server's header lines, as readers open it too. No text holds compressed pages.
+bool isPdfBehindJunk(std::span<const std::byte> head)
+{
+    constexpr std::size_t junkInFront = 1024;
+    return SignatureSniffer::find(std::as_bytes(std::span{"%PDF-", 5}), head, junkInFront).has_value();
+}
+
 } // namespace
 
 SniffResult sniffedContent(std::span<const std::byte> head)
@@ -57,6 +64,8 @@ SniffResult sniffedContent(std::span<const std::byte> head)
     SniffResult content = SignatureSniffer::sniff(head);
     if (!content.isUnknown() || content.isText)
         return content;
+    if (isPdfBehindJunk(head))
+        return {.candidates = {"pdf"}, .container = ContainerKind::pdf};
     const std::vector<std::byte> text = asciiPart(head);
     if (text.empty())
         return content;

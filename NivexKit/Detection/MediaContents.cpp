@@ -95,6 +95,7 @@ Finding programStream(const ByteSource& source, const SniffResult&)
 {
     const std::string head = textAt(source, 0, headBytes);
     bool hasVideo = false;
+    bool hasSound = false;
     bool hasSubtitles = false;
     bool hasNavigation = false;
     constexpr auto startCode = "\0\0\1"sv;
@@ -102,17 +103,21 @@ Finding programStream(const ByteSource& source, const SniffResult&)
          at = head.find(startCode, at + startCode.size())) {
         const auto stream = static_cast<unsigned char>(head[at + 3]);
         hasVideo = hasVideo || (stream & 0xF0) == 0xE0;
+        hasSound = hasSound || (stream & 0xE0) == 0xC0;
         hasNavigation = hasNavigation || stream == 0xBF;
         if (stream == 0xBD) { // private: what it is stands behind a header of variable length
             const std::size_t content = at + 9 + static_cast<unsigned char>(head[at + 8]);
-            hasSubtitles =
-                hasSubtitles || (content < head.size() && (static_cast<unsigned char>(head[content]) & 0xE0) == 0x20);
+            const bool isSubtitle = content < head.size() && (static_cast<unsigned char>(head[content]) & 0xE0) == 0x20;
+            hasSubtitles = hasSubtitles || isSubtitle;
+            hasSound = hasSound || !isSubtitle;
         }
     }
     if (hasSubtitles && !hasVideo)
         return {.candidates = Candidates{"sub"}};
     if (hasNavigation)
         return {.candidates = Candidates{"vob", "mpeg"}};
+    if (!hasVideo && !hasSound)
+        return {.candidates = Candidates{"mpeg", "vob", "sub"}};
     return {.candidates = Candidates{"mpeg", "vob"}};
 }
 

@@ -111,6 +111,7 @@ constexpr Signature signatures[] = {
     // documents
     {.when = {text("%PDF-")}, .contains = "Illustrator", .then = "ai", .container = pdf},
     {.when = {text("%PDF-")}, .then = "pdf", .container = pdf},
+    {.when = {hex("EF BB BF"), text("%PDF-", 3)}, .then = "pdf", .container = pdf},
     {.when = {text("%!PS")}, .test = shapes::isIllustratorPostScript, .then = "ai eps", .container = postScript},
     {.when = {text("%!PS")}, .then = "eps", .container = postScript},
     {.when = {hex("C5 D0 D3 C6")}, .then = "eps", .container = postScript},

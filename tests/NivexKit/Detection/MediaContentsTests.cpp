@@ -106,8 +106,9 @@ TEST(MediaContents, ReadsTheHeadersOfStreams)
                        {"film", joined({pack, frames}), "mpeg vob"},
                        {"film of a disc", joined({pack, navigation, frames, subtitle}), "vob mpeg"},
                        {"subtitles", joined({pack, subtitle}), "sub"},
+                       {"sound or subtitles, behind the head", joined({pack, pack}), "mpeg vob sub"},
                        {"sound", joined({pack, dolby}), "mpeg vob"},
-                       {"a start code at the very end", joined({pack, bytes("00 00 01")}), "mpeg vob"},
+                       {"a start code at the very end", joined({pack, bytes("00 00 01")}), "mpeg vob sub"},
                    });
 }
 
