@@ -99,7 +99,7 @@ TEST(TextSniffer, KnowsTimedText)
 
 TEST(TextSniffer, KnowsData)
 {
-    const std::string iges = std::string(72, ' ') + "S      1\n";
+    const std::string iges = std::string(72, ' ').append("S      1\n");
     const TextCase cases[] = {
         {"empty object", "{}", "json"},
         {"cut in a text", "{\"a\": [1, -2.5e3, null, \"b", "json"},

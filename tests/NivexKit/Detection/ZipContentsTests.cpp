@@ -39,11 +39,9 @@ Bytes openDocument(const std::string& kind, const std::string& manifest = "<mani
 
 Bytes officePackage(const std::string& folder, const std::string& mainPart)
 {
+    const std::string element = "<Override ContentType=\"application/vnd.openxmlformats-officedocument." + mainPart;
     return archiveOf(
-        {{"[Content_Types].xml", std::string(5'000, ' ') +
-                                     "<Override ContentType=\"application/vnd.openxmlformats-officedocument." +
-                                     mainPart + "\"/>"},
-         {folder + "main.xml"}});
+        {{"[Content_Types].xml", std::string(5'000, ' ').append(element).append("\"/>")}, {folder + "main.xml"}});
 }
 
 TEST(ZipContents, TellsThePackageFormatsApart)
