@@ -191,20 +191,21 @@ private:
 };
 
 /// Moves all files or none: what has been placed goes again when a later file cannot be.
-Files moveAllIntoPlace(const Files& files, const fs::path& folder)
+Files moveAllIntoPlace(const Files& files, const fs::path& folder, NameNumbers& numbers)
 {
     Files placed;
     AvoidedLocations given;
     try {
         for (const fs::path& file : files) {
             setOrdinaryPermissions(file);
-            placed.push_back(OutputNaming::moveIntoPlace(file, folder, given));
+            placed.push_back(OutputNaming::moveIntoPlace(file, folder, given, &numbers));
             given.insert(placed.back());
         }
     } catch (const ConversionError&) {
         std::error_code ignored;
         for (const fs::path& each : placed)
             fs::remove_all(each, ignored);
+        numbers.forget();
         throw;
     }
     return placed;
@@ -266,7 +267,7 @@ ConversionOutcome ConversionRunner::run(const ConversionPlan& plan, const fs::pa
     checkFolder(folder); // gone or closed meanwhile: the reason to give for outputs that went with it
     verifyOutputs(files, end.workspace->root(), input);
 
-    ConversionOutcome outcome{.outputs = moveAllIntoPlace(files, folder)};
+    ConversionOutcome outcome{.outputs = moveAllIntoPlace(files, folder, *numbers_)};
     for (const fs::path& output : outcome.outputs)
         outcome.totalBytes += size(output);
     return outcome;

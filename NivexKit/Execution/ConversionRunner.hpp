@@ -5,6 +5,7 @@
 #include "NivexKit/Contract/ConversionOptions.hpp"
 #include "NivexKit/Execution/ConversionOutcome.hpp"
 #include "NivexKit/Execution/LeftoverSweep.hpp"
+#include "NivexKit/Execution/NameNumbers.hpp"
 #include "NivexKit/Formats/FormatRegistry.hpp"
 #include "NivexKit/Foundation/ResourceLimits.hpp"
 #include "NivexKit/Planning/ConversionPlan.hpp"
@@ -48,6 +49,7 @@ private:
     ResourceLimits limits_;
     std::shared_ptr<const BudgetShrinker> shrinker_;
     std::shared_ptr<LeftoverSweep> leftovers_ = std::make_shared<LeftoverSweep>();
+    std::shared_ptr<NameNumbers> numbers_ = std::make_shared<NameNumbers>();
 };
 
 } // namespace nivex

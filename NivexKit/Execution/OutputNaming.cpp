@@ -81,13 +81,17 @@ std::string OutputNaming::sanitizedBaseName(std::string_view name)
 }
 
 fs::path OutputNaming::uniqueURL(const fs::path& folder, std::string_view baseName, std::string_view pathExtension,
-                                 const AvoidedLocations& avoiding)
+                                 const AvoidedLocations& avoiding, NameNumbers* numbers)
 {
     const std::string extension = pathExtension.empty() ? std::string{} : "." + std::string{pathExtension};
     const fs::path place = folder.lexically_normal();
+    const NameNumbers::Key key{place, std::string{baseName}, extension};
     std::string_view base;
     std::size_t reserved = 0; // bytes that `base` leaves for the number
     for (std::size_t n = 1;; ++n) {
+        if (numbers && n == NameNumbers::alwaysAsked + 1) {
+            n = std::max(n, numbers->takenUpTo(key) + 1);
+        }
         const std::string number = n == 1 ? std::string{} : " " + std::to_string(n);
         if (n == 1 || number.size() > reserved) {
             reserved = std::max(number.size(), longestCommonNumber.size());
@@ -95,17 +99,21 @@ fs::path OutputNaming::uniqueURL(const fs::path& folder, std::string_view baseNa
             base = cutToBytes(baseName, behind < longestFileName ? longestFileName - behind : 0);
         }
         fs::path candidate = place / (std::string{base} + number + extension);
-        if (!isTaken(candidate) && !avoiding.contains(candidate))
-            return candidate;
+        if (isTaken(candidate) || avoiding.contains(candidate))
+            continue;
+        if (numbers)
+            numbers->remember(key, n - 1); // not `n` itself: the move may still fail
+        return candidate;
     }
 }
 
-fs::path OutputNaming::moveIntoPlace(const fs::path& file, const fs::path& folder, const AvoidedLocations& avoiding)
+fs::path OutputNaming::moveIntoPlace(const fs::path& file, const fs::path& folder, const AvoidedLocations& avoiding,
+                                     NameNumbers* numbers)
 {
     const std::string baseName = sanitizedBaseName(file.stem().native());
     const std::string extension = extensionOf(file);
     for (int attempt = 0; attempt < moveAttempts; ++attempt) {
-        fs::path location = uniqueURL(folder, baseName, extension, avoiding);
+        fs::path location = uniqueURL(folder, baseName, extension, avoiding, numbers);
         if (moveExclusively(file, location) == MoveResult::moved)
             return location;
     }

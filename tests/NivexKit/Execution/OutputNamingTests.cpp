@@ -76,6 +76,37 @@ TEST(OutputNaming, FindsTheFirstFreeName)
     EXPECT_EQ(next("été", "jpg"), folder / "été 2.jpg");
 }
 
+TEST(OutputNaming, RemembersForAMomentWhichNumbersAreTaken)
+{
+    const TemporaryFolder folder;
+    std::chrono::steady_clock::time_point now{};
+    NameNumbers numbers{[&] { return now; }};
+    const auto next = [&] { return OutputNaming::uniqueURL(folder.path(), "a", "txt", {}, &numbers).filename(); };
+    const auto place = [&] { folder.write(next().native(), ""); };
+    for (int i = 0; i < 40; ++i)
+        place();
+    EXPECT_EQ(next(), "a 41.txt");
+    folder.write("a 41.txt", "");
+    EXPECT_EQ(next(), "a 42.txt") << "a name that appeared meanwhile is given away";
+
+    fs::remove(folder / "a 30.txt");
+    EXPECT_EQ(next(), "a 42.txt") << "all numbers are asked for every time";
+    fs::remove(folder / "a 3.txt");
+    EXPECT_EQ(next(), "a 3.txt") << "a low number must not be passed over";
+    folder.write("a 3.txt", "");
+    now += NameNumbers::validity;
+    EXPECT_EQ(next(), "a 30.txt") << "the memory outlives its time";
+    EXPECT_EQ(OutputNaming::uniqueURL(folder.path(), "a", "md", {}, &numbers).filename(), "a.md");
+
+    for (const char* each : {"a 30.txt", "a 42.txt"})
+        folder.write(each, "");
+    now += NameNumbers::validity;
+    place();
+    fs::remove(folder / "a 20.txt");
+    numbers.forget();
+    EXPECT_EQ(next(), "a 20.txt");
+}
+
 TEST(OutputNaming, NamesFitTheVolumeWhateverTheNumber)
 {
     const TemporaryFolder folder;
