@@ -31,7 +31,8 @@ const ConversionPlanner& AppModel::planner()
 HistoryStore& AppModel::history()
 {
     if (!history_)
-        history_ = std::make_unique<HistoryStore>(HistoryStore::defaultFileURL(environment_), preferences_.retention);
+        history_ = std::make_unique<HistoryStore>(HistoryStore::defaultFileURL(environment_), preferences_.retention,
+                                                  HistoryStore::systemClock, &mainLoop_);
     return *history_;
 }
 

@@ -64,11 +64,19 @@ HistoryDate historyDate(std::chrono::system_clock::time_point time)
 
 HistoryDate HistoryStore::systemClock() { return historyDate(std::chrono::system_clock::now()); }
 
-HistoryStore::HistoryStore(fs::path fileURL, HistoryRetention retention, Clock clock)
-    : fileURL_{std::move(fileURL)}, file_{fileURL_}, retention_{retention}, clock_{std::move(clock)}
+HistoryStore::HistoryStore(fs::path fileURL, HistoryRetention retention, Clock clock, MainLoop* mainLoop)
+    : fileURL_{std::move(fileURL)}, file_{fileURL_}, retention_{retention}, clock_{std::move(clock)}, mainLoop_{
+                                                                                                          mainLoop}
 {
     load();
     prune(clock_());
+}
+
+HistoryStore::~HistoryStore()
+{
+    mainThread_.check();
+    if (awaitedSave_)
+        save();
 }
 
 fs::path HistoryStore::defaultFileURL(const Environment& environment)
@@ -103,7 +111,8 @@ void HistoryStore::record(HistoryEntry entry)
         return;
     unsaved_.added.insert(unsaved_.added.begin(), entry);
     entries_.insert(entries_.begin(), std::move(entry));
-    save();
+    dropOverflow();
+    saveSoon();
     changed();
 }
 
@@ -178,10 +187,34 @@ void HistoryStore::forgetExpired(HistoryDate now)
     std::erase_if(unsaved_.added, [&](const HistoryEntry& entry) { return unsaved_.removed.contains(entry.id); });
 }
 
-void HistoryStore::save()
+void HistoryStore::dropOverflow()
 {
     if (entries_.size() > maxEntries)
         entries_.resize(maxEntries);
+    if (unsaved_.added.size() > maxEntries)
+        unsaved_.added.resize(maxEntries);
+}
+
+/// Writing the whole list takes longer than many conversions, so a batch must not pay for it with each of its files.
+void HistoryStore::saveSoon()
+{
+    if (!mainLoop_)
+        return save();
+    if (awaitedSave_)
+        return;
+    awaitedSave_ = std::make_shared<const bool>();
+    mainLoop_->postAfter(saveDelay, [this, awaited = std::weak_ptr{awaitedSave_}] {
+        if (awaited.expired())
+            return;
+        save();
+        changed(); // with what other processes have added
+    });
+}
+
+void HistoryStore::save()
+{
+    awaitedSave_.reset();
+    dropOverflow();
     std::error_code failure;
     const auto lock = file_.lock(failure);
     if (!lock || !takeOver(*lock) || file_.replace(*lock, historyText(entries_)))

@@ -3,13 +3,16 @@
 #include "NivexKit/Execution/ConversionJob.hpp"
 #include "NivexKit/Execution/HistoryEntry.hpp"
 #include "NivexKit/Execution/HistoryRetention.hpp"
+#include "NivexKit/Foundation/MainLoop.hpp"
 #include "NivexKit/Foundation/SharedFile.hpp"
 #include "NivexKit/Foundation/ThreadConfinement.hpp"
 #include "NivexKit/Foundation/UserFolders.hpp"
 
+#include <chrono>
 #include <cstddef>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <unordered_set>
 #include <vector>
 
@@ -28,8 +31,18 @@ public:
     using Clock = std::function<HistoryDate()>;
     static HistoryDate systemClock();
 
-    /// Loads the file and forgets what is older than `retention` allows.
-    HistoryStore(std::filesystem::path fileURL, HistoryRetention retention, Clock clock = systemClock);
+    /// How long a recorded entry waits for others to be saved with it.
+    static constexpr std::chrono::milliseconds saveDelay{250};
+
+    /// Loads the file and forgets what is older than `retention` allows. With a main loop, which must outlive the
+    /// store, what is recorded within `saveDelay` is saved at once by one write; without one each record is saved by
+    /// itself.
+    HistoryStore(std::filesystem::path fileURL, HistoryRetention retention, Clock clock = systemClock,
+                 MainLoop* mainLoop = nullptr);
+    HistoryStore(const HistoryStore&) = delete;
+    HistoryStore& operator=(const HistoryStore&) = delete;
+    /// Saves what still waits.
+    ~HistoryStore();
 
     /// "History.json" in the user's data folder.
     static std::filesystem::path defaultFileURL(const Environment& environment);
@@ -66,6 +79,8 @@ private:
 
     void load();
     void forgetExpired(HistoryDate now);
+    void dropOverflow();
+    void saveSoon();
     void save();
     bool takeOver(const SharedFile::Lock& lock);
     void merge(std::vector<HistoryEntry> stored);
@@ -77,8 +92,10 @@ private:
     bool isFileSound_ = false; // missing counts as sound; a damaged one must be set aside
     HistoryRetention retention_;
     Clock clock_;
+    MainLoop* mainLoop_;
     std::vector<HistoryEntry> entries_;
     Unsaved unsaved_;
+    std::shared_ptr<const bool> awaitedSave_; // there while the main loop is to save; a save at once takes it away
 };
 
 } // namespace nivex

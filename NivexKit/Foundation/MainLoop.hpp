@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 
 namespace nivex {
@@ -11,6 +12,9 @@ public:
 
     /// Runs `task` on the main thread, later and in the order of posting. Any thread may post.
     virtual void post(std::function<void()> task) = 0;
+
+    /// Runs `task` on the main thread once `delay` has passed, or somewhat later while other tasks keep it. Any thread.
+    virtual void postAfter(std::chrono::milliseconds delay, std::function<void()> task) = 0;
 };
 
 } // namespace nivex

@@ -4,6 +4,7 @@
 
 #include <condition_variable>
 #include <deque>
+#include <map>
 #include <mutex>
 
 namespace nivex {
@@ -12,9 +13,10 @@ namespace nivex {
 class RunLoop : public MainLoop {
 public:
     void post(std::function<void()> task) override;
+    void postAfter(std::chrono::milliseconds delay, std::function<void()> task) override;
 
     /// Runs the posted tasks, in order, until `stop`; blocks while there are none. What a task throws leaves `run`,
-    /// which may be called again. Tasks behind the stop stay for the next call.
+    /// which may be called again. Tasks behind the stop, and those that are not due, stay for the next call.
     void run();
 
     /// Ends the `run` under way, or the next one, after the task at hand. Any thread, but not a signal handler: a
@@ -22,9 +24,14 @@ public:
     void stop();
 
 private:
+    using Clock = std::chrono::steady_clock;
+
+    void takeDueTasks();
+
     std::mutex mutex_;
     std::condition_variable changed_;
     std::deque<std::function<void()>> tasks_;
+    std::multimap<Clock::time_point, std::function<void()>> delayed_; // equal times in the order of posting
     bool stopRequested_ = false;
 };
 

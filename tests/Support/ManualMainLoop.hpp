@@ -24,6 +24,25 @@ public:
         posted_.notify_all();
     }
 
+    void postAfter(std::chrono::milliseconds, std::function<void()> task) override
+    {
+        const std::lock_guard lock{mutex_};
+        delayed_.push_back(std::move(task));
+    }
+
+    /// Lets the time pass that delayed tasks wait for, and runs them. Returns how many there were.
+    std::size_t runDelayed()
+    {
+        std::deque<std::function<void()>> due;
+        {
+            const std::lock_guard lock{mutex_};
+            due.swap(delayed_);
+        }
+        for (const std::function<void()>& task : due)
+            task();
+        return due.size();
+    }
+
     /// Runs what has been posted by now, and what that posts. Returns how many tasks ran.
     std::size_t runPosted()
     {
@@ -64,6 +83,7 @@ private:
     mutable std::mutex mutex_;
     std::condition_variable posted_;
     std::deque<std::function<void()>> tasks_;
+    std::deque<std::function<void()>> delayed_;
 };
 
 } // namespace nivex::testing

@@ -1,5 +1,6 @@
 #include "NivexKit/Execution/HistoryFile.hpp"
 #include "NivexKit/Execution/HistoryStore.hpp"
+#include "tests/Support/ManualMainLoop.hpp"
 #include "tests/Support/TemporaryFolder.hpp"
 
 #include <gmock/gmock.h>
@@ -14,6 +15,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using nivex::testing::contentsOf;
+using nivex::testing::ManualMainLoop;
 using nivex::testing::TemporaryFolder;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -188,6 +190,35 @@ TEST(HistoryStore, WritesLaterWhatItCouldNotWriteAtOnce)
     std::filesystem::remove(folder / "data");
     history.record(entry("second"));
     EXPECT_THAT(names(store(folder / "data/History.json").entries()), ElementsAre("second", "first"));
+}
+
+TEST(HistoryStore, SavesWhatComesTogetherWithOneWrite)
+{
+    const TemporaryFolder folder;
+    const auto file = folder / "History.json";
+    const auto saved = [&] { return names(store(file).entries()); };
+    ManualMainLoop loop;
+    {
+        HistoryStore batch{file, HistoryRetention::forever, [] { return today; }, &loop};
+        batch.record(entry("1"));
+        batch.record(entry("2"));
+        EXPECT_THAT(names(batch.entries()), ElementsAre("2", "1"));
+        EXPECT_THAT(saved(), IsEmpty()) << "every record is written by itself";
+        store(file).record(entry("of another process"));
+        EXPECT_EQ(loop.runDelayed(), 1U) << "every record asks for a save of its own";
+        EXPECT_THAT(saved(), SizeIs(3));
+
+        batch.record(entry("3"));
+        batch.remove({batch.entries()[1].id});
+        const auto afterRemoval = saved();
+        EXPECT_THAT(afterRemoval, SizeIs(3)) << "another change leaves the record behind";
+        std::filesystem::remove(file);
+        loop.runDelayed();
+        EXPECT_FALSE(std::filesystem::exists(file)) << "saved once more without need";
+        batch.record(entry("4"));
+    }
+    EXPECT_THAT(saved(), ElementsAre("4", "3", "1", "of another process")) << "the last record is lost at the end";
+    loop.runDelayed(); // for a store that is gone
 }
 
 TEST(HistoryStore, MergesWhatAnotherStoreDid)

@@ -36,6 +36,21 @@ TEST(RunLoop, RunsTasksInOrderOnItsOwnThreadUntilStopped)
     EXPECT_TRUE(onMainThread);
 }
 
+TEST(RunLoop, RunsDelayedTasksByTheTimeTheyAreDue)
+{
+    using namespace std::chrono_literals;
+    RunLoop loop;
+    std::string order;
+    loop.postAfter(1h, [&] { order += 'x'; });
+    loop.postAfter(2ms, [&] {
+        order += 'b';
+        loop.stop();
+    });
+    loop.postAfter(1ms, [&] { order += 'a'; });
+    loop.run(); // sleeps until they are due, not until somebody posts
+    EXPECT_EQ(order, "ab");
+}
+
 TEST(RunLoop, AStopWaitsForARunAndKeepsTheTasksBehindIt)
 {
     RunLoop loop;
