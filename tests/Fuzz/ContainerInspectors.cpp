@@ -1,6 +1,6 @@
-#include "NivexKit/Detection/ContainerInspection.hpp"
-#include "NivexKit/Detection/SignatureSniffer.hpp"
-#include "NivexKit/Detection/ZipInspector.hpp"
+#include "NivexKit/Detection/Containers/ContainerInspection.hpp"
+#include "NivexKit/Detection/Containers/ZipInspector.hpp"
+#include "NivexKit/Detection/Signatures/SignatureSniffer.hpp"
 
 #include <algorithm>
 

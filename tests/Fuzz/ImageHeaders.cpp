@@ -1,4 +1,4 @@
-#include "NivexKit/Detection/ImageHeader.hpp"
+#include "NivexKit/Detection/Images/ImageHeader.hpp"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include "NivexKit/Detection/PdfScan.hpp"
+#include "NivexKit/Detection/Pdf/PdfScan.hpp"
 
 #include <cstddef>
 #include <cstdint>

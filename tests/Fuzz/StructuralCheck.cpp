@@ -1,4 +1,4 @@
-#include "NivexKit/Detection/StructuralCheck.hpp"
+#include "NivexKit/Detection/Containers/StructuralCheck.hpp"
 
 #include <iterator>
 
