@@ -20,6 +20,18 @@ def subrip(cues):
 
 
 class NivexCase(unittest.TestCase):
+    program = PROGRAM
+    user = None  # the one who runs the tests
+
+    def lose_privileges(self):
+        """From here on the program runs as an ordinary user: permissions do not stop root."""
+        if os.geteuid() != 0:
+            return
+        self.user = 65534  # nobody
+        self.program = shutil.copy(PROGRAM, self.home / "nivex")
+        for folder in (self.folder, self.home, *self.folder.rglob("*")):
+            os.chown(folder, self.user, self.user)
+
     def setUp(self):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="nivex-test-"))
         self.home = pathlib.Path(tempfile.mkdtemp(prefix="nivex-home-"))
@@ -42,8 +54,8 @@ class NivexCase(unittest.TestCase):
 
     def run_nivex(self, *arguments, expect=0, input=None):
         """Runs one call and checks its exit status; a sanitizer's report would show in standard error."""
-        result = subprocess.run([PROGRAM, *arguments], cwd=self.folder, env=self.environment, input=input,
-                                capture_output=True, timeout=240)
+        result = subprocess.run([self.program, *arguments], cwd=self.folder, env=self.environment, input=input,
+                                capture_output=True, timeout=240, user=self.user)
         told = result.stdout.decode(errors="replace") + result.stderr.decode(errors="replace")
         self.assertEqual(result.returncode, expect, told)
         self.assertNotIn("Sanitizer", told)

@@ -87,10 +87,11 @@ class Convert(NivexCase):
         self.assertEqual(failed["message"],
                          "Le dossier de destination n'est pas disponible : le dossier n'existe plus")
         self.assertFalse((self.folder / "absent").exists())
-        if os.geteuid() != 0:
-            (self.folder / "fermé").chmod(0o500)
-            failed, = self.json_lines("convert", "film.srt", "--to", "vtt", "--out", "fermé", expect=1)
-            self.assertTrue(failed["message"].endswith("NIVEX n'a pas le droit d'écrire dans « fermé »"))
+        self.lose_privileges()
+        (self.folder / "fermé").chmod(0o500)
+        failed, = self.json_lines("convert", "film.srt", "--to", "vtt", "--out", "fermé", expect=1)
+        self.assertTrue(failed["message"].endswith("NIVEX n'a pas le droit d'écrire dans « fermé »"))
+        self.assertEqual(self.names(), ["film.srt"])
 
     def test_names_at_the_limits(self):
         names = [b"n" * 251 + b".srt", b"\xff\xfe.srt", "é 🎬\nfilm.srt".encode(), b"..srt.srt", b"-x.srt"]

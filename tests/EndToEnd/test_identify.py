@@ -40,9 +40,9 @@ class Identify(NivexCase):
             "prog": ("executable", "NIVEX ne convertit pas les programmes et ne les exécute jamais."),
             "faux.png": ("contentDoesNotMatch", "Le contenu ne correspond pas à un fichier PNG valide."),
             "tube": ("unreadable", None),
+            "secret.srt": ("unreadable", None),
         }
-        if os.geteuid() != 0:
-            cases["secret.srt"] = ("unreadable", None)
+        self.lose_privileges()
         for name, (case, message) in cases.items():
             with self.subTest(name):
                 line = self.only(name, expect=1)
