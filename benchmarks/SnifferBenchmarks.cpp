@@ -1,4 +1,4 @@
-#include "NivexKit/Detection/SignatureSniffer.hpp"
+#include "NivexKit/Detection/Signatures/SignatureSniffer.hpp"
 
 #include <benchmark/benchmark.h>
 

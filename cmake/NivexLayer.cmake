@@ -22,16 +22,11 @@ endif()
 
 # nivex_layer(<target> <folder> [USES <targets>...] [PRIVATE <third-party targets>...])
 #
-# A static library of every .cpp file directly in <folder>. USES names the layers whose headers this one may include;
+# A static library of every .cpp file in <folder> and its rooms, the folders directly in it. USES names the layers whose headers this one may include;
 # PRIVATE names libraries that only its .cpp files see.
 function(nivex_layer target folder)
     cmake_parse_arguments(LAYER "" "" "USES;PRIVATE" ${ARGN})
-    file(GLOB sources CONFIGURE_DEPENDS ${folder}/*.cpp)
-    if(NOT sources)
-        add_library(${target} INTERFACE)
-        target_link_libraries(${target} INTERFACE nivex-settings ${LAYER_USES})
-        return()
-    endif()
+    file(GLOB sources CONFIGURE_DEPENDS ${folder}/*.cpp ${folder}/*/*.cpp)
     add_library(${target} STATIC ${sources})
     target_link_libraries(${target} PUBLIC nivex-settings ${LAYER_USES} PRIVATE ${LAYER_PRIVATE})
     if(NIVEX_SANITIZE)

@@ -1,9 +1,9 @@
 #include "NivexKit/Detection/FileDetector.hpp"
 
-#include "NivexKit/Detection/ContainerInspection.hpp"
-#include "NivexKit/Detection/ContentSniffing.hpp"
+#include "NivexKit/Detection/Containers/ContainerInspection.hpp"
+#include "NivexKit/Detection/Containers/StructuralCheck.hpp"
 #include "NivexKit/Detection/FormatResolution.hpp"
-#include "NivexKit/Detection/StructuralCheck.hpp"
+#include "NivexKit/Detection/Signatures/ContentSniffing.hpp"
 #include "NivexKit/Foundation/ByteCount.hpp"
 #include "NivexKit/Foundation/StringTable.hpp"
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "NivexKit/Detection/DetectionResult.hpp"
-#include "NivexKit/Detection/SniffResult.hpp"
+#include "NivexKit/Detection/Signatures/SniffResult.hpp"
 #include "NivexKit/Detection/SourceProbe.hpp"
 #include "NivexKit/Formats/FormatRegistry.hpp"
 #include "NivexKit/Foundation/ByteSource.hpp"

@@ -1,6 +1,6 @@
 #include "NivexKit/Detection/FormatResolution.hpp"
 
-#include "NivexKit/Detection/SignatureSniffer.hpp"
+#include "NivexKit/Detection/Signatures/SignatureSniffer.hpp"
 
 #include <algorithm>
 #include <string_view>

@@ -1,7 +1,7 @@
 #include "NivexKit/Detection/SourceProbe.hpp"
 
-#include "NivexKit/Detection/ImageHeader.hpp"
-#include "NivexKit/Detection/PdfScan.hpp"
+#include "NivexKit/Detection/Images/ImageHeader.hpp"
+#include "NivexKit/Detection/Pdf/PdfScan.hpp"
 
 #include <algorithm>
 

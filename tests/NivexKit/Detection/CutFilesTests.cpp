@@ -1,4 +1,4 @@
-#include "NivexKit/Detection/StructuralCheck.hpp"
+#include "NivexKit/Detection/Containers/StructuralCheck.hpp"
 #include "tests/Support/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>

@@ -9,10 +9,7 @@
 namespace nivex {
 namespace {
 
-std::optional<std::string> decoded(std::string_view bytes)
-{
-    return decodedText(std::string{bytes});
-}
+std::optional<std::string> decoded(std::string_view bytes) { return decodedText(std::string{bytes}); }
 
 /// A UTF-8 text in another character set.
 std::string encoded(const std::string& text, const char* characterSet)
@@ -109,7 +106,8 @@ TEST(TextDecoder, RefusesBinaryContent)
         testing::joined({testing::textBytes("text, then "), testing::bytes("00"), testing::textBytes(" a zero")}),
     };
     for (const auto& input : inputs)
-        EXPECT_EQ(decoded({reinterpret_cast<const char*>(input.data()), input.size()}), std::nullopt) << ::testing::PrintToString(input);
+        EXPECT_EQ(decoded({reinterpret_cast<const char*>(input.data()), input.size()}), std::nullopt)
+            << ::testing::PrintToString(input);
 }
 
 } // namespace

@@ -1,0 +1,124 @@
+#include "NivexKit/Detection/Containers/ContainerInspectors.hpp"
+#include "NivexKit/Detection/Containers/InspectorSupport.hpp"
+#include "NivexKit/Foundation/ByteReader.hpp"
+
+#include <algorithm>
+
+namespace nivex::inspectors {
+namespace {
+
+using Candidates = std::vector<FormatID>;
+using namespace std::string_view_literals;
+
+constexpr std::size_t headBytes = 64 << 10;
+
+// Identifiers in the header of ASF, in the order of their bytes in the file.
+constexpr auto videoStream = "\xC0\xEF\x19\xBC\x4D\x5B\xCF\x11\xA8\xFD\x00\x80\x5F\x5C\x44\x2B"sv;
+constexpr auto audioStream = "\x40\x9E\x69\xF8\x4D\x5B\xCF\x11\xA8\xFD\x00\x80\x5F\x5C\x44\x2B"sv;
+constexpr auto encryption = "\xFB\xB3\x11\x22\x23\xBD\xD2\x11\xB4\xB7\x00\xA0\xC9\x55\xFC\x6E"sv;
+constexpr auto extendedEncryption = "\x14\xE6\x8A\x29\x22\x26\x17\x4C\xB9\x35\xDA\xE0\x7E\xE9\x28\x9C"sv;
+
+/// The first packets of the streams in an Ogg file: each begins a page that is marked as the first of its stream.
+std::vector<std::string> firstPackets(std::string_view head)
+{
+    constexpr std::size_t pageHeaderSize = 27;
+    constexpr unsigned char firstPage = 2;
+    std::vector<std::string> packets;
+    std::size_t at = 0;
+    while (head.substr(at).starts_with("OggS") && head.size() - at > pageHeaderSize) {
+        if ((static_cast<unsigned char>(head[at + 5]) & firstPage) == 0)
+            break;
+        const auto segments = static_cast<unsigned char>(head[at + 26]);
+        std::size_t size = 0;
+        for (const char each : head.substr(at + pageHeaderSize, segments))
+            size += static_cast<unsigned char>(each);
+        const std::size_t content = std::min(at + pageHeaderSize + segments, head.size());
+        packets.emplace_back(head.substr(content, size));
+        at = std::min(content + size, head.size());
+    }
+    return packets;
+}
+
+/// Reads a variable-length number of EBML, with or without the marker bit that tells its length.
+std::uint64_t ebmlNumber(ByteReader& reader, bool keepMarker)
+{
+    const std::uint8_t first = reader.u8();
+    std::size_t length = 1;
+    while (length < 8 && (first & (0x80 >> (length - 1))) == 0)
+        ++length;
+    std::uint64_t value = keepMarker ? first : first & (0xFFU >> length);
+    for (std::size_t i = 1; i < length; ++i)
+        value = value << 8 | reader.u8();
+    return value;
+}
+
+} // namespace
+
+Finding asf(const ByteSource& source, const SniffResult&)
+{
+    const std::string head = textAt(source, 0, headBytes);
+    const bool isEncrypted = contains(head, encryption) || contains(head, extendedEncryption);
+    if (contains(head, videoStream))
+        return {.candidates = Candidates{"wmv"}, .isEncrypted = isEncrypted};
+    if (contains(head, audioStream))
+        return {.candidates = Candidates{"wma", "wmv"}, .isEncrypted = isEncrypted};
+    return {.isEncrypted = isEncrypted};
+}
+
+Finding ogg(const ByteSource& source, const SniffResult&)
+{
+    const auto packets = firstPackets(textAt(source, 0, 4'096));
+    // A file with pictures, or with several streams, is no plain file of the one codec.
+    const bool isOpus = packets.size() == 1 && packets.front().starts_with("OpusHead");
+    return {.candidates = isOpus ? Candidates{"opus", "ogg"} : Candidates{"ogg"}};
+}
+
+Finding matroska(const ByteSource& source, const SniffResult&)
+{
+    constexpr std::uint64_t documentType = 0x4282;
+    const auto bytes = source.read(0, std::size_t{4'096});
+    ByteReader reader{bytes, ByteOrder::big};
+    ebmlNumber(reader, true);
+    const std::uint64_t size = ebmlNumber(reader, false);
+    const std::size_t end = reader.position() + static_cast<std::size_t>(std::min<std::uint64_t>(size, reader.left()));
+    while (reader.position() < end && !reader.failed()) {
+        const std::uint64_t id = ebmlNumber(reader, true);
+        const std::uint64_t length = ebmlNumber(reader, false);
+        const std::string_view value = reader.text(static_cast<std::size_t>(length));
+        if (id == documentType && !reader.failed())
+            return {.candidates = Candidates{value.starts_with("webm") ? "webm" : "mkv"}};
+    }
+    return {};
+}
+
+Finding programStream(const ByteSource& source, const SniffResult&)
+{
+    const std::string head = textAt(source, 0, headBytes);
+    bool hasVideo = false;
+    bool hasSound = false;
+    bool hasSubtitles = false;
+    bool hasNavigation = false;
+    constexpr auto startCode = "\0\0\1"sv;
+    for (std::size_t at = head.find(startCode); at < head.size() && head.size() - at > 9;
+         at = head.find(startCode, at + startCode.size())) {
+        const auto stream = static_cast<unsigned char>(head[at + 3]);
+        hasVideo = hasVideo || (stream & 0xF0) == 0xE0;
+        hasSound = hasSound || (stream & 0xE0) == 0xC0;
+        hasNavigation = hasNavigation || stream == 0xBF;
+        if (stream == 0xBD) { // private: what it is stands behind a header of variable length
+            const std::size_t content = at + 9 + static_cast<unsigned char>(head[at + 8]);
+            const bool isSubtitle = content < head.size() && (static_cast<unsigned char>(head[content]) & 0xE0) == 0x20;
+            hasSubtitles = hasSubtitles || isSubtitle;
+            hasSound = hasSound || !isSubtitle;
+        }
+    }
+    if (hasSubtitles && !hasVideo)
+        return {.candidates = Candidates{"sub"}};
+    if (hasNavigation)
+        return {.candidates = Candidates{"vob", "mpeg"}};
+    if (!hasVideo && !hasSound)
+        return {.candidates = Candidates{"mpeg", "vob", "sub"}};
+    return {.candidates = Candidates{"mpeg", "vob"}};
+}
+
+} // namespace nivex::inspectors

@@ -1,0 +1,110 @@
+#include "NivexKit/Detection/Images/ImageHeaderReaders.hpp"
+#include "NivexKit/Detection/Images/ImageLocation.hpp"
+
+#include <algorithm>
+
+namespace nivex {
+namespace {
+
+/// The frame header of the lossy codec: a 3-byte tag, a start code, then the sizes in 14 bits each.
+bool readLossy(HeaderBytes& file, std::uint64_t data, SourceProperties& image)
+{
+    ByteReader frame = file.reader(data + 3, 7, ByteOrder::little);
+    constexpr std::uint32_t startCode = 0x2A019D;
+    if (frame.u24() != startCode)
+        return false;
+    const unsigned width = frame.u16() & 0x3FFFU;
+    const unsigned height = frame.u16() & 0x3FFFU;
+    return !frame.failed() && enterSize(width, height, image);
+}
+
+/// The header of the lossless codec: a mark, then width - 1, height - 1 in 14 bits each and the alpha flag.
+bool readLossless(HeaderBytes& file, std::uint64_t data, SourceProperties& image)
+{
+    ByteReader header = file.reader(data, 5, ByteOrder::little);
+    if (header.u8() != 0x2F)
+        return false;
+    const std::uint32_t bits = header.u32();
+    if (header.failed())
+        return false;
+    image.hasAlpha = (bits >> 28 & 1) != 0;
+    return enterSize((bits & 0x3FFF) + 1, (bits >> 14 & 0x3FFF) + 1, image);
+}
+
+struct Features {
+    bool isAnimated = false;
+    bool hasMetadata = false;
+};
+
+bool readExtended(HeaderBytes& file, std::uint64_t data, Features& features, SourceProperties& image)
+{
+    ByteReader header = file.reader(data, 10, ByteOrder::little);
+    const std::uint8_t flags = header.u8();
+    header.skip(3);
+    const std::uint32_t width = header.u24() + 1;
+    const std::uint32_t height = header.u24() + 1;
+    if (header.failed() || !enterSize(width, height, image))
+        return false;
+    features = {.isAnimated = (flags & 0x02) != 0, .hasMetadata = (flags & 0x0C) != 0};
+    image.hasAlpha = (flags & 0x10) != 0;
+    return true;
+}
+
+/// Reads the chunks behind the extended header: counts frames and looks for a position.
+void readFurtherChunks(HeaderBytes& file, std::uint64_t offset, const Features& features, SourceProperties& image)
+{
+    constexpr int maxChunks = 4096;
+    std::int64_t frames = 0;
+    for (int i = 0; i < maxChunks; ++i) {
+        ByteReader chunk = file.reader(offset, 8, ByteOrder::little);
+        const std::string_view type = chunk.text(4);
+        const std::uint32_t length = chunk.u32();
+        if (chunk.failed())
+            break;
+        const std::uint64_t data = offset + 8;
+        if (type == "ANMF")
+            ++frames;
+        else if (type == "EXIF") // some writers keep the lead-in that Exif has inside JPEG
+            noteExif(file, file.hasText(data, "Exif") ? data + 6 : data, image);
+        else if (type == "XMP ")
+            noteXmp(file, data, length, image);
+        offset = data + length + (length & 1);
+    }
+    const bool isComplete = offset >= file.size();
+    if (features.isAnimated)
+        enterImageCount(frames, isComplete, image);
+    if (isComplete)
+        image.hasLocation = image.hasLocation.value_or(false);
+}
+
+} // namespace
+
+bool readWebpHeader(HeaderBytes& file, SourceProperties& image)
+{
+    ByteReader first = file.reader(12, 8, ByteOrder::little);
+    const std::string_view type = first.text(4);
+    const std::uint32_t length = first.u32();
+    constexpr std::uint64_t data = 20;
+    Features features;
+    bool isUnderstood = false;
+    image.hasAlpha = false;
+    if (type == "VP8 ")
+        isUnderstood = readLossy(file, data, image);
+    else if (type == "VP8L")
+        isUnderstood = readLossless(file, data, image);
+    else if (type == "VP8X")
+        isUnderstood = readExtended(file, data, features, image);
+    if (!isUnderstood)
+        return false;
+    image.bitsPerComponent = 8;
+    image.isFloatingPoint = false;
+    if (!features.isAnimated)
+        image.imageCount = 1;
+    if (features.isAnimated || features.hasMetadata)
+        readFurtherChunks(file, data + length + (length & 1), features, image);
+    else
+        image.hasLocation = false;
+    return true;
+}
+
+} // namespace nivex

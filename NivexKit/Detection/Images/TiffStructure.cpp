@@ -1,0 +1,110 @@
+#include "NivexKit/Detection/Images/TiffStructure.hpp"
+
+#include <algorithm>
+#include <iterator>
+#include <limits>
+
+namespace nivex {
+namespace {
+
+// More fields than any writer makes; the bound on what a hostile count can cost.
+constexpr std::uint64_t maxFields = 1024;
+
+/// Bytes of one value of a field type, 0 for a type that is not known.
+std::size_t valueSize(std::uint16_t type)
+{
+    constexpr std::size_t sizes[] = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4, 0, 0, 8, 8, 8};
+    return type < std::size(sizes) ? sizes[type] : 0;
+}
+
+bool isWholeNumber(std::uint16_t type)
+{
+    constexpr std::uint16_t types[] = {1, 3, 4, 13, 16, 18}; // unsigned numbers and offsets
+    return std::find(std::begin(types), std::end(types), type) != std::end(types);
+}
+
+} // namespace
+
+const TiffField* TiffDirectory::field(std::uint16_t tag) const
+{
+    const auto found =
+        std::find_if(fields.begin(), fields.end(), [tag](const TiffField& each) { return each.tag == tag; });
+    return found == fields.end() ? nullptr : &*found;
+}
+
+std::optional<TiffStructure> TiffStructure::at(HeaderBytes& file, std::uint64_t base)
+{
+    ByteReader header = file.reader(base, 16, ByteOrder::little);
+    const std::uint16_t mark = header.u16();
+    if (mark != 0x4949 && mark != 0x4D4D)
+        return std::nullopt;
+    header.setOrder(mark == 0x4949 ? ByteOrder::little : ByteOrder::big);
+    const std::uint16_t version = header.u16();
+    constexpr std::uint16_t versions[] = {42, 43, 0x55, 0x4F52, 0x5352}; // TIFF, BigTIFF, Panasonic, Olympus twice
+    if (std::find(std::begin(versions), std::end(versions), version) == std::end(versions))
+        return std::nullopt;
+    TiffStructure structure{file, base, header.order(), version == 43};
+    if (structure.isBig_)
+        header.skip(4); // the size of an offset, 8, and padding
+    structure.first_ = structure.offset(header);
+    if (header.failed())
+        return std::nullopt;
+    return structure;
+}
+
+std::optional<TiffDirectory> TiffStructure::directory(std::uint64_t offset) const
+{
+    if (offset == 0 || offset > file_->size())
+        return std::nullopt;
+    const std::uint64_t start = base_ + offset;
+    const std::size_t countSize = isBig_ ? 8 : 2;
+    const std::size_t fieldSize = isBig_ ? 20 : 12;
+    const std::size_t inlineSize = isBig_ ? 8 : 4;
+
+    ByteReader counted = file_->reader(start, countSize, order_);
+    const std::uint64_t count = isBig_ ? counted.u64() : counted.u16();
+    if (counted.failed() || count == 0 || count > maxFields)
+        return std::nullopt;
+    ByteReader reader =
+        file_->reader(start + countSize, static_cast<std::size_t>(count) * fieldSize + inlineSize, order_);
+    TiffDirectory directory;
+    directory.fields.reserve(static_cast<std::size_t>(count));
+    for (std::uint64_t i = 0; i < count; ++i) {
+        TiffField field{.tag = reader.u16(), .type = reader.u16()};
+        field.count = this->offset(reader);
+        const std::uint64_t valuePosition = start + countSize + reader.position();
+        const std::uint64_t valueOffset = this->offset(reader);
+        if (reader.failed())
+            break; // the fields so far are good
+        const std::size_t size = valueSize(field.type);
+        if (size == 0)
+            continue;
+        const bool isInline = field.count <= inlineSize / size;
+        field.position = isInline ? valuePosition : base_ + std::min(valueOffset, file_->size());
+        directory.fields.push_back(field);
+    }
+    // Where the directory is cut or ends the file there is no next one.
+    directory.next = this->offset(reader);
+    if (directory.fields.empty())
+        return std::nullopt;
+    return directory;
+}
+
+std::optional<std::uint64_t> TiffStructure::number(const TiffField* field, std::uint64_t index) const
+{
+    if (!field || index >= field->count || !isWholeNumber(field->type))
+        return std::nullopt;
+    const std::size_t size = valueSize(field->type);
+    if (index > std::numeric_limits<std::uint32_t>::max())
+        return std::nullopt;
+    ByteReader reader = file_->reader(field->position + index * size, size, order_);
+    const std::uint64_t value = size == 1   ? reader.u8()
+                                : size == 2 ? reader.u16()
+                                : size == 4 ? reader.u32()
+                                            : reader.u64();
+    if (reader.failed())
+        return std::nullopt;
+    return value;
+}
+
+} // namespace nivex

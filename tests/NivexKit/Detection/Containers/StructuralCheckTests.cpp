@@ -1,0 +1,159 @@
+#include "NivexKit/Detection/Containers/StructuralCheck.hpp"
+#include "tests/Support/Bytes.hpp"
+#include "tests/Support/TemporaryFolder.hpp"
+
+#include <gtest/gtest.h>
+
+namespace nivex {
+namespace {
+
+using testing::bytes;
+using testing::joined;
+using testing::repeated;
+using testing::textBytes;
+using Bytes = std::vector<std::byte>;
+
+const std::string cutFile = "fichier tronqué";
+const std::string invalid = "structure de fichier invalide";
+const std::string noPNGEnd = "fichier tronqué (fin PNG absente)";
+const std::string noJPEGEnd = "fichier tronqué (fin JPEG absente)";
+const std::string noGIFEnd = "fichier tronqué (fin GIF absente)";
+
+struct Case {
+    const char* name;
+    const char* format;
+    Bytes file;
+    std::string problem;
+};
+
+void expectProblems(std::initializer_list<Case> cases)
+{
+    for (const Case& each : cases) {
+        SCOPED_TRACE(each.name);
+        EXPECT_EQ(StructuralCheck::problem(MemorySource{each.file}, each.format).value_or(""), each.problem);
+    }
+}
+
+/// A box of the ISO base media format, a number of zero bytes long beyond its header.
+Bytes box(std::string_view type, std::size_t content = 16, std::size_t announced = 0)
+{
+    const std::size_t size = announced ? announced : content + 8;
+    Bytes header;
+    for (int shift = 24; shift >= 0; shift -= 8)
+        header.push_back(static_cast<std::byte>(size >> shift));
+    return joined({header, textBytes(type), repeated(0, content)});
+}
+
+Bytes chunk(std::string_view id, const Bytes& content, std::size_t announced = 0)
+{
+    const std::size_t size = announced ? announced : content.size();
+    Bytes header = textBytes(id);
+    for (int shift = 0; shift < 32; shift += 8)
+        header.push_back(static_cast<std::byte>(size >> shift));
+    return joined({header, content, repeated(0, announced ? 0 : content.size() % 2)});
+}
+
+Bytes wave(const Bytes& data, std::size_t announced = 0)
+{
+    return chunk("RIFF", joined({textBytes("WAVE"), chunk("fmt ", repeated(0, 16)), data}), announced);
+}
+
+TEST(StructuralCheck, LooksForEndMarkersNearTheEnd)
+{
+    const Bytes gif = joined({textBytes("GIF89a"), bytes("01 00 01 00 80 00 00 00 00 00 FF FF FF"),
+                              bytes("2C 00 00 00 00 01 00 01 00 00 02 02 44 01 00")});
+    expectProblems({
+        {"end within the window", "png", joined({textBytes("IEND"), repeated(0, 4'092)}), ""},
+        {"end before the window", "png", joined({textBytes("IEND"), repeated(0, 4'093)}), noPNGEnd},
+        {"cut inside the marker", "png", joined({repeated(0, 100), textBytes("IEN")}), noPNGEnd},
+        {"a preview behind the picture", "jpeg", joined({bytes("FF D8 FF D9 FF D8 00 FF D9"), repeated(0, 9)}), ""},
+        {"no end", "jpeg", bytes("FF D8 FF E0 00 10"), noJPEGEnd},
+        {"ten bytes that end well", "gif", joined({textBytes("GIF89a"), repeated(0, 3), textBytes(";")}), ""},
+        {"bytes behind the end", "gif", joined({gif, bytes("3B"), repeated(0, 63)}), ""},
+        {"cut where the end marker occurs by chance", "gif",
+         joined({gif, bytes("2C 00 00 00 00 01 00 01 00 00 02 04 3B 44")}), noGIFEnd},
+        {"end before the window", "gif", joined({textBytes("GIF89a;"), repeated(0, 64)}), noGIFEnd},
+        {"a format without a check", "bmp", textBytes("BM"), ""},
+        {"nothing", "png", {}, ""},
+    });
+}
+
+TEST(StructuralCheck, WalksTheBoxesOfMediaFiles)
+{
+    const Bytes ftyp = box("ftyp");
+    const Bytes large =
+        joined({bytes("00 00 00 01"), textBytes("mdat"), bytes("00 00 00 00 00 00 00 18"), repeated(0, 8)});
+    expectProblems({
+        {"index first", "mp4", joined({ftyp, box("moov"), box("mdat")}), ""},
+        {"index last", "mov", joined({box("wide", 0), box("mdat"), box("moov")}), ""},
+        {"64-bit size", "mp4", joined({ftyp, large, box("moov")}), ""},
+        {"media up to the end of the file", "mp4", joined({ftyp, box("moov"), bytes("00 00 00 00 6D 64 61 74 01")}),
+         ""},
+        {"fragments", "mp4", joined({ftyp, box("moov"), box("moof"), box("mdat"), box("moof"), box("mdat")}), ""},
+        {"one segment", "mp4", joined({box("styp"), box("moof"), box("mdat")}), ""},
+        {"a picture", "heic", joined({ftyp, box("meta"), box("mdat")}), ""},
+        {"zeros behind the end", "mp4", joined({ftyp, box("moov"), box("mdat"), repeated(0, 20)}), ""},
+        {"anything behind the end", "mp4", joined({ftyp, box("moov"), box("mdat"), textBytes("SEFT!")}), ""},
+        {"a cut box of no use behind the end", "mp4", joined({ftyp, box("moov"), box("mdat"), box("free", 4, 99)}), ""},
+        {"cut in the media", "mp4", joined({ftyp, box("moov"), box("mdat", 16, 25)}), cutFile},
+        {"cut in the index", "m4a", joined({ftyp, box("mdat"), box("moov", 16, 25)}), cutFile},
+        {"cut in a fragment", "mp4", joined({ftyp, box("moov"), box("moof"), box("mdat", 16, 25)}), cutFile},
+        {"cut between media and index", "mp4", joined({ftyp, box("mdat")}), cutFile},
+        {"cut in a header before the index", "mp4", joined({ftyp, bytes("00 00")}), cutFile},
+        {"cut in the first box", "avif", box("ftyp", 16, 32), cutFile},
+        {"cut in a box before the index", "mp4", joined({ftyp, box("free", 4, 99)}), cutFile},
+        {"first box shorter than its header", "mp4", joined({box("ftyp", 16, 7), repeated('x', 9)}), invalid},
+        {"no boxes", "3gp", repeated(1, 64), invalid},
+        {"64-bit size that wraps around", "mp4",
+         joined({ftyp, bytes("00 00 00 01"), textBytes("mdat"), repeated(0xFF, 8)}), cutFile},
+    });
+}
+
+TEST(StructuralCheck, WalksTheChunksOfRiffFiles)
+{
+    const Bytes data = chunk("data", repeated(0, 100));
+    const Bytes film = chunk("RIFF", joined({textBytes("AVI "), chunk("LIST", repeated(0, 50))}));
+    const Bytes next = chunk("RIFF", joined({textBytes("AVIX"), chunk("LIST", repeated(0, 50))}));
+    const Bytes picture = chunk("RIFF", joined({textBytes("WEBP"), chunk("VP8 ", repeated(0, 50))}));
+    const auto without = [](Bytes file, std::size_t count) {
+        file.resize(file.size() - count);
+        return file;
+    };
+    expectProblems({
+        {"sound", "wav", wave(data), ""},
+        {"big-endian", "wav",
+         joined({textBytes("RIFX"), bytes("00 00 00 0C"), textBytes("WAVEdata"), bytes("00 00 00 00")}), ""},
+        {"a live recording that left its sizes at zero", "wav",
+         joined({textBytes("RIFF"), bytes("00 00 00 00"), textBytes("WAVEdata"), bytes("00 00 00 00"), repeated(1, 9)}),
+         ""},
+        {"a live recording of unknown size", "wav", wave(chunk("data", repeated(0, 100), 0xFFFFFFFF), 0xFFFFFFFF), ""},
+        {"an outer size that counts its header", "wav", wave(data, 150), ""},
+        {"notes cut behind the sound", "wav", without(wave(joined({data, chunk("LIST", repeated(0, 60))})), 30), ""},
+        {"no padding", "wav", without(wave(chunk("data", repeated(0, 101))), 1), ""},
+        {"sizes that stand elsewhere", "wav", joined({textBytes("RF64"), repeated(0xFF, 4), textBytes("WAVE")}), ""},
+        {"cut in the sound", "wav", without(wave(data), 50), invalid},
+        {"cut before the sound", "wav", without(wave(data), 110), invalid},
+        {"another file", "wav", textBytes("no sound at all"), invalid},
+        {"three bytes", "wav", textBytes("RIF"), invalid},
+        {"a film in two parts", "avi", joined({film, next}), ""},
+        {"a film cut in its second part", "avi", without(joined({film, next}), 20), invalid},
+        {"bytes behind a film", "avi", joined({film, repeated('x', 100)}), ""},
+        {"a picture and its padding", "webp", joined({picture, repeated(0, 5)}), ""},
+        {"a picture without its padding", "webp",
+         without(chunk("RIFF", joined({textBytes("WEBPVP8 "), bytes("01 00 00 00 2A 00")})), 1), ""},
+        {"a picture cut by two bytes", "webp", without(picture, 2), invalid},
+    });
+}
+
+TEST(StructuralCheck, JudgesNoFileThatItCannotRead)
+{
+    const testing::TemporaryFolder folder;
+    const auto file = folder.write("cut.png", "not whole");
+    EXPECT_EQ(StructuralCheck::problem(file, "png", 9), noPNGEnd);
+    EXPECT_EQ(StructuralCheck::problem(file, "png", 0), std::nullopt);
+    EXPECT_EQ(StructuralCheck::problem(folder / "missing.png", "png", 9), std::nullopt);
+    EXPECT_EQ(StructuralCheck::problem(folder.path(), "png", 9), std::nullopt);
+}
+
+} // namespace
+} // namespace nivex
