@@ -25,6 +25,8 @@ public:
 
     bool isOpen() const { return descriptor_ >= 0; }
     int get() const { return descriptor_; }
+    /// Gives it up: the caller closes it.
+    int release() { return std::exchange(descriptor_, -1); }
 
 private:
     int descriptor_ = -1;

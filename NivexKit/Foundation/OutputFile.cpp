@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <utility>
 
 namespace nivex {
 namespace {
@@ -18,32 +19,48 @@ namespace {
     throw ConversionError::encodingFailed("fichier impossible à écrire"_fr);
 }
 
-/// 0, or the error that stopped the writing.
-int writeAll(int descriptor, std::string_view contents)
+} // namespace
+
+NewFile::NewFile(std::filesystem::path location)
+    : location_{std::move(location)}, descriptor_{::open(location_.c_str(),
+                                                         O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666)}
+{
+    if (!descriptor_.isOpen())
+        fail(errno);
+}
+
+NewFile::~NewFile()
+{
+    if (descriptor_.isOpen())
+        ::unlink(location_.c_str());
+}
+
+void NewFile::write(std::string_view contents)
 {
     while (!contents.empty()) {
-        const ssize_t count = ::write(descriptor, contents.data(), contents.size());
+        const ssize_t count = ::write(descriptor_.get(), contents.data(), contents.size());
         if (count >= 0)
             contents.remove_prefix(static_cast<std::size_t>(count));
         else if (errno != EINTR)
-            return errno;
+            fail(errno);
     }
-    return 0;
 }
 
-} // namespace
+void NewFile::finish()
+{
+    // Some file systems report a full disk only when the file is closed.
+    if (::close(descriptor_.release()) == 0 || errno == EINTR)
+        return;
+    const int error = errno;
+    ::unlink(location_.c_str());
+    fail(error);
+}
 
 void writeNewFile(const std::filesystem::path& file, std::string_view contents)
 {
-    const int descriptor = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
-    if (descriptor < 0)
-        fail(errno);
-    int error = writeAll(descriptor, contents);
-    // Some file systems report a full disk only when the file is closed.
-    if (::close(descriptor) != 0 && error == 0 && errno != EINTR)
-        error = errno;
-    if (error != 0)
-        fail(error);
+    NewFile written{file};
+    written.write(contents);
+    written.finish();
 }
 
 } // namespace nivex

@@ -3,11 +3,13 @@
 #include "NivexKit/Engines/Subtitle/Subtitles.hpp"
 #include "NivexKit/Formats/FormatRegistry.hpp"
 #include "NivexKit/Foundation/ByteSource.hpp"
+#include "NivexKit/Foundation/LargeBuffer.hpp"
 #include "NivexKit/Foundation/OutputFile.hpp"
 #include "NivexKit/Foundation/StringTable.hpp"
 #include "NivexKit/Foundation/TextDecoder.hpp"
 
 #include <algorithm>
+#include <optional>
 #include <span>
 #include <utility>
 
@@ -42,6 +44,9 @@ constexpr FormatRow formats[] = {
 };
 // clang-format on
 
+/// How much is gathered before it is written.
+constexpr std::size_t bytesPerWrite = 256 * 1024;
+
 /// The row of a format; none when the engine does not know it.
 const FormatRow* rowOf(const FormatID& id)
 {
@@ -59,8 +64,10 @@ ConversionLoss losses(const FormatRow& source, const FormatRow& target)
 /// Replaces `bytes` by those of the file, in the memory that it has; false when they cannot all be read.
 bool readWhole(const FileSource& file, std::string& bytes)
 {
+    const auto size = static_cast<std::size_t>(file.size());
     bytes.clear();
-    bytes.resize(static_cast<std::size_t>(file.size()));
+    reserveLarge(bytes, size);
+    bytes.resize(size);
     return file.read(0, std::as_writable_bytes(std::span{bytes})) == bytes.size();
 }
 
@@ -133,17 +140,29 @@ std::vector<std::filesystem::path> SubtitleEngine::convert(const EngineRequest& 
         };
     };
 
-    // Each cue is written as soon as it is read: a file of a million cues needs little more than its own size.
+    // Each cue is written as soon as it is read, through memory that stays in the processor's cache: a file of a
+    // million cues needs little more than its own size.
     std::string text = sourceText(request);
-    std::string file;
-    file.reserve(text.size() + text.size() / 8);
+    const auto output = request.outputLocation();
+    std::optional<NewFile> file; // made with the first cue
+    std::string pending;
+    const auto flush = [&] {
+        if (!file)
+            file.emplace(output);
+        file->write(pending);
+        pending.clear();
+    };
     std::size_t count = 0;
-    const auto append = [&](const SubtitleCue& cue) { target->append(file, count++, cue); };
+    const auto append = [&](const SubtitleCue& cue) {
+        target->append(pending, count++, cue);
+        if (pending.size() >= bytesPerWrite)
+            flush();
+    };
     source->read(text, append, step(0.1, 0.7));
     if (count == 0)
         throw ConversionError::unreadableSource("aucun sous-titre trouvé"_fr);
-    const auto output = request.outputLocation();
-    writeNewFile(output, file);
+    flush();
+    file->finish();
     if (target->count)
         verify(output, target->count, count, std::move(text), step(0.8, 1.0));
     return {output};
