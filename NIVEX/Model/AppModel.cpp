@@ -9,15 +9,23 @@ AppModel::AppModel(MainLoop& mainLoop, Environment environment)
     : mainLoop_{mainLoop}, environment_{std::move(environment)},
       preferencesFile_{PreferencesFile::defaultLocation(environment_)}, preferences_{preferencesFile_.load()}
 {
+    if (preferences_.incompleteSandbox == IncompleteSandbox::proceed)
+        WorkerPool::standard().setAcceptsMissingLayers(true);
+}
+
+const FileDetector& AppModel::detector()
+{
+    if (!detector_) {
+        deepProbes_ = EngineCatalog::deepProbes(registry(), ResourceLimits::standard());
+        detector_.emplace(registry(), ResourceLimits::standard(), deepProbes_);
+    }
+    return *detector_;
 }
 
 const EngineList& AppModel::engines()
 {
-    if (!engines_) {
-        if (preferences_.incompleteSandbox == IncompleteSandbox::proceed)
-            WorkerPool::standard().setAcceptsMissingLayers(true);
+    if (!engines_)
         engines_ = EngineCatalog::standard(registry());
-    }
     return *engines_;
 }
 
@@ -39,8 +47,9 @@ HistoryStore& AppModel::history()
 ConversionQueue& AppModel::queue()
 {
     if (!queue_) {
-        queue_ = std::make_unique<ConversionQueue>(ConversionRunner{engines(), registry(), ResourceLimits::standard()},
-                                                   mainLoop_);
+        queue_ = std::make_unique<ConversionQueue>(
+            ConversionRunner{engines(), registry(), ResourceLimits::standard(), EngineCatalog::budgetShrinker()},
+            mainLoop_);
         queue_->onJobFinished = [this](const ConversionJob& job) {
             history().record(job);
             if (onJobFinished)

@@ -24,7 +24,7 @@ public:
     AppModel(MainLoop& mainLoop, Environment environment);
 
     const FormatRegistry& registry() const { return FormatRegistry::standard(); }
-    const FileDetector& detector() const { return detector_; }
+    const FileDetector& detector();
     const EngineList& engines();
     const ConversionPlanner& planner();
 
@@ -44,7 +44,8 @@ private:
     Environment environment_;
     PreferencesFile preferencesFile_;
     Preferences preferences_; // as they were at the start
-    FileDetector detector_;
+    SourceProbes deepProbes_;
+    std::optional<FileDetector> detector_;
     std::optional<EngineList> engines_;
     std::unique_ptr<ConversionPlanner> planner_;
     std::unique_ptr<HistoryStore> history_;

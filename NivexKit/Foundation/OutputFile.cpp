@@ -46,6 +46,19 @@ void NewFile::write(std::string_view contents)
     }
 }
 
+void NewFile::writeAt(std::uint64_t offset, std::string_view contents)
+{
+    while (!contents.empty()) {
+        const ssize_t count = ::pwrite(descriptor_.get(), contents.data(), contents.size(), static_cast<off_t>(offset));
+        if (count >= 0) {
+            contents.remove_prefix(static_cast<std::size_t>(count));
+            offset += static_cast<std::uint64_t>(count);
+        } else if (errno != EINTR) {
+            fail(errno);
+        }
+    }
+}
+
 void NewFile::finish()
 {
     // Some file systems report a full disk only when the file is closed.

@@ -2,6 +2,7 @@
 
 #include "NivexKit/Foundation/FileDescriptor.hpp"
 
+#include <cstdint>
 #include <filesystem>
 #include <string_view>
 
@@ -19,6 +20,9 @@ public:
     ~NewFile();
 
     void write(std::string_view contents);
+
+    /// Writes at `offset`, wherever write() has arrived, and leaves that place alone.
+    void writeAt(std::uint64_t offset, std::string_view contents);
 
     /// Ends the writing: only then is it certain that everything was taken.
     void finish();

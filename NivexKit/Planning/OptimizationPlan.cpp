@@ -32,11 +32,13 @@ bool isReencodedAsImage(const FileFormat& format)
     return !(format.id == "pdf") && format.family != FormatFamily::video;
 }
 
-bool reportsProgress(const ConversionEngine& engine, const FormatID& format)
+/// The engine's edge from a format to itself, or null.
+const EngineCapability* edgeInto(const FormatID& format, const ConversionEngine& engine)
 {
-    return std::ranges::any_of(engine.capabilities(), [&](const EngineCapability& each) {
-        return each.source == format && each.target == format && each.reportsProgress;
-    });
+    const auto edges = engine.capabilities();
+    const auto found =
+        std::ranges::find_if(edges, [&](const auto& each) { return each.source == format && each.target == format; });
+    return found == edges.end() ? nullptr : &*found;
 }
 
 } // namespace
@@ -51,6 +53,9 @@ std::optional<ConversionPlan> ConversionPlanner::optimizationPlan(const Detectio
     const ConversionEngine* optimizer = engine("native-optimization");
     if (!optimizer || !optimizer->availability().isAvailable())
         return std::nullopt;
+    const EngineCapability* edge = edgeInto(format.id, *optimizer);
+    if (!edge)
+        return std::nullopt;
 
     auto [losses, options] = shrinking(format);
     options.insert(Kind::targetSize);
@@ -61,7 +66,7 @@ std::optional<ConversionPlan> ConversionPlanner::optimizationPlan(const Detectio
                           .steps = {{optimizer->id(), format.id, format.id}},
                           .losses = losses,
                           .options = options,
-                          .reportsProgress = reportsProgress(*optimizer, format.id)};
+                          .reportsProgress = edge->reportsProgress};
 }
 
 } // namespace nivex

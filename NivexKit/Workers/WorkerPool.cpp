@@ -130,6 +130,7 @@ WorkerRequest WorkerPool::requestFor(WorkerTask task, const WorkerCall& call) co
         .engine = call.engine,
         .work = call.request,
         .page = call.page,
+        .language = StringTable::language(),
         .limits = {.memoryBytes = settings_.memoryBytes,
                    .fileBytes = settings_.fileBytes,
                    .processorTime = wall * settings_.processors},

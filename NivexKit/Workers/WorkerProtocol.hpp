@@ -4,6 +4,7 @@
 #include "NivexKit/Contract/EngineRequest.hpp"
 #include "NivexKit/Formats/SourceProperties.hpp"
 #include "NivexKit/Foundation/ConversionError.hpp"
+#include "NivexKit/Foundation/StringTable.hpp"
 #include "NivexKit/Workers/MessageLines.hpp"
 #include "NivexKit/Workers/SandboxPosture.hpp"
 
@@ -39,7 +40,8 @@ struct WorkerRequest {
     WorkerTask task = WorkerTask::convert;
     EngineID engine; // a program may do the work of several engines
     EngineRequest work;
-    std::int64_t page = 0; // for `render`, counted from 0
+    std::int64_t page = 0;                // for `render`, counted from 0
+    Language language = Language::french; // of the texts that come back
     WorkerLimits limits;
     bool acceptsMissingLayers = false; // go on where the kernel refuses a required layer of the sandbox
 };

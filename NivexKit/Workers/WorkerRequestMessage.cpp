@@ -72,6 +72,14 @@ FormatFamily family(std::string_view stored)
     return *found;
 }
 
+Language language(std::string_view stored)
+{
+    const auto found = languageStoredAs(stored);
+    if (!found)
+        throw WorkerMessageError{"unknown language"};
+    return *found;
+}
+
 JsonValue toJson(const FileFormat& format)
 {
     JsonArray otherFamilies;
@@ -130,6 +138,7 @@ std::string written(const WorkerRequest& request)
         {"target", toJson(request.work.targetFormat)},
         {"options", toJson(request.work.options)},
         {"page", request.page},
+        {"language", storedName(request.language)},
         {"limits", limits},
         {"acceptsMissingLayers", request.acceptsMissingLayers},
     });
@@ -151,6 +160,7 @@ WorkerRequest readWorkerRequest(std::string_view line)
     request.work.targetFormat = fileFormat(fields.object("target"));
     request.work.options = conversionOptions(fields.value("options"));
     request.page = fields.integer("page");
+    request.language = language(fields.text("language"));
     for (const MessageFields limits = fields.object("limits"); const LimitRow& row : limitRows)
         row.set(request, limits.integer(row.name));
     request.acceptsMissingLayers = fields.boolean("acceptsMissingLayers");

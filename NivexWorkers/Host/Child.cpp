@@ -110,6 +110,7 @@ void runChild(int channel, pid_t server, const Handlers& handlers)
     ReplyChannel replies{channel};
     try {
         const WorkerRequest request = replies.receiveRequest();
+        StringTable::use(request.language);
         settleIn(request.work.workingDirectory);
         watchMemory(request.limits.memoryBytes);
         const SandboxPosture posture = enter(request, std::move(endsWithParent));

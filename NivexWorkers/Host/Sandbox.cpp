@@ -18,9 +18,6 @@
 namespace nivex::worker {
 namespace {
 
-// The sanitizers reserve terabytes of address space for their own books.
-constexpr bool limitsAddressSpace = !addressSanitized && !threadSanitized;
-
 constexpr rlim_t maxOpenFiles = 512;
 
 SandboxLayerState stateOf(SandboxLayer layer, bool granted)

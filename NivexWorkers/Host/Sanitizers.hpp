@@ -24,4 +24,7 @@ inline constexpr bool threadSanitized = true;
 inline constexpr bool threadSanitized = false;
 #endif
 
+/// The sanitizers keep their books in an address space that must not be limited.
+inline constexpr bool limitsAddressSpace = !addressSanitized && !threadSanitized;
+
 } // namespace nivex::worker

@@ -1,11 +1,13 @@
 import hashlib
 import os
+import pathlib
 import re
 import subprocess
 import time
 import unittest
 
 from nivex_case import NivexCase, SAMPLES, interrupt, subrip
+from pictures import run
 
 
 def ffprobe_cues(path):
@@ -18,6 +20,29 @@ def ffprobe_cues(path):
         start, duration = [round(float(value) * 1000) for value in line.split(",")[:2]]
         cues.append((start, duration))
     return cues
+
+
+def parent_of(process):
+    """The number of a process's parent; none when it has ended."""
+    try:
+        status = pathlib.Path(f"/proc/{process}/stat").read_text().rsplit(")", 1)[1].split()
+    except (FileNotFoundError, ProcessLookupError):
+        return None
+    return None if status[0] == "Z" else int(status[1])
+
+
+def is_running(process):
+    return parent_of(process) is not None
+
+
+def descendants(process):
+    parents = {int(name): parent_of(name) for name in os.listdir("/proc") if name.isdigit()}
+    found = {process}
+    while True:
+        more = {child for child, parent in parents.items() if parent in found} - found
+        if not more:
+            return sorted(found - {process})
+        found |= more
 
 
 class Convert(NivexCase):
@@ -167,6 +192,25 @@ class Interruption(NivexCase):
         self.assertTrue(self.whole())
         self.assertTrue(all(name.endswith(".vtt") for name in self.names("sortie")))
         self.assertLess(len(self.names("sortie")), 300)
+
+    def test_ctrl_c_ends_a_long_picture_at_once(self):
+        run("convert", "-size", "4000x3000", "plasma:", "-quality", "90", self.folder / "grand.jpg")
+        process = self.start_nivex("convert", "grand.jpg", "--to", "heic", "--quality", "0.95")
+        workers = []
+        while process.poll() is None and len(workers) < 2:  # the program that forks, and the child that encodes
+            time.sleep(0.01)
+            workers = descendants(process.pid)
+        time.sleep(0.3)
+        interrupt(process)
+        since = time.monotonic()
+        process.communicate(timeout=60)
+        self.assertEqual(process.returncode, 130)
+        # A tenth of a second on a machine that does nothing else.
+        self.assertLess(time.monotonic() - since, 2)
+        self.assertEqual(os.listdir(self.folder), ["grand.jpg"])
+        while any(is_running(worker) for worker in workers):
+            self.assertLess(time.monotonic() - since, 10)
+            time.sleep(0.01)
 
     def test_the_next_start_removes_what_a_killed_one_left(self):
         process = self.begin()

@@ -1,9 +1,11 @@
 import base64
 import json
 import os
+import shutil
 import unittest
 
 from nivex_case import NivexCase, subrip
+from pictures import run
 
 
 class Identify(NivexCase):
@@ -124,6 +126,33 @@ class Lists(NivexCase):
             result = subprocess.run([PROGRAM, "formats"], stdout=full, stderr=subprocess.PIPE)
         self.assertEqual(result.returncode, 1)
         self.assertIn("résultats", result.stderr.decode())
+
+
+class Deep(NivexCase):
+    """What the decoders add to what the headers tell."""
+
+    def test_a_picture_is_opened_by_its_decoder(self):
+        run("convert", "-size", "30x20", "xc:red", "-size", "30x20", "xc:blue", self.folder / "pages.tiff")
+        plain, = self.json_lines("identify", "pages.tiff")
+        deep, = self.json_lines("identify", "--deep", "pages.tiff")
+        self.assertEqual(deep["properties"], plain["properties"] | {"decoderTypeIdentifier": "public.tiff"})
+        self.assertEqual((deep["confidence"], deep["usable"]), ("verified", True))
+
+    def test_damage_behind_a_whole_header_is_found(self):
+        run("convert", "-size", "30x20", "plasma:", self.folder / "whole.gif")
+        data = (self.folder / "whole.gif").read_bytes()
+        self.write("damaged.gif", data[:20] + b"\0" * 40 + b";")
+        self.assertTrue(self.json_lines("identify", "damaged.gif")[0]["usable"])
+        deep, = self.json_lines("identify", "--deep", "damaged.gif", expect=1)
+        self.assertEqual([issue["case"] for issue in deep["issues"]], ["corrupted"])
+        self.assertIn("endommagé", deep["issues"][0]["message"])
+
+    def test_without_worker_programs_the_headers_remain(self):
+        run("convert", "-size", "30x20", "xc:red", self.folder / "a.png")
+        self.program = shutil.copy(self.program, self.home / "nivex")
+        plain, = self.json_lines("identify", "a.png")
+        self.assertEqual(self.json_lines("identify", "--deep", "a.png"), [plain])
+        self.assertTrue(plain["usable"])
 
 
 if __name__ == "__main__":

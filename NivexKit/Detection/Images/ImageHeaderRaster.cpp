@@ -98,6 +98,7 @@ bool readAstcHeader(HeaderBytes& file, SourceProperties& image)
     ByteReader header = file.reader(7, 6, ByteOrder::little); // behind the mark and the size of a block
     const std::uint32_t width = header.u24();
     const std::uint32_t height = header.u24();
+    image.hasAlpha = true; // every block may have it, and only its bits tell
     return !header.failed() && enterSize(width, height, image);
 }
 

@@ -1,8 +1,12 @@
 #pragma once
 
+#include "NivexKit/Contract/BudgetShrinker.hpp"
 #include "NivexKit/Contract/ConversionEngine.hpp"
+#include "NivexKit/Detection/SourceProbe.hpp"
 #include "NivexKit/Formats/FormatRegistry.hpp"
+#include "NivexKit/Foundation/ResourceLimits.hpp"
 
+#include <memory>
 #include <set>
 
 namespace nivex {
@@ -12,6 +16,12 @@ struct EngineCatalog {
     /// All twelve in their fixed order, those that do not work on this machine among them. The order settles which of
     /// two equal routes is taken.
     static EngineList standard(const FormatRegistry& registry);
+
+    /// What makes finished pictures keep to a target size.
+    static std::shared_ptr<const BudgetShrinker> budgetShrinker();
+
+    /// The decoders that complete what detection reads from headers. Starts nothing; the registry outlives the probes.
+    static SourceProbes deepProbes(const FormatRegistry& registry, const ResourceLimits& limits);
 
     /// The formats that are recognised and wait to be read: no edge of any engine leaves them.
     static std::set<FormatID> pendingValidationSources(const FormatRegistry& registry);

@@ -1,20 +1,147 @@
 #include "NivexKit/Engines/Image/NativeImageEngine.hpp"
 
-namespace nivex {
+#include "NivexKit/Contract/LossAnalysis.hpp"
+#include "NivexKit/Contract/OutputBudget.hpp"
+#include "NivexKit/Engines/Image/PictureFormats.hpp"
+#include "NivexKit/Foundation/StringTable.hpp"
 
-NativeImageEngine::NativeImageEngine(const FormatRegistry&)
-    : DeclaredEngine{"native-image", "Images macOS (ImageIO)"_fr}
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+
+namespace nivex {
+namespace {
+
+using Kind = ConversionOptionKind;
+using enum FormatTrait;
+
+bool mayHaveMetadata(const FileFormat& source)
 {
+    const PictureFormat* row = pictureFormat(source.id.rawValue);
+    return source.traits.has(raw) || source.id == "heif" || source.id == "psb" || (row && row->hasMetadata);
+}
+
+bool losesDepth(const SourceProperties& properties, const PictureFormat& target)
+{
+    if (properties.isFloatingPoint.value_or(false))
+        return target.depth != PixelDepth::floating;
+    return properties.bitsPerComponent.value_or(8) > 8 && target.depth == PixelDepth::eight;
+}
+
+bool exceeds(const SourceProperties& properties, std::int64_t longestSide)
+{
+    return longestSide > 0 &&
+           std::max(properties.pixelWidth.value_or(0), properties.pixelHeight.value_or(0)) > longestSide;
+}
+
+bool mayHaveLayers(const FileFormat& source)
+{
+    return source.family == FormatFamily::graphics && source.traits.has(layers);
+}
+
+ConversionLoss lossOfPictures(const FileFormat& source, const SourceProperties& properties, const PictureFormat& target)
+{
+    if (!properties.hasSeveralImages() && !properties.hasSeveralPages())
+        return {};
+    const HeldPictures held = heldPictures(source.id.rawValue);
+    if (held.areRead && keepsAll(held.kind, target.pictures))
+        return {};
+    return held.kind == KeptPictures::animation ? ConversionLoss::animation : ConversionLoss::pages;
+}
+
+/// What the work loses of a file: what the target's row cannot hold of what is known of the file.
+ConversionLoss lossesOf(const FileFormat& source, const SourceProperties& properties, const PictureFormat& target)
+{
+    ConversionLoss losses = lossOfPictures(source, properties, target);
+    const auto add = [&losses](ConversionLoss loss, bool isLost) { losses |= isLost ? loss : ConversionLoss{}; };
+    // The header of a texture does not tell whether its blocks are transparent.
+    const bool hasAlpha = properties.hasAlpha.value_or(source.id == "astc");
+    add(ConversionLoss::transparency, hasAlpha && !target.hasAlpha);
+    add(ConversionLoss::layers, properties.hasLayers.value_or(mayHaveLayers(source)));
+    add(ConversionLoss::resolution, exceeds(properties, target.longestSide));
+    add(ConversionLoss::rawDevelopment, source.traits.has(raw));
+    add(ConversionLoss::colorPalette, target.hasPalette);
+    add(ConversionLoss::colorDepth, losesDepth(properties, target));
+    // What places a picture on the map is no metadata that any target holds.
+    add(ConversionLoss::metadata, source.id == "geotiff" || (!target.hasMetadata && mayHaveMetadata(source)));
+    // The pages of a PDF file take over what a JPEG file holds as it is.
+    add(ConversionLoss::compression, target.isLossy && !(source.id == "jpeg" && target.id == "pdf"));
+    return losses;
+}
+
+/// A file of a format that has all that such files can have.
+SourceProperties richest(const FileFormat& source)
+{
+    const PictureFormat* row = pictureFormat(source.id.rawValue);
+    const bool isFloating = row && row->isWritten && row->depth == PixelDepth::floating;
+    const bool isDeep = isFloating || source.traits.has(highDynamicRange) || (row && row->depth != PixelDepth::eight);
+    const bool holdsSeveral = heldPictures(source.id.rawValue).kind != KeptPictures::first;
+    return {.pixelWidth = row && row->longestSide > 0 ? row->longestSide : std::numeric_limits<std::int64_t>::max(),
+            .hasAlpha = source.traits.has(transparency),
+            .imageCount = holdsSeveral ? 2 : 1,
+            .bitsPerComponent = isDeep ? 16 : 8,
+            .isFloatingPoint = isFloating,
+            .hasLayers = source.traits.has(layers)};
+}
+
+ConversionOptionKinds optionsOf(const FileFormat& source, const PictureFormat& target, const FileFormat& format)
+{
+    ConversionOptionKinds kinds{Kind::dimensions};
+    if (target.isLossy)
+        kinds.insert(Kind::quality);
+    if (target.hasMetadata && mayHaveMetadata(source))
+        kinds.insert(Kind::metadata);
+    if (target.hasProfile)
+        kinds.insert(Kind::colorProfile);
+    if (!target.hasAlpha && source.traits.has(transparency))
+        kinds.insert(Kind::background);
+    if (OutputBudget::isOffered(format.id))
+        kinds.insert(Kind::targetSize);
+    return kinds;
+}
+
+} // namespace
+
+NativeImageEngine::NativeImageEngine(const FormatRegistry& registry, WorkerPool& pool)
+    : pool_{pool}, availability_{pool.availability("image")}
+{
+    for (const PictureFormat& source : pictureFormats()) {
+        const FileFormat* from = registry.format(FormatID{source.id});
+        if (!from || !source.isRead)
+            continue;
+        for (const PictureFormat& target : pictureFormats())
+            if (const FileFormat* to = registry.format(FormatID{target.id}); to && target.isWritten && to != from)
+                capabilities_.push_back({.source = from->id,
+                                         .target = to->id,
+                                         .potentialLosses = lossesOf(*from, richest(*from), target),
+                                         .options = optionsOf(*from, target, *to),
+                                         .reportsProgress = true,
+                                         .supportsCancellation = true});
+    }
+}
+
+std::string NativeImageEngine::displayName() const { return "Images macOS (ImageIO)"_fr; }
+
+ConversionLoss NativeImageEngine::expectedLosses(const FileFormat& source, const SourceProperties& properties,
+                                                 const FileFormat& target) const
+{
+    const PictureFormat* row = pictureFormat(target.id.rawValue);
+    return row ? lossesOf(source, properties, *row) : LossAnalysis::inherent(source, properties, target);
+}
+
+std::vector<std::filesystem::path> NativeImageEngine::convert(const EngineRequest& request,
+                                                              const ProgressCallback& progress,
+                                                              const CancellationFlag& cancellation) const
+{
+    return pool_.convert({.program = "image", .engine = id(), .request = request}, progress, cancellation);
 }
 
 std::set<FormatID> NativeImageEngine::pendingValidationSources(const FormatRegistry& registry)
 {
     std::set<FormatID> pending;
     for (const FileFormat* format : registry.formats(FormatFamily::image))
-        pending.insert(format->id);
-    const NativeImageEngine engine{registry};
-    for (const EngineCapability& edge : engine.capabilities())
-        pending.erase(edge.source);
+        if (const PictureFormat* row = pictureFormat(format->id.rawValue); !row || !row->isRead)
+            pending.insert(format->id);
     return pending;
 }
 

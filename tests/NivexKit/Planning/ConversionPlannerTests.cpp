@@ -136,8 +136,15 @@ TEST(ConversionPlanner, severalFilesShareTheTargetsThatAllOfThemHave)
 
 TEST(ConversionPlanner, shrinkingStaysInTheFormat)
 {
-    const auto optimizer = fakeEngine("native-optimization", {edge("mp4", "mp4")});
-    const auto images = fakeEngine("native-image", {edge("png", "jpeg"), edge("png", "pdf"), edge("png", "bmp")});
+    const auto silent = [](const char* format) {
+        EngineCapability capability = edge(format, format);
+        capability.reportsProgress = false;
+        return capability;
+    };
+    const auto optimizer = fakeEngine("native-optimization", {silent("jpeg"), silent("pdf"), edge("mp4", "mp4"),
+                                                              edge("bmp", "bmp"), edge("heic", "heic")});
+    const auto images =
+        fakeEngine("native-image", {edge("png", "jpeg"), edge("png", "pdf"), edge("png", "bmp"), edge("png", "jp2")});
     images->losses = [](const FileFormat& source, const SourceProperties&, const FileFormat& target) {
         return source == target ? Loss::metadata : Loss{};
     };
@@ -172,6 +179,7 @@ TEST(ConversionPlanner, shrinkingStaysInTheFormat)
     }
     EXPECT_EQ(planner.optimizationPlan(detected("bmp")), std::nullopt) << "offers no target size";
     EXPECT_EQ(planner.optimizationPlan(detected("heic")), std::nullopt) << "nothing here writes it";
+    EXPECT_EQ(planner.optimizationPlan(detected("jp2")), std::nullopt) << "the engine does not shrink it";
     DetectionResult corrupted = detected("jpeg");
     corrupted.issues = {DetectionIssue::corrupted("fin manquante")};
     EXPECT_EQ(planner.optimizationPlan(corrupted), std::nullopt);

@@ -1,3 +1,4 @@
+#include "NivexKit/Foundation/WithTimeout.hpp"
 #include "tests/NivexKit/Workers/WorkerTestSupport.hpp"
 
 #include <gtest/gtest.h>
@@ -61,6 +62,24 @@ TEST(HostileWorker, IsKilledWhenItTakesTooLong)
         WorkerCall call = house.call(misdeed);
         call.timeLimit = 30ms;
         EXPECT_EQ(house.failure(call), ConversionError::timedOut());
+        EXPECT_TRUE(house.worksOn());
+    }
+}
+
+TEST(HostileWorker, EndsWithTheStepThatItHangsIn)
+{
+    HostileHouse house;
+    for (const char* misdeed : {"stay", "spin"}) {
+        const auto work = [&house, call = house.call(misdeed)](const CancellationFlag& flag) {
+            return house.pool.convert(call, {}, flag);
+        };
+        try {
+            withTimeout(100ms, {}, work);
+            ADD_FAILURE() << "it hung and yet ended";
+        } catch (const ConversionError& error) {
+            EXPECT_EQ(error, ConversionError::timedOut());
+        }
+        EXPECT_TRUE(operationsHaveEnded(patience)) << "the abandoned call waits for the child for ever";
         EXPECT_TRUE(house.worksOn());
     }
 }

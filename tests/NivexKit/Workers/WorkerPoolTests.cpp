@@ -36,6 +36,24 @@ TEST(WorkerPool, ProbesAndRefusesWhatAProgramCannotDo)
     }
 }
 
+TEST(WorkerPool, IsAnsweredInTheLanguageInUse)
+{
+    HostileHouse house;
+    const auto refusal = [&](Language language) {
+        StringTable::use(language);
+        try {
+            house.pool.render(house.call("render"), {});
+        } catch (const ConversionError& error) {
+            return error.detail();
+        }
+        return std::string{};
+    };
+    const std::string english = refusal(Language::english);
+    const std::string french = refusal(Language::french); // by the same program, which goes on
+    EXPECT_EQ(french, "ce programme de conversion ne connaît pas ce travail");
+    EXPECT_EQ(english, "this conversion program does not know this work");
+}
+
 TEST(WorkerPool, ServesManyThreadsThroughOneServer)
 {
     HostileHouse house;

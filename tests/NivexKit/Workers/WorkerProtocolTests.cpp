@@ -24,6 +24,7 @@ TEST(WorkerProtocol, CarriesARequestUnchanged)
     request.work.limits.maxImagePixels = 7;
     request.work.limits.stepTimeout = std::chrono::seconds{8};
     request.page = 12;
+    request.language = Language::english;
     request.limits = {.memoryBytes = 1, .fileBytes = 2, .processorTime = std::chrono::seconds{3}};
     request.acceptsMissingLayers = true;
 
@@ -40,6 +41,7 @@ TEST(WorkerProtocol, CarriesARequestUnchanged)
     EXPECT_EQ(read.work.options, request.work.options);
     EXPECT_EQ(read.work.limits, request.work.limits);
     EXPECT_EQ(read.page, request.page);
+    EXPECT_EQ(read.language, request.language);
     EXPECT_EQ(read.limits, request.limits);
     EXPECT_EQ(read.acceptsMissingLayers, request.acceptsMissingLayers);
 }

@@ -1,0 +1,71 @@
+#include "NivexKit/Engines/Catalog/PictureProbe.hpp"
+
+#include "NivexKit/Foundation/ConversionError.hpp"
+
+#include <chrono>
+
+namespace nivex {
+namespace {
+
+namespace fs = std::filesystem;
+
+template <class Value>
+void overwrite(std::optional<Value>& field, const std::optional<Value>& found)
+{
+    if (found)
+        field = found;
+}
+
+template <class Value>
+void complete(std::optional<Value>& field, const std::optional<Value>& found)
+{
+    if (!field)
+        field = found;
+}
+
+void enter(const SourceProperties& found, SourceProperties& properties)
+{
+    overwrite(properties.pixelWidth, found.pixelWidth);
+    overwrite(properties.pixelHeight, found.pixelHeight);
+    overwrite(properties.hasAlpha, found.hasAlpha);
+    overwrite(properties.imageCount, found.imageCount);
+    overwrite(properties.hasLocation, found.hasLocation);
+    overwrite(properties.decoderTypeIdentifier, found.decoderTypeIdentifier);
+    overwrite(properties.hasLayers, found.hasLayers);
+    // A header tells 10 or 12 bits where a decoder has 16.
+    complete(properties.bitsPerComponent, found.bitsPerComponent);
+    complete(properties.isFloatingPoint, found.isFloatingPoint);
+}
+
+std::optional<DetectionIssue> issueOf(const ConversionError& error)
+{
+    switch (error.kind()) {
+    case ConversionError::Kind::unreadableSource:
+        return DetectionIssue::corrupted(error.detail());
+    case ConversionError::Kind::resourceLimit:
+        return DetectionIssue::unreadable(error.detail());
+    default:
+        return std::nullopt; // it says nothing of the file
+    }
+}
+
+} // namespace
+
+ProbeReport PictureProbe::probe(const ProbeSource& source, SourceProperties& properties) const
+{
+    const FileFormat* format = registry_.format(source.format);
+    if (!format)
+        return {};
+    WorkerCall call{.program = "image", .engine = "native-image", .timeLimit = limits_.stepTimeout};
+    call.request.input = fs::absolute(source.url);
+    call.request.sourceFormat = *format;
+    call.request.limits = limits_;
+    try {
+        enter(pool_.probe(call, {}), properties);
+        return {.isConfirmed = true};
+    } catch (const ConversionError& error) {
+        return {.issue = issueOf(error)};
+    }
+}
+
+} // namespace nivex

@@ -1,0 +1,268 @@
+#include "NivexWorkers/Image/Budget/BudgetedWriting.hpp"
+
+#include "NivexWorkers/Image/Budget/SizeSearch.hpp"
+#include "NivexWorkers/Image/Codecs/Progress.hpp"
+#include "NivexWorkers/Image/Pixels/Adaptation.hpp"
+
+#include "NivexKit/Foundation/ByteCount.hpp"
+#include "NivexKit/Foundation/StringTable.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <string_view>
+#include <thread>
+
+namespace nivex::image {
+namespace {
+
+namespace fs = std::filesystem;
+using vips::VImage;
+
+/// What the search has to know of an encoder.
+struct EncoderRow {
+    std::string_view format;
+    double lowestQuality; // below it a picture with fewer pixels looks better at the same size
+    double qualityStep = 0.01;
+    double steepness = 2.5;
+    bool isSlow = false;
+    double lowestBitsPerPixel = 0; // of an encoder that meets a number of bytes: the same in that measure
+};
+
+// clang-format off
+constexpr EncoderRow encoders[] = {
+    {.format = "jpeg", .lowestQuality = 0.50},
+    {.format = "heic", .lowestQuality = 0.25, .qualityStep = 0.02, .steepness = 5, .isSlow = true},
+    {.format = "avif", .lowestQuality = 0.30, .qualityStep = 0.016, .steepness = 4, .isSlow = true},
+    {.format = "jp2",  .lowestQuality = 0, .lowestBitsPerPixel = 0.25},
+    {.format = "pdf",  .lowestQuality = 0.50},
+};
+// clang-format on
+constexpr double shortestLongestSide = 16; // pixels; a picture that is worth having has more
+
+const EncoderRow& encoderOf(const PictureFormat& target)
+{
+    const auto found = std::ranges::find(encoders, target.id, &EncoderRow::format);
+    if (found == std::end(encoders))
+        throw ConversionError::unsupported("ce format ne propose pas de poids cible"_fr);
+    return *found;
+}
+
+// More than this is kept in a temporary file instead of in memory.
+constexpr std::uint64_t mostPixelBytesInMemory = 512 << 20;
+constexpr double shareOfDecoding = 0.2;
+
+std::uint64_t pixelBytes(const VImage& frame)
+{
+    return vips_format_sizeof(frame.format()) * static_cast<std::uint64_t>(frame.bands()) *
+           static_cast<std::uint64_t>(frame.width()) * static_cast<std::uint64_t>(frame.height());
+}
+
+/// The pixels of a frame, computed now and only once.
+VImage computed(const VImage& frame, const ProgressCallback& progress, double begin, double end)
+{
+    const PullProgress pulling{frame, progress, begin, end};
+    if (pixelBytes(frame) <= mostPixelBytesInMemory)
+        return frame.copy_memory();
+    VImage file = VImage::new_temp_file("%s.v");
+    frame.write(file);
+    return file;
+}
+
+Picture computed(Picture picture, const ProgressCallback& progress, double end)
+{
+    const double share = end / static_cast<double>(picture.frames.size());
+    double begin = 0;
+    for (VImage& frame : picture.frames) {
+        frame = computed(frame, progress, begin, begin + share);
+        begin += share;
+    }
+    return picture;
+}
+
+/// A picture whose pieces are large enough for a sample.
+constexpr int fewestPixelsToSample = 2'000'000;
+
+/// Pieces from all over a picture side by side, about a twelfth of it. Their sides are whole blocks of the encoders.
+VImage mosaic(const VImage& image)
+{
+    constexpr int across = 6;
+    static constexpr int blockSide = 64;
+    const auto pieceSide = [](int side) { return std::max(blockSide, side / (3 * across) / blockSide * blockSide); };
+    const int width = pieceSide(image.width());
+    const int height = pieceSide(image.height());
+    std::vector<VImage> pieces;
+    for (int row = 0; row < across; ++row)
+        for (int column = 0; column < across; ++column)
+            pieces.push_back(image.extract_area((image.width() - width) * column / (across - 1),
+                                                (image.height() - height) * row / (across - 1), width, height));
+    return VImage::arrayjoin(pieces, VImage::option()->set("across", across));
+}
+
+int longestSide(const Picture& picture)
+{
+    int longest = 0;
+    for (const VImage& frame : picture.frames)
+        longest = std::max({longest, frame.width(), frame.height()});
+    return longest;
+}
+
+/// Encodes one picture in different ways and keeps the last that is small enough.
+class Attempts {
+public:
+    Attempts(Picture picture, const PictureFormat& target, const EngineRequest& request,
+             const ProgressCallback& progress)
+        : whole_{std::move(picture)},
+          longestSide_{image::longestSide(whole_)}, target_{target}, request_{request}, progress_{progress}
+    {
+    }
+
+    int longestSide() const { return longestSide_; }
+    bool canEstimate() const { return whole_.frames.size() == 1 && pixels() >= fewestPixelsToSample; }
+    std::int64_t pixels() const
+    {
+        std::int64_t count = 0;
+        for (const VImage& frame : whole_.frames)
+            count += std::int64_t{frame.width()} * frame.height();
+        return count;
+    }
+
+    std::int64_t encode(const EncodingAttempt& attempt)
+    {
+        const fs::path output = request_.outputLocation();
+        const fs::path file = attemptFile();
+        // How many attempts are to come is not known: each covers the same part of what is left.
+        const double begin = done_;
+        const double share = (1 - begin) * shareOfAttempt;
+        const ProgressCallback progress = [&](std::optional<double> fraction) {
+            progress_(begin + share * fraction.value_or(0));
+        };
+        const Picture& picture = scaledTo(attempt.scale);
+        write(picture, file, attempt, progress);
+        embedMetadata(file, target_.id, picture.metadata);
+        done_ = begin + share;
+        const auto size = static_cast<std::int64_t>(fs::file_size(file));
+        if (size <= *request_.options.maxFileBytes)
+            fs::rename(file, output);
+        else
+            fs::remove(file);
+        return size;
+    }
+
+    /// About what `encode` would return, from encoding pieces from all over the picture.
+    std::int64_t estimate(const EncodingAttempt& attempt)
+    {
+        const Picture& picture = scaledTo(attempt.scale);
+        const VImage& frame = picture.first();
+        if (bytesOfNothing_ == 0)
+            bytesOfNothing_ =
+                bytesOf(frame.extract_area(0, 0, std::min(16, frame.width()), std::min(16, frame.height())), attempt);
+        const auto pixelsOf = [](const VImage& image) { return static_cast<double>(image.width()) * image.height(); };
+        const VImage pieces = pixelsOf(frame) < fewestPixelsToSample ? frame : mosaic(frame);
+        const auto bytes = static_cast<double>(std::max<std::int64_t>(0, bytesOf(pieces, attempt) - bytesOfNothing_));
+        const Metadata& metadata = picture.metadata;
+        return bytesOfNothing_ + std::llround(bytes * pixelsOf(frame) / pixelsOf(pieces)) +
+               static_cast<std::int64_t>(metadata.exif.size() + metadata.xmp.size() + metadata.iptc.size());
+    }
+
+private:
+    static constexpr double shareOfAttempt = 0.4;
+
+    fs::path attemptFile() const
+    {
+        const fs::path output = request_.outputLocation();
+        return output.parent_path() / ("attempt" + output.extension().string());
+    }
+
+    void write(const Picture& picture, const fs::path& file, const EncodingAttempt& attempt,
+               const ProgressCallback& progress) const
+    {
+        codec(target_.id)
+            .write(picture, {.file = file,
+                             .quality = attempt.quality,
+                             .progress = progress,
+                             .processors = std::max(1u, std::thread::hardware_concurrency()),
+                             .goalBytes = attempt.goalBytes});
+    }
+
+    std::int64_t bytesOf(const VImage& image, const EncodingAttempt& attempt) const
+    {
+        const fs::path file = attemptFile();
+        write({.frames = {image.copy_memory()}}, file, attempt, [](auto) {});
+        const auto size = static_cast<std::int64_t>(fs::file_size(file));
+        fs::remove(file);
+        return size;
+    }
+
+    const Picture& scaledTo(double scale)
+    {
+        if (scale >= 1)
+            return whole_;
+        const auto side = std::max<std::int64_t>(1, std::lround(longestSide_ * scale));
+        if (side != scaledSide_) {
+            // All but the size has been adapted.
+            scaled_ = adapted(whole_, target_, {.maxPixelDimension = side});
+            if (target_.id == "pdf")
+                keepPageSizes(scaled_);
+            scaled_ = computed(
+                std::move(scaled_), [](auto) {}, 0);
+            scaledSide_ = side;
+        }
+        return scaled_;
+    }
+
+    /// Fewer pixels on the same page: their resolution says how large it is.
+    void keepPageSizes(Picture& picture) const
+    {
+        for (std::size_t i = 0; i < picture.frames.size(); ++i) {
+            const VImage& whole = whole_.frames[i];
+            VImage& frame = picture.frames[i];
+            frame = frame.copy(VImage::option()
+                                   ->set("xres", whole.xres() * frame.width() / whole.width())
+                                   ->set("yres", whole.yres() * frame.height() / whole.height()));
+        }
+    }
+
+    Picture whole_;
+    int longestSide_;
+    Picture scaled_;
+    std::int64_t scaledSide_ = 0;
+    std::int64_t bytesOfNothing_ = 0; // of a file with hardly a pixel
+    const PictureFormat& target_;
+    const EngineRequest& request_;
+    const ProgressCallback& progress_;
+    double done_ = shareOfDecoding;
+};
+
+} // namespace
+
+void writeWithinBudget(Picture picture, const PictureFormat& target, const EngineRequest& request,
+                       const ProgressCallback& progress)
+{
+    const EncoderRow& encoder = encoderOf(target);
+    Attempts attempts{computed(std::move(picture), progress, shareOfDecoding), target, request, progress};
+    const EncodingTrial encode = [&](const EncodingAttempt& attempt) { return attempts.encode(attempt); };
+    const std::int64_t maximumBytes = *request.options.maxFileBytes;
+    const bool isEstimated = encoder.isSlow && attempts.canEstimate();
+    const EncodingTrial estimate = [&](const EncodingAttempt& attempt) { return attempts.estimate(attempt); };
+    const double lowestScale = std::min(1.0, shortestLongestSide / attempts.longestSide());
+    const auto best = encoder.lowestBitsPerPixel > 0
+                          ? bestAttemptByRate({.maximumBytes = maximumBytes,
+                                               .quality = request.options.quality,
+                                               .pixels = attempts.pixels(),
+                                               .lowestBitsPerPixel = encoder.lowestBitsPerPixel,
+                                               .lowestScale = lowestScale},
+                                              encode)
+                          : bestAttempt({.maximumBytes = maximumBytes,
+                                         .quality = request.options.quality,
+                                         .lowestQuality = encoder.lowestQuality,
+                                         .qualityStep = encoder.qualityStep,
+                                         .lowestScale = lowestScale,
+                                         .steepness = encoder.steepness},
+                                        encode, isEstimated ? estimate : EncodingTrial{});
+    if (!best)
+        throw ConversionError::encodingFailed(
+            filled("impossible d'obtenir un fichier de moins de {}"_fr, {shownByteCount(maximumBytes)}));
+}
+
+} // namespace nivex::image

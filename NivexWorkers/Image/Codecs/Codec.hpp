@@ -1,0 +1,113 @@
+#pragma once
+
+#include "NivexWorkers/Image/Picture.hpp"
+
+#include "NivexKit/Contract/EngineRequest.hpp"
+#include "NivexKit/Formats/SourceProperties.hpp"
+#include "NivexKit/Foundation/ByteSource.hpp"
+#include "NivexKit/Foundation/ConversionError.hpp"
+
+#include <filesystem>
+#include <optional>
+#include <string_view>
+
+namespace nivex::image {
+
+struct ReadRequest {
+    const std::filesystem::path& file;
+    std::string_view format;
+    const ResourceLimits& limits;
+    bool wantsAllFrames = true; // else the first picture is enough; of icons the largest
+    /// The longest side that is needed; 0 for all pixels. A reader that decodes a smaller picture faster may do so, but
+    /// never one smaller than this.
+    std::int64_t longestSide = 0;
+};
+
+/// A JPEG file that shows just what a picture shows, once its orientation is obeyed.
+struct JpegSource {
+    const std::filesystem::path& file;
+    int orientation;  // as Exif counts it, 1…8
+    bool isUntouched; // what the file says of itself stays in it, down to the last byte
+};
+
+struct WriteRequest {
+    const std::filesystem::path& file; // does not exist yet
+    double quality = 0.85;             // 0…1; 1.0 is lossless where the format can be
+    const ProgressCallback& progress;  // of the writing, which includes the decoding of what is pulled
+    unsigned processors = 1;
+    /// Of jp2 only: how many bytes the file is to have, which is met to about 0.1 % from below unless so many are not
+    /// needed; metadata embedded later come on top. `quality` then only chooses between lossy and lossless coding.
+    /// 0 for as many as the quality needs.
+    std::int64_t goalBytes = 0;
+    /// Of pdf only: where the picture came from, whose data are to be taken over as they are. One for which there is
+    /// jpegInPdf.
+    std::optional<JpegSource> jpeg = std::nullopt;
+};
+
+/// How one format is read and written; either may be missing.
+struct Codec {
+    std::string_view format;
+
+    /// Opens a file of the format. Refuses pictures above the limit before anything is allocated for their pixels
+    /// (requireAcceptableSize). Throws ConversionError, `unreadableSource` for a damaged file, or vips::VError.
+    Picture (*read)(const ReadRequest&) = nullptr;
+
+    /// Writes a picture that has been adapted to what the format holds (PictureFormat): kind of frames, size, bands,
+    /// depth, profile, upright. Embeds picture.metadata, or leaves it to embedMetadata where that knows the format.
+    /// Throws ConversionError, `encodingFailed` where it is the encoder's fault, or vips::VError.
+    void (*write)(const Picture&, const WriteRequest&) = nullptr;
+};
+
+/// The codec of a format of the image engine.
+const Codec& codec(std::string_view format);
+
+/// Throws `resourceLimit` when `width` × `height` × `frames` is above limits.maxImagePixels, and `unreadableSource`
+/// when a side is not positive.
+void requireAcceptableSize(std::int64_t width, std::int64_t height, std::int64_t frames, const ResourceLimits& limits);
+
+/// "son contenu est endommagé ou incomplet": what a reader throws for anything malformed.
+ConversionError damaged();
+
+// Readers and writers, one family of libraries a file.
+Picture readPng(const ReadRequest&);
+Picture readJpeg(const ReadRequest&);
+Picture readTiff(const ReadRequest&);
+Picture readGif(const ReadRequest&);
+Picture readWebp(const ReadRequest&);
+Picture readHdr(const ReadRequest&);
+void writePng(const Picture&, const WriteRequest&);
+void writeJpeg(const Picture&, const WriteRequest&);
+void writeTiff(const Picture&, const WriteRequest&);
+void writeGif(const Picture&, const WriteRequest&);
+void writeWebp(const Picture&, const WriteRequest&);
+void writeHdr(const Picture&, const WriteRequest&);
+
+Picture readHeif(const ReadRequest&); // heic, heif, avif
+void writeHeic(const Picture&, const WriteRequest&);
+void writeAvif(const Picture&, const WriteRequest&);
+
+Picture readJxl(const ReadRequest&);
+void writeJxl(const Picture&, const WriteRequest&);
+Picture readJpeg2000(const ReadRequest&);
+Picture readJpeg2000(const ByteSource& file, const ReadRequest&); // a file inside another
+void writeJpeg2000(const Picture&, const WriteRequest&);
+Picture readExr(const ReadRequest&);
+void writeExr(const Picture&, const WriteRequest&);
+Picture readRaw(const ReadRequest&); // dng and the cameras' own formats
+Picture readAstc(const ReadRequest&);
+void writeAstc(const Picture&, const WriteRequest&);
+
+Picture readBmp(const ReadRequest&);
+void writeBmp(const Picture&, const WriteRequest&);
+Picture readTga(const ReadRequest&);
+void writeTga(const Picture&, const WriteRequest&);
+Picture readIco(const ReadRequest&);
+void writeIco(const Picture&, const WriteRequest&);
+Picture readIcns(const ReadRequest&);
+void writeIcns(const Picture&, const WriteRequest&);
+Picture readPsd(const ReadRequest&); // psd and psb
+void writePsd(const Picture&, const WriteRequest&);
+
+void writePdf(const Picture&, const WriteRequest&);
+
+} // namespace nivex::image

@@ -1,0 +1,209 @@
+#include "NivexWorkers/Image/Metadata/ExifBlock.hpp"
+
+#include <algorithm>
+#include <array>
+
+namespace nivex::image {
+namespace {
+
+constexpr std::uint16_t typeShort = 3;
+constexpr std::uint16_t typeLong = 4;
+constexpr std::uint16_t orientation = 0x0112;
+constexpr std::size_t entryBytes = 12;
+
+/// Bytes of one component; 0 for a type that TIFF 6.0 does not know.
+std::size_t componentBytes(std::uint16_t type)
+{
+    constexpr std::array<std::size_t, 14> sizes{0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4};
+    return type < sizes.size() ? sizes[type] : 0;
+}
+
+} // namespace
+
+std::optional<ExifBlock> ExifBlock::parse(std::vector<std::byte> bytes)
+{
+    constexpr std::array lead{std::byte{'E'}, std::byte{'x'}, std::byte{'i'}, std::byte{'f'}, std::byte{}, std::byte{}};
+    if (bytes.size() > lead.size() && std::ranges::equal(lead, std::span{bytes}.first(lead.size())))
+        bytes.erase(bytes.begin(), bytes.begin() + lead.size());
+    ByteReader header{bytes};
+    const auto mark = header.text(2);
+    if (mark != "II" && mark != "MM")
+        return std::nullopt;
+    const ByteOrder order = mark == "II" ? ByteOrder::little : ByteOrder::big;
+    header.setOrder(order);
+    const std::uint16_t version = header.u16();
+    const std::size_t first = header.u32();
+    if (header.failed() || version != 42)
+        return std::nullopt;
+    ExifBlock block{std::move(bytes), order, first};
+    if (block.mainDirectory().empty())
+        return std::nullopt;
+    return block;
+}
+
+bool ExifBlock::isAboutStorage(std::uint16_t tag)
+{
+    constexpr std::array<std::uint16_t, 40> tags{
+        0x00FE, 0x00FF, 0x0100, 0x0101, 0x0102, 0x0103, 0x0106, 0x0107, 0x0108, 0x0109, 0x010A, 0x0111, 0x0115, 0x0116,
+        0x0117, 0x0118, 0x0119, 0x011C, 0x0120, 0x0121, 0x0122, 0x0123, 0x0124, 0x0125, 0x013D, 0x0140, 0x0142, 0x0143,
+        0x0144, 0x0145, 0x014A, 0x0152, 0x0153, 0x0200, 0x0201, 0x0202, 0x0211, 0x0212, 0x0213, 0x0214};
+    return std::ranges::find(tags, tag) != tags.end();
+}
+
+std::span<const std::byte> ExifBlock::value(const Entry& entry) const
+{
+    return std::span{bytes_}.subspan(entry.valuePosition, entry.valueBytes);
+}
+
+ByteReader ExifBlock::reader(std::size_t position) const
+{
+    ByteReader reader{bytes_, order_};
+    reader.seek(position);
+    return reader;
+}
+
+ExifBlock::Directory ExifBlock::directoryAt(std::size_t position) const
+{
+    ByteReader reader = this->reader(position);
+    const std::size_t count = reader.u16();
+    if (reader.failed() || reader.left() / entryBytes < count)
+        return {};
+    Directory directory;
+    for (std::size_t i = 0; i < count; ++i) {
+        Entry entry{};
+        entry.position = reader.position();
+        entry.tag = reader.u16();
+        entry.type = reader.u16();
+        entry.count = reader.u32();
+        entry.valuePosition = reader.position();
+        const std::size_t offset = reader.u32();
+        const std::size_t bytes = componentBytes(entry.type) * entry.count;
+        if (bytes <= 4)
+            entry.valueBytes = bytes;
+        else if (offset <= bytes_.size() && bytes <= bytes_.size() - offset) {
+            entry.valuePosition = offset;
+            entry.valueBytes = bytes;
+        }
+        directory.push_back(entry);
+    }
+    return directory;
+}
+
+ExifBlock::Directory ExifBlock::subdirectory(const Directory& from, std::uint16_t pointerTag) const
+{
+    const auto pointer = std::ranges::find(from, pointerTag, &Entry::tag);
+    if (pointer == from.end() || pointer->valueBytes != 4)
+        return {};
+    return directoryAt(reader(pointer->valuePosition).u32());
+}
+
+std::size_t ExifBlock::nextPosition() const { return mainPosition_ + 2 + mainDirectory().size() * entryBytes; }
+
+void ExifBlock::put(std::size_t position, std::uint32_t number, std::size_t width)
+{
+    for (std::size_t i = 0; i < width; ++i) {
+        const std::size_t shift = 8 * (order_ == ByteOrder::little ? i : width - 1 - i);
+        bytes_[position + i] = static_cast<std::byte>(number >> shift);
+    }
+}
+
+void ExifBlock::erase(std::size_t position, std::size_t count)
+{
+    std::fill_n(bytes_.begin() + static_cast<std::ptrdiff_t>(position), count, std::byte{});
+}
+
+void ExifBlock::eraseDirectory(std::size_t position)
+{
+    const Directory directory = directoryAt(position);
+    if (directory.empty())
+        return;
+    for (const Entry& entry : directory)
+        erase(entry.valuePosition, entry.valueBytes);
+    erase(position, 2 + directory.size() * entryBytes);
+}
+
+void ExifBlock::removeEntry(std::size_t directoryPosition, std::uint16_t tag)
+{
+    const Directory directory = directoryAt(directoryPosition);
+    const auto found = std::ranges::find(directory, tag, &Entry::tag);
+    if (found == directory.end())
+        return;
+    erase(found->valuePosition, found->valueBytes);
+    // What follows moves up, with the link to the next directory where there is room for one.
+    const std::size_t end = directoryPosition + 2 + directory.size() * entryBytes;
+    const std::size_t linked = std::min(end + 4, bytes_.size());
+    const auto at = [&](std::size_t position) { return bytes_.begin() + static_cast<std::ptrdiff_t>(position); };
+    std::copy(at(found->position + entryBytes), at(linked), at(found->position));
+    erase(linked - entryBytes, entryBytes);
+    put(directoryPosition, static_cast<std::uint32_t>(directory.size() - 1), 2);
+}
+
+void ExifBlock::setNumber(const Directory& directory, std::uint16_t tag, std::uint32_t number)
+{
+    for (const Entry& entry : directory)
+        if (entry.tag == tag) {
+            put(entry.position + 2, typeLong, 2);
+            put(entry.position + 4, 1, 4);
+            put(entry.position + 8, number, 4);
+        }
+}
+
+void ExifBlock::setUpright(int width, int height)
+{
+    const Directory main = mainDirectory();
+    for (const Entry& entry : main)
+        if (entry.tag == orientation) {
+            erase(entry.position + 2, entryBytes - 2);
+            put(entry.position + 2, typeShort, 2);
+            put(entry.position + 4, 1, 4);
+            put(entry.position + 8, 1, 2);
+        }
+    const Directory exif = exifDirectory();
+    setNumber(main, 0x0100, static_cast<std::uint32_t>(width));
+    setNumber(main, 0x0101, static_cast<std::uint32_t>(height));
+    setNumber(exif, 0xA002, static_cast<std::uint32_t>(width));
+    setNumber(exif, 0xA003, static_cast<std::uint32_t>(height));
+}
+
+void ExifBlock::removeThumbnail()
+{
+    const std::size_t link = nextPosition();
+    if (bytes_.size() < 4 || bytes_.size() - 4 < link)
+        return;
+    const std::size_t position = reader(link).u32();
+    const Directory thumbnail = directoryAt(position);
+    put(link, 0, 4);
+    std::size_t start = 0;
+    std::size_t length = 0;
+    for (const Entry& entry : thumbnail)
+        if (entry.valueBytes == 4 && entry.tag == 0x0201)
+            start = reader(entry.valuePosition).u32();
+        else if (entry.valueBytes == 4 && entry.tag == 0x0202)
+            length = reader(entry.valuePosition).u32();
+    eraseDirectory(position);
+    if (start < 8 || start > bytes_.size())
+        return;
+    length = std::min(length, bytes_.size() - start);
+    erase(start, length);
+    if (start + length == bytes_.size() && nextPosition() + 4 <= start)
+        bytes_.resize(start);
+}
+
+void ExifBlock::removePosition()
+{
+    const Directory main = mainDirectory();
+    for (const Entry& entry : main)
+        if (entry.tag == gpsPointer && entry.valueBytes == 4)
+            eraseDirectory(reader(entry.valuePosition).u32());
+    removeFromMain(gpsPointer);
+}
+
+void ExifBlock::removeFromMain(std::uint16_t tag)
+{
+    for (std::size_t count = mainDirectory().size() + 1; count != mainDirectory().size();) {
+        count = mainDirectory().size();
+        removeEntry(mainPosition_, tag);
+    }
+}
+
+} // namespace nivex::image

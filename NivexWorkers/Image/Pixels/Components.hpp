@@ -1,0 +1,12 @@
+#pragma once
+
+#include <vips/vips8>
+
+namespace nivex::image {
+
+/// A decoded image as a frame of a Picture has it: components of 8 or 16 bits or floating point, as grey, RGB or four
+/// inks, at most one more band. Rare kinds (32-bit whole numbers, signed ones, Lab, double precision, many samples a
+/// pixel) become the nearest of these. Floating point counts as linear light, 1.0 as white.
+vips::VImage withUsualComponents(const vips::VImage& image);
+
+} // namespace nivex::image

@@ -1,0 +1,147 @@
+"""Pictures, against the `vips` command and ImageMagick. The photographs are those of the package mate-backgrounds."""
+import pathlib
+import subprocess
+
+from comparison import compare, convert
+
+BACKGROUNDS = pathlib.Path("/usr/share/backgrounds/mate")
+QUALITY = 85  # of NIVEX when nothing else is asked
+
+
+def magick(*arguments):
+    subprocess.run(["convert", *map(str, arguments)], check=True)
+
+
+def photograph(source, file, width, height):
+    magick(source, "-resize", f"{width}x{height}^", "-gravity", "center", "-extent", f"{width}x{height}",
+           "-quality", 92, file)
+
+
+def large_photograph(file):
+    """12 megapixels."""
+    photograph(BACKGROUNDS / "abstract" / "Elephants_5640x3172.jpg", file, 4032, 3024)
+
+
+def remover(folder, *patterns):
+    def remove():
+        for pattern in patterns:
+            for file in folder.glob(pattern):
+                file.unlink()
+    return remove
+
+
+def jpeg_to_png(folder):
+    large_photograph(folder / "in.jpg")
+    compare("jpeg-to-png: 12 megapixels", convert("in.jpg", "--to", "png"),
+            ["vips", "pngsave", "in.jpg", "out.png", "--compression", "3", "--filter", "paeth"],
+            folder, rounds=5, before=remover(folder, "*.png"), resources=True)
+
+
+def png_to_jpeg(folder):
+    large_photograph(folder / "photo.jpg")
+    subprocess.run(["vips", "copy", "photo.jpg", "in.png"], cwd=folder, check=True)
+    compare("png-to-jpeg: 12 megapixels", convert("in.png", "--to", "jpeg"),
+            ["vips", "jpegsave", "in.png", "out.jpg", "--Q", str(QUALITY)],
+            folder, rounds=9, before=remover(folder, "in.jpg", "out.jpg"), resources=True)
+
+
+def jpeg_to_webp(folder):
+    large_photograph(folder / "in.jpg")
+    compare("jpeg-to-webp: 12 megapixels", convert("in.jpg", "--to", "webp"),
+            ["vips", "webpsave", "in.jpg", "out.webp", "--Q", str(QUALITY), "--effort", "2"],
+            folder, rounds=5, before=remover(folder, "*.webp"), resources=True)
+
+
+def noise(reference, file, folder):
+    """Kilobytes of a file and its PSNR in dB, over RGB and over brightness, decoded by the same program."""
+    shown = folder / "shown.png"
+    subprocess.run(["vips", "copy", file, shown], cwd=folder, check=True, capture_output=True)
+
+    def psnr(*options):
+        told = subprocess.run(["compare", "-metric", "PSNR", *options, reference, shown, "null:"], cwd=folder,
+                              capture_output=True).stderr.decode()
+        return float(told.split()[0])
+    return (f"{(folder / file).stat().st_size / 1e3:.0f} kB, {psnr():.2f} dB RGB, "
+            f"{psnr('-colorspace', 'Rec601Luma'):.2f} dB brightness")
+
+
+def to_modern_photograph(folder, extension, qualities):
+    """Time at the defaults of both, then points of both curves: at the same size ours should not be noisier."""
+    for name, source in (("detail", "abstract/Elephants_5640x3172.jpg"), ("smooth", "nature/TwoWings.jpg")):
+        photograph(BACKGROUNDS / source, folder / "in.jpg", 4032, 3024)
+        theirs = f"peer.{extension}"
+        clean = remover(folder, f"*.{extension}")
+        compare(f"jpeg-to-{extension}: 12 megapixels, {name}", convert("in.jpg", "--to", extension),
+                ["vips", "copy", "in.jpg", theirs], folder, rounds=1, before=clean, resources=True)
+        clean()
+        for ours, peer in qualities:
+            subprocess.run(convert("in.jpg", "--to", extension, "--quality", ours), cwd=folder, check=True)
+            subprocess.run(["vips", "heifsave", "in.jpg", theirs, "--Q", str(peer)], cwd=folder, check=True)
+            print(f"    nivex {ours}: {noise('in.jpg', f'in.{extension}', folder)}; "
+                  f"vips {peer}: {noise('in.jpg', theirs, folder)}", flush=True)
+            clean()
+
+
+def jpeg_to_heic(folder):
+    to_modern_photograph(folder, "heic", ((0.75, 45), (0.85, 55)))
+
+
+def jpeg_to_avif(folder):
+    to_modern_photograph(folder, "avif", ((0.6, 50), (0.85, 72)))
+
+
+def heic_to_jpeg(folder):
+    large_photograph(folder / "photo.jpg")
+    subprocess.run(convert("photo.jpg", "--to", "heic"), cwd=folder, check=True)
+    (folder / "photo.heic").rename(folder / "in.heic")
+    compare("heic-to-jpeg: 12 megapixels", convert("in.heic", "--to", "jpeg"),
+            ["vips", "jpegsave", "in.heic", "out.jpg", "--Q", str(QUALITY)],
+            folder, rounds=5, before=remover(folder, "in.jpg", "out.jpg"), resources=True)
+
+
+def write_photographs(folder, count):
+    """Photographs of 2 megapixels, the package's over and over."""
+    sources = sorted((BACKGROUNDS / "nature").glob("*.jpg"))
+    for i in range(count):
+        file = folder / f"{i:03}.jpg"
+        if i < len(sources):
+            photograph(sources[i], file, 1632, 1224)
+        else:
+            file.write_bytes((folder / f"{i % len(sources):03}.jpg").read_bytes())
+
+
+def webp_batch(folder):
+    write_photographs(folder, 200)
+    names = sorted(file.name for file in folder.glob("*.jpg"))
+    (folder / "names").write_text("\n".join(names) + "\n")
+    ours = convert("--files-from", "names", "--to", "webp", "--jobs", 2)
+    clean = remover(folder, "*.webp")
+    compare("webp-batch: 200 photographs of 2 megapixels, JPEG to WebP", ours,
+            ["xargs", "-a", "names", "-P", "2", "-n", "10", "mogrify", "-format", "webp", "-quality", str(QUALITY)],
+            folder, rounds=3, before=clean, peer_name="mogrify", resources=True)
+    compare("webp-batch: the same", ours,
+            ["xargs", "-a", "names", "-P", "2", "-I{}", "vips", "webpsave", "{}", "{}.webp", "--Q", str(QUALITY)],
+            folder, rounds=3, before=clean, peer_name="vips", resources=True)
+
+
+def icons(folder):
+    magick(BACKGROUNDS / "nature" / "Wood.jpg", "-resize", "2560x1600!", "-crop", "64x64", "+repage",
+           f"png24:{folder}/%04d.png")
+    names = sorted(file.name for file in folder.glob("*.png"))
+    (folder / "names").write_text("\n".join(names) + "\n")
+    compare("icons: 1,000 of 64 pixels, PNG to WebP, one at a time",
+            convert("--files-from", "names", "--to", "webp", "--jobs", 1),
+            ["xargs", "-a", "names", "-I{}", "vips", "webpsave", "{}", "{}.webp", "--Q", str(QUALITY)],
+            folder, rounds=1, before=remover(folder, "*.webp"), peer_name="vips", resources=True)
+
+
+PAIRS = {
+    "jpeg-to-png": jpeg_to_png,
+    "png-to-jpeg": png_to_jpeg,
+    "jpeg-to-webp": jpeg_to_webp,
+    "jpeg-to-heic": jpeg_to_heic,
+    "jpeg-to-avif": jpeg_to_avif,
+    "heic-to-jpeg": heic_to_jpeg,
+    "webp-batch": webp_batch,
+    "icons": icons,
+}

@@ -1,0 +1,107 @@
+"""Writes a picture as a TIFF that few programs write: `dng`, the raw file of a camera with a colour filter array, or
+`geotiff`, a map with its place on the earth. Usage: make_tiff.py dng|geotiff PICTURE FILE"""
+import struct
+import subprocess
+import sys
+
+BYTE, TEXT, SHORT, LONG, RATIONAL, SIGNED_RATIONAL, DOUBLE = 1, 2, 3, 4, 5, 10, 12
+
+
+def shorts(*values):
+    return struct.pack(f"<{len(values)}H", *values)
+
+
+def long(value):
+    return struct.pack("<I", value)
+
+
+def rationals(*values):
+    return b"".join(struct.pack("<ii", round(value * 10000), 10000) for value in values)
+
+
+def text(value):
+    return value.encode() + b"\0"
+
+
+def components(picture, depth, *options):
+    """Width, height and the red, green and blue components of a picture."""
+    size = subprocess.run(["identify", "-format", "%w %h", picture], check=True, capture_output=True).stdout.split()
+    width, height = int(size[0]), int(size[1])
+    raw = subprocess.run(["convert", picture, *options, "-endian", "MSB", "-depth", str(depth), "rgb:-"], check=True,
+                         capture_output=True).stdout
+    return width, height, struct.unpack(f">{width * height * 3}{'H' if depth == 16 else 'B'}", raw)
+
+
+def picture_tags(width, height, rows, bits, photometric):
+    """Number, type, count and value of what every picture has (TIFF 6.0); the place of the rows is not known yet."""
+    return [
+        (254, LONG, 1, long(0)),  # NewSubfileType: the picture itself
+        (256, LONG, 1, long(width)),
+        (257, LONG, 1, long(height)),
+        (258, SHORT, len(bits), shorts(*bits)),
+        (259, SHORT, 1, shorts(1)),  # Compression: none
+        (262, SHORT, 1, shorts(photometric)),
+        (273, LONG, 1, None),  # StripOffsets
+        (274, SHORT, 1, shorts(1)),
+        (277, SHORT, 1, shorts(len(bits))),
+        (278, LONG, 1, long(height)),
+        (279, LONG, 1, long(len(rows))),
+    ]
+
+
+def dng(picture):
+    """Adobe DNG 1.4.0.0."""
+    width, height, linear = components(picture, 16, "-colorspace", "RGB", "-set", "colorspace", "sRGB")
+    rows = b"".join(shorts(linear[3 * (y * width + x) + (y & 1) + (x & 1)])
+                    for y in range(height) for x in range(width))
+    model = text("NIVEX Essai")
+    return rows, picture_tags(width, height, rows, [16], 32803) + [
+        (271, TEXT, 6, text("NIVEX")),
+        (272, TEXT, len(model), model),
+        (33421, SHORT, 2, shorts(2, 2)),              # CFARepeatPatternDim
+        (33422, BYTE, 4, bytes((0, 1, 1, 2))),        # CFAPattern: red green / green blue
+        (50706, BYTE, 4, bytes((1, 4, 0, 0))),        # DNGVersion
+        (50707, BYTE, 4, bytes((1, 1, 0, 0))),
+        (50708, TEXT, len(model), model),             # UniqueCameraModel
+        (50714, SHORT, 1, shorts(0)),                 # BlackLevel
+        (50717, LONG, 1, long(65535)),                # WhiteLevel
+        (50721, SIGNED_RATIONAL, 9, rationals(3.2406, -1.5372, -0.4986, -0.9689, 1.8758, 0.0415, 0.0557, -0.2040,
+                                              1.0570)),  # ColorMatrix1: from XYZ to linear sRGB
+        (50728, RATIONAL, 3, rationals(1, 1, 1)),     # AsShotNeutral
+        (50778, SHORT, 1, shorts(21)),                # CalibrationIlluminant1: D65
+    ]
+
+
+def geotiff(picture):
+    """GeoTIFF revision 1.0: degrees on WGS 84."""
+    width, height, values = components(picture, 8)
+    rows = bytes(values)
+    keys = shorts(1, 1, 0, 3, 1024, 0, 1, 2, 1025, 0, 1, 1, 2048, 0, 1, 4326)
+    return rows, picture_tags(width, height, rows, [8, 8, 8], 2) + [
+        (33550, DOUBLE, 3, struct.pack("<3d", 0.01, 0.01, 0)),               # ModelPixelScale
+        (33922, DOUBLE, 6, struct.pack("<6d", 0, 0, 0, 2.3, 48.8, 0)),       # ModelTiepoint
+        (34735, SHORT, 16, keys),                                            # GeoKeyDirectory
+    ]
+
+
+def written(rows, tags):
+    """The whole file: header, the one directory, what does not fit into it, and the rows."""
+    tags = sorted(tags, key=lambda tag: tag[0])
+    behind = b""
+    begin = 8 + 2 + 12 * len(tags) + 4
+    end = begin + sum(len(value) + len(value) % 2 for _, _, _, value in tags if value and len(value) > 4)
+    directory = shorts(len(tags))
+    for number, kind, count, value in tags:
+        value = long(end) if value is None else value
+        directory += struct.pack("<HHI", number, kind, count)
+        if len(value) <= 4:
+            directory += value.ljust(4, b"\0")
+        else:
+            directory += long(begin + len(behind))
+            behind += value + b"\0" * (len(value) % 2)
+    return b"II*\0" + long(8) + directory + long(0) + behind + rows
+
+
+if __name__ == "__main__":
+    with open(sys.argv[3], "wb") as out:
+        out.write(written(*{"dng": dng, "geotiff": geotiff}[sys.argv[1]](sys.argv[2])))

@@ -1,0 +1,6 @@
+#include "tests/Fuzz/BitmapRows.hpp"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    return nivex::image::decodeRows(nivex::image::openBmp, data, size);
+}

@@ -1,0 +1,8 @@
+#include "NivexWorkers/Image/Codecs/Icons.hpp"
+
+#include "tests/Fuzz/BitmapRows.hpp"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    return nivex::image::decodeIcons(nivex::image::openIcns, data, size);
+}

@@ -1,0 +1,141 @@
+#include "NivexKit/Engines/Image/NativeImageEngine.hpp"
+#include "NivexKit/Engines/Image/PictureFormats.hpp"
+
+#include <algorithm>
+
+namespace nivex {
+namespace {
+
+using Kind = ConversionOptionKind;
+using Loss = ConversionLoss;
+
+const FormatRegistry& registry() { return FormatRegistry::standard(); }
+const FileFormat& format(const char* id) { return *registry().format(FormatID{id}); }
+
+class NativeImageEngineTest : public ::testing::Test {
+protected:
+    Loss losses(const char* source, const SourceProperties& properties, const char* target) const
+    {
+        return engine.expectedLosses(format(source), properties, format(target));
+    }
+    const EngineCapability* edge(const char* source, const char* target) const
+    {
+        const auto edges = engine.capabilities();
+        const auto found = std::ranges::find_if(
+            edges, [&](const auto& each) { return each.source == source && each.target == target; });
+        return found == edges.end() ? nullptr : &*found;
+    }
+
+    WorkerPool pool{{.folders = {}}};
+    NativeImageEngine engine{registry(), pool};
+};
+
+struct LossCase {
+    const char* name;
+    const char* source;
+    SourceProperties properties;
+    const char* target;
+    Loss expected;
+};
+
+TEST_F(NativeImageEngineTest, announcesWhatTheWorkLoses)
+{
+    const SourceProperties deep{.bitsPerComponent = 16};
+    const SourceProperties floating{.bitsPerComponent = 32, .isFloatingPoint = true};
+    const SourceProperties several{.imageCount = 3};
+    const SourceProperties wide{.pixelWidth = 300, .pixelHeight = 20'000};
+    const LossCase cases[] = {
+        {"nothing", "png", {.hasAlpha = true}, "tiff", {}},
+        {"alpha to none", "png", {.hasAlpha = true}, "jpeg", Loss::transparency | Loss::compression},
+        {"a depth that the traits do not promise", "png", deep, "jp2", Loss::compression},
+        {"a depth that both keep", "tiff", deep, "png", {}},
+        {"a depth that is lost", "png", deep, "webp", Loss::compression | Loss::colorDepth},
+        {"floating point to whole numbers", "tiff", floating, "png", Loss::colorDepth},
+        {"floating point to floating point", "hdr", floating, "tiff", {}},
+        {"no blocks for what a file says", "jpeg", {}, "hdr", Loss::metadata},
+        {"nothing to say", "gif", {}, "hdr", {}},
+        {"pages to pages", "tiff", several, "heic", Loss::compression},
+        {"pages to an animation, which is none", "tiff", several, "gif",
+         Loss::pages | Loss::colorPalette | Loss::metadata},
+        {"pages to one", "tiff", {.pageCount = 2}, "png", Loss::pages},
+        {"animation to animation", "gif", several, "webp", Loss::compression},
+        {"animation to pages", "gif", several, "tiff", Loss::animation},
+        {"animation to a document", "webp", several, "pdf", Loss::animation | Loss::compression},
+        {"an animated PNG, of which the first picture is read", "png", several, "gif",
+         Loss::animation | Loss::colorPalette | Loss::metadata},
+        {"a photograph's own data on a page", "jpeg", {}, "pdf", {}},
+        {"sizes to sizes", "ico", several, "icns", {}},
+        {"sizes to pages", "icns", several, "tiff", {}},
+        {"sizes to one", "ico", several, "png", Loss::pages},
+        {"longer than the format's longest side", "png", wide, "webp", Loss::compression | Loss::resolution},
+        {"long but not too long", "png", wide, "jpeg", Loss::compression},
+        {"an icon of a photograph",
+         "jpeg",
+         {.pixelWidth = 4000, .pixelHeight = 257},
+         "ico",
+         Loss::resolution | Loss::metadata},
+        {"alpha that may be there", "astc", {}, "hdr", Loss::transparency},
+        {"alpha that is not there", "astc", {.hasAlpha = false}, "hdr", {}},
+        {"layers that may be there", "psd", {}, "tiff", Loss::layers},
+        {"layers that are not there", "psb", {.hasLayers = false}, "png", {}},
+        {"layers between formats that both have them", "tiff", {.hasLayers = true}, "psd", Loss::layers},
+        {"a camera's sensor",
+         "nef",
+         {.bitsPerComponent = 14},
+         "jpeg",
+         Loss::rawDevelopment | Loss::colorDepth | Loss::compression},
+        {"a place on the map", "geotiff", several, "tiff", Loss::metadata},
+        {"into itself", "jpeg", {.pixelWidth = 10, .pixelHeight = 10}, "jpeg", Loss::compression},
+    };
+    for (const LossCase& each : cases) {
+        SCOPED_TRACE(each.name);
+        EXPECT_EQ(losses(each.source, each.properties, each.target).names(), each.expected.names());
+    }
+}
+
+TEST_F(NativeImageEngineTest, edgeMayLoseWhateverItsWorstFileLoses)
+{
+    SourceProperties worst{.pixelWidth = 1'000'000, .hasAlpha = true, .bitsPerComponent = 16, .hasLayers = true};
+    for (const EngineCapability& each : engine.capabilities()) {
+        SCOPED_TRACE(each.source.rawValue + " to " + each.target.rawValue);
+        const FileFormat& source = *registry().format(each.source);
+        const FileFormat& target = *registry().format(each.target);
+        EXPECT_TRUE(each.potentialLosses.contains(engine.expectedLosses(source, {}, target)));
+        worst.hasAlpha = source.has(FormatTrait::transparency);
+        EXPECT_EQ(each.potentialLosses.contains(Loss::transparency),
+                  engine.expectedLosses(source, worst, target).contains(Loss::transparency));
+    }
+    ASSERT_TRUE(edge("png", "jpeg"));
+    EXPECT_TRUE(edge("png", "jpeg")->potentialLosses.contains(Loss::animation | Loss::transparency | Loss::colorDepth));
+}
+
+TEST_F(NativeImageEngineTest, edgesOfferWhatTheWorkHonours)
+{
+    ASSERT_TRUE(edge("png", "jpeg"));
+    EXPECT_EQ(edge("png", "jpeg")->options,
+              (ConversionOptionKinds{Kind::quality, Kind::metadata, Kind::colorProfile, Kind::dimensions,
+                                     Kind::background, Kind::targetSize}));
+    ASSERT_TRUE(edge("jpeg", "png"));
+    EXPECT_EQ(edge("jpeg", "png")->options,
+              (ConversionOptionKinds{Kind::metadata, Kind::colorProfile, Kind::dimensions}));
+    ASSERT_TRUE(edge("gif", "hdr"));
+    EXPECT_EQ(edge("gif", "hdr")->options, (ConversionOptionKinds{Kind::dimensions, Kind::background}));
+    for (const EngineCapability& each : engine.capabilities())
+        EXPECT_FALSE(each.options.contains(Kind::removeBackground));
+}
+
+TEST_F(NativeImageEngineTest, readsMapsAndWritesNone)
+{
+    EXPECT_TRUE(edge("geotiff", "png"));
+    EXPECT_FALSE(edge("png", "geotiff"));
+    EXPECT_FALSE(edge("png", "png"));
+}
+
+TEST_F(NativeImageEngineTest, narrowerRegistryMeansFewerEdges)
+{
+    const FormatRegistry few{{format("png"), format("jpeg"), format("mp3")}};
+    EXPECT_EQ(NativeImageEngine(few, pool).capabilities().size(), 2U);
+}
+
+} // namespace
+} // namespace nivex

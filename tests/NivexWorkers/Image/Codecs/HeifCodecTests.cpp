@@ -1,0 +1,166 @@
+#include "NivexWorkers/Image/Codecs/HeifColors.hpp"
+#include "NivexWorkers/Image/Codecs/Profiles.hpp"
+
+#include "tests/NivexWorkers/Image/PictureScene.hpp"
+
+namespace nivex::image {
+namespace {
+
+using vips::VImage;
+
+// x265 3.5 leaks its parameters; a worker's child ends after the job.
+extern "C" const char* __lsan_default_suppressions() { return "leak:libx265\n"; }
+
+class HeifCodec : public testing::PictureScene {
+protected:
+    /// A picture of one colour.
+    static VImage flat(std::vector<double> color, VipsBandFormat format, VipsInterpretation colors, int width = 20,
+                       int height = 12)
+    {
+        return (VImage::black(width, height) + color)
+            .cast(format)
+            .copy(VImage::option()->set("interpretation", colors))
+            .copy_memory();
+    }
+
+    static VImage straightBlend(int width, int height)
+    {
+        const VImage place = VImage::xyz(width, height);
+        return (place[0] * 255 / width)
+            .bandjoin({place[1] * 255 / height, (place[0] + place[1]) * 255 / (width + height)})
+            .cast(VIPS_FORMAT_UCHAR)
+            .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB))
+            .copy_memory();
+    }
+};
+
+TEST_F(HeifCodec, KeepsEveryBitOfAvifAndNearlyEveryOneOfHeicAtFullQuality)
+{
+    const struct {
+        int bands;
+        VipsBandFormat format;
+        VipsInterpretation colors;
+        double heicError; // 1 in 8 bits by the rounding of colours; deep pictures have 10 of their 16 bits
+        double avifError; // deep pictures have 12 of their 16 bits
+    } kinds[] = {
+        {1, VIPS_FORMAT_UCHAR, VIPS_INTERPRETATION_B_W, 0, 0},
+        {2, VIPS_FORMAT_UCHAR, VIPS_INTERPRETATION_B_W, 0, 0},
+        {3, VIPS_FORMAT_UCHAR, VIPS_INTERPRETATION_sRGB, 2, 0},
+        {4, VIPS_FORMAT_UCHAR, VIPS_INTERPRETATION_sRGB, 2, 0},
+        {1, VIPS_FORMAT_USHORT, VIPS_INTERPRETATION_GREY16, 64, 16},
+        {3, VIPS_FORMAT_USHORT, VIPS_INTERPRETATION_RGB16, 192, 16},
+        {4, VIPS_FORMAT_USHORT, VIPS_INTERPRETATION_RGB16, 192, 16},
+    };
+    for (const auto& kind : kinds)
+        for (const auto& [width, height] : {std::pair{96, 64}, {61, 47}, {1, 1}, {3, 130}}) {
+            SCOPED_TRACE(std::to_string(kind.bands) + " bands, " + std::to_string(width) + " wide, format " +
+                         std::to_string(kind.format));
+            const VImage image = pixels(width, height, kind.bands, kind.format, kind.colors);
+            // libheif cuts a HEIC picture of such a size out of a larger one, and makes colour of grey on reading it.
+            if (kind.bands > 2 || width % 2 == 0) {
+                EXPECT_LE(difference(read("heic", written("heic", {.frames = {image}})).first(), image),
+                          kind.heicError);
+            }
+            EXPECT_LE(difference(read("avif", written("avif", {.frames = {image}})).first(), image), kind.avifError);
+        }
+}
+
+TEST_F(HeifCodec, SpreadsDeepSamplesOverTheWholeRange)
+{
+    for (const std::string_view format : {"heic", "avif"}) {
+        const VImage white = flat({65'535, 65'535, 65'535}, VIPS_FORMAT_USHORT, VIPS_INTERPRETATION_RGB16);
+        EXPECT_EQ(read(format, written(format, {.frames = {white}})).first().min(), 65'535) << format;
+    }
+}
+
+TEST_F(HeifCodec, HigherQualityTakesMoreBytesForLessError)
+{
+    const VImage image = straightBlend(302, 202);
+    for (const std::string_view format : {"heic", "avif"}) {
+        std::size_t smaller = 0;
+        for (const double quality : {0.0, 0.3, 0.6, 0.85, 0.95, 1.0}) {
+            const std::size_t size = written(format, {.frames = {image}}, quality).size();
+            EXPECT_GT(size, smaller) << format << " at " << quality;
+            smaller = size;
+        }
+    }
+}
+
+TEST_F(HeifCodec, KeepsPicturesInOrderWithMetadataAndProfile)
+{
+    const VImage second = pixels(40, 30, 3, VIPS_FORMAT_UCHAR, VIPS_INTERPRETATION_sRGB);
+    const VImage first = pixels(50, 20, 3, VIPS_FORMAT_UCHAR, VIPS_INTERPRETATION_sRGB)
+                             .icc_transform("p3", VImage::option()->set("input_profile", "srgb"));
+    const std::string exif{"MM\0*\0\0\0\x08\0\0\0\0\0\0", 14};
+    Metadata metadata{.xmp = "<x:xmpmeta xmlns:x='adobe:ns:meta/'/>"};
+    for (const char each : exif)
+        metadata.exif.push_back(static_cast<std::byte>(each));
+    const Picture written{.frames = {first, second}, .kind = FrameKind::pages, .metadata = metadata};
+    const Picture found = read("heic", HeifCodec::written("heic", written));
+    ASSERT_EQ(found.frames.size(), 2u);
+    EXPECT_EQ(found.kind, FrameKind::pages);
+    EXPECT_EQ(profileOf(found.first()), profileOf(first));
+    EXPECT_FALSE(hasProfile(found.frames[1]));
+    EXPECT_LE(difference(found.frames[1], second), 2);
+    EXPECT_EQ(found.metadata.exif, metadata.exif);
+    EXPECT_EQ(found.metadata.xmp, metadata.xmp);
+}
+
+TEST_F(HeifCodec, RefusesEveryFileThatIsCutShort)
+{
+    const VImage image = straightBlend(150, 100);
+    for (const std::string_view format : {"heic", "avif"}) {
+        SCOPED_TRACE(format);
+        EXPECT_THAT(acceptedPrefixes(format, written(format, {.frames = {image}}, 0.9), 97), ::testing::IsEmpty());
+    }
+}
+
+TEST_F(HeifCodec, RefusesLargePicturesBeforeDecodingThem)
+{
+    std::string file = written("heic", {.frames = {straightBlend(64, 64)}});
+    const std::size_t size = file.find("ispe") + 8; // width and height (ISO/IEC 23008-12, 6.5.3)
+    file.replace(size, 8, std::string{"\0\0\x80\0\0\0\x80\0", 8});
+    EXPECT_THAT(refusal("heic", file), ::testing::HasSubstr("mégapixels"));
+}
+
+TEST(HeifColors, AreSrgbsOrBecomeAProfile)
+{
+    const auto light = [](int primaries, int transfer, double signal) {
+        heif_color_profile_nclx* const colors = heif_nclx_color_profile_alloc();
+        heif_nclx_color_profile_set_color_primaries(colors, static_cast<std::uint16_t>(primaries));
+        heif_nclx_color_profile_set_transfer_characteristics(colors, static_cast<std::uint16_t>(transfer));
+        const std::string profile = profileOfCodedColors(*colors);
+        heif_nclx_color_profile_free(colors);
+        if (profile.empty())
+            return std::vector<double>{};
+        VImage grey = (VImage::black(1, 1) + std::vector<double>(3, signal * 65'535))
+                          .cast(VIPS_FORMAT_USHORT)
+                          .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_RGB16));
+        embedProfile(grey, profile);
+        EXPECT_TRUE(hasProfile(grey));
+        return grey.icc_import(VImage::option()->set("embedded", true)->set("pcs", VIPS_PCS_XYZ)).getpoint(0, 0);
+    };
+    EXPECT_THAT(light(1, 13, 0.5), ::testing::IsEmpty());
+    EXPECT_THAT(light(2, 2, 0.5), ::testing::IsEmpty());
+    EXPECT_THAT(light(1, 1, 0.5), ::testing::IsEmpty());
+    const struct {
+        const char* name;
+        int primaries;
+        int transfer;
+        double signal;
+        double luminance; // of 100
+    } cases[] = {
+        {"P3 has sRGB's curve", 12, 13, 0.5, 21.4},      {"linear light", 1, 8, 0.5, 50},
+        {"PQ stays white beyond", 9, 16, 0.9, 100},      {"PQ at 100 cd/m²", 9, 16, 0.5081, 49.3},
+        {"HLG reaches white at 75 %", 9, 18, 0.75, 100}, {"HLG at half", 9, 18, 0.5, 25},
+    };
+    for (const auto& each : cases) {
+        const std::vector<double> found = light(each.primaries, each.transfer, each.signal);
+        ASSERT_EQ(found.size(), 3u) << each.name;
+        EXPECT_NEAR(found[1], each.luminance, 0.5) << each.name;
+        EXPECT_NEAR(found[0] / found[1], 0.9505, 0.005) << each.name << ": grey is not neutral"; // D65
+    }
+}
+
+} // namespace
+} // namespace nivex::image
