@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
 #include <vector>
 
@@ -43,7 +44,14 @@ void addNumber(CLI::App& command, const char* option, const char* placeholder, s
     });
 }
 
+// No argument holds a NUL byte, so it cannot be taken for a part of one.
+constexpr char protection = '\0';
+
 } // namespace
+
+std::string protectedWord(const std::string& word) { return protection + word; }
+
+std::string unprotected(const std::string& word) { return word.starts_with(protection) ? word.substr(1) : word; }
 
 void refuse(const char* option, const std::string& value)
 {
@@ -78,12 +86,13 @@ void addFlag(CLI::App& command, const char* names, bool& place, Text description
 void addText(CLI::App& command, const char* names, const char* placeholder, const std::string& description,
              const TextReader& read)
 {
-    command.add_option_function<std::string>(names, read, description)->type_name(placeholder);
+    const auto readPlain = [read](const std::string& value) { read(unprotected(value)); };
+    command.add_option_function<std::string>(names, readPlain, description)->type_name(placeholder);
 }
 
 void addWord(CLI::App& command, const char* name, Text description, const TextReader& read)
 {
-    command.add_option_function<std::string>(name, read, description.localized())->type_name("");
+    addText(command, name, "", description, read);
 }
 
 void addSelection(CLI::App& command, FileSelection& selection)
@@ -91,7 +100,10 @@ void addSelection(CLI::App& command, FileSelection& selection)
     command
         .add_option_function<std::vector<std::string>>(
             "FICHIER",
-            [&selection](const std::vector<std::string>& names) { selection.files.assign(names.begin(), names.end()); },
+            [&selection](const std::vector<std::string>& names) {
+                selection.files.clear();
+                std::ranges::transform(names, std::back_inserter(selection.files), unprotected);
+            },
             std::string{"Fichiers à traiter"_fr})
         ->type_name("");
     addText(command, "--files-from", "LISTE", "Lit d'autres noms dans ce fichier, ou sur l'entrée standard avec -"_fr,

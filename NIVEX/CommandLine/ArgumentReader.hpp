@@ -23,6 +23,11 @@ struct BadValue {
     std::string message;
 };
 
+/// A word that the library must take for nothing but a word: it would look for an option behind a dash even after "--",
+/// and for a list between brackets. The functions below read it as it was.
+std::string protectedWord(const std::string& word);
+std::string unprotected(const std::string& word);
+
 using TextReader = std::function<void(const std::string&)>;
 
 /// A sub-command, with its own help.

@@ -5,6 +5,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <utility>
+
 #ifndef NIVEX_VERSION
 #error "the build names the version"
 #endif
@@ -186,10 +189,25 @@ void Parser::addRecipeCommands()
             [this](const std::string& value) { recipeExport_.file = value; });
 }
 
+/// The arguments as the library takes them: the last one first, and without the "--" that ends the options.
+std::vector<std::string> libraryWords(std::span<const std::string> arguments)
+{
+    std::vector<std::string> words;
+    bool areOptionsOver = false;
+    for (const std::string& each : arguments) {
+        if (each == "--" && !std::exchange(areOptionsOver, true))
+            continue;
+        const bool isMistakable = each.starts_with('[') || (areOptionsOver && each.starts_with('-'));
+        words.push_back(isMistakable ? protectedWord(each) : each);
+    }
+    std::ranges::reverse(words);
+    return words;
+}
+
 Invocation Parser::parse(std::span<const std::string> arguments)
 {
     try {
-        app_.parse(std::vector<std::string>{arguments.rbegin(), arguments.rend()}); // it takes them last first
+        app_.parse(libraryWords(arguments));
         return checked();
     } catch (const BadValue& bad) {
         return UsageError{bad.message};
@@ -292,8 +310,8 @@ std::string Parser::unexpectedMessage(const std::string& word) const
         for (const CLI::App* each : command.get_subcommands({}))
             names.push_back(each->get_name());
         if (names.empty())
-            return filled("argument de trop : « {} »"_fr, {validUtf8(word)});
-        return filled("commande inconnue : « {} »."_fr, {validUtf8(word)}) + suggestion(word, names);
+            return filled("argument de trop : « {} »"_fr, {validUtf8(unprotected(word))});
+        return filled("commande inconnue : « {} »."_fr, {validUtf8(unprotected(word))}) + suggestion(word, names);
     }
     for (const CLI::Option* option : command.get_options())
         for (const std::string& name : option->get_lnames())

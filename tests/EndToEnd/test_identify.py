@@ -60,15 +60,15 @@ class Identify(NivexCase):
         self.assertEqual(self.only("grand.srt", expect=1)["issues"][0]["case"], "tooLarge")
 
     def test_any_name_that_the_file_system_holds_works(self):
-        names = [b"-tiret.srt", "é 🎬\nfilm.srt".encode(), b"\xff\xfe.srt", b"x" * 251 + b".srt"]
+        names = [b"-tiret.srt", "é 🎬\nfilm.srt".encode(), b"\xff\xfe.srt", b"x" * 251 + b".srt", b"[liste,]"]
         for name in names:
             (self.folder / os.fsdecode(name)).write_text(subrip(1))
         lines = self.json_lines("identify", "--files-from", "-", "-0", input=b"\0".join(names))
 
-        self.assertEqual([line["format"] for line in lines], ["srt"] * 4)
+        self.assertEqual([line["format"] for line in lines], ["srt"] * 5)
         self.assertEqual(base64.b64decode(lines[2]["pathBytes"]), names[2])
         self.assertNotIn("pathBytes", lines[1])
-        self.assertEqual(self.run_nivex("identify", "--", "-tiret.srt").returncode, 0)
+        self.run_nivex("identify", names[4], "--", *names[:4])
 
     def test_folders_are_walked_without_what_is_hidden(self):
         for name in ("a/b/1.srt", "a/2.srt", "a/.secret/3.srt", "a/.4.srt"):
