@@ -50,9 +50,22 @@ const PictureFormat& rowOf(const FileFormat& format)
     return *row;
 }
 
+/// libvips computes with one thread as long as this lives.
+class OneThread {
+public:
+    OneThread() { vips_concurrency_set(1); }
+    ~OneThread() { vips_concurrency_set(before_); }
+    OneThread(const OneThread&) = delete;
+    OneThread& operator=(const OneThread&) = delete;
+
+private:
+    int before_ = vips_concurrency_get();
+};
+
 /// Pulls every pixel of the source, to learn whether a failure to write was a failure to read.
 bool isReadableThroughout(const EngineRequest& request)
 {
+    const OneThread thread; // several may lose an error: see hasErrorBehind
     try {
         const ReadRequest reading{
             .file = request.input, .format = request.sourceFormat.id.rawValue, .limits = request.limits};
@@ -63,6 +76,11 @@ bool isReadableThroughout(const EngineRequest& request)
         return false;
     }
 }
+
+/// True when something failed although libvips told of no failure. When several threads compute a picture, version 8.14
+/// takes stock as soon as the last piece is handed out (vips_threadpool_run), and an error in a piece that is not done
+/// yet goes unnoticed; only its message stays.
+bool hasErrorBehind() { return *vips_error_buffer() != '\0'; }
 
 /// True for a file that is only to become smaller, is small enough and is to be changed in no other way. Its quality
 /// is no reason to encode it again: that could only make it look worse.
@@ -134,6 +152,36 @@ void write(const Picture& picture, const EngineRequest& request, const std::opti
     embedMetadata(output, format, picture.metadata);
 }
 
+/// Makes the output. May leave half a picture where hasErrorBehind.
+void produce(const Codec& source, const PictureFormat& target, const EngineRequest& request,
+             const ProgressCallback& progress)
+{
+    const fs::path output = request.outputLocation();
+    const auto mostBytes = OutputBudget::isOffered(target.id) ? request.options.maxFileBytes : std::nullopt;
+    const auto fits = [&](const fs::path& file) {
+        return !mostBytes || std::cmp_less_equal(fs::file_size(file), *mostBytes);
+    };
+    Picture picture = readSource(source, target, request);
+    if (isAsAskedAlready(picture, request)) {
+        if (!isReadableThroughout(request))
+            throw damaged();
+        fs::copy_file(request.input, output);
+        return;
+    }
+    if (const auto jpeg = fits(request.input) ? untouchedJpeg(picture, request, progress) : std::nullopt) {
+        write(adaptedTo(target, std::move(picture), request), request, jpeg, progress);
+        if (fits(output))
+            return;
+        fs::remove(output); // by less than what surrounds the picture, which has been read to its end
+        picture = readSource(source, target, request);
+    }
+    picture = adaptedTo(target, std::move(picture), request);
+    if (mostBytes)
+        writeWithinBudget(std::move(picture), target, request, progress);
+    else
+        write(picture, request, std::nullopt, progress);
+}
+
 } // namespace
 
 void startLibraries()
@@ -160,33 +208,15 @@ std::vector<fs::path> convertPicture(const EngineRequest& request, const Progres
         throw ConversionError::unsupported("le retrait de l'arrière-plan n'est pas disponible sur cette machine"_fr);
 
     const fs::path output = request.outputLocation();
-    const auto mostBytes =
-        OutputBudget::isOffered(request.targetFormat.id) ? request.options.maxFileBytes : std::nullopt;
-    const auto fits = [&](const fs::path& file) {
-        return !mostBytes || std::cmp_less_equal(fs::file_size(file), *mostBytes);
-    };
+    vips_error_clear();
     try {
-        Picture picture = readSource(source, target, request);
-        if (isAsAskedAlready(picture, request)) {
-            if (!isReadableThroughout(request))
-                throw damaged();
-            fs::copy_file(request.input, output);
-            return {output};
+        produce(source, target, request, progress);
+        if (hasErrorBehind()) {
+            const OneThread thread;
+            fs::remove(output);
+            produce(source, target, request, progress);
         }
-        if (const auto jpeg = fits(request.input) ? untouchedJpeg(picture, request, progress) : std::nullopt) {
-            write(adaptedTo(target, std::move(picture), request), request, jpeg, progress);
-            if (fits(output))
-                return {output};
-            fs::remove(output); // by less than what surrounds the picture, which has been read to its end
-            picture = readSource(source, target, request);
-        }
-        picture = adaptedTo(target, std::move(picture), request);
-        if (mostBytes)
-            writeWithinBudget(std::move(picture), target, request, progress);
-        else
-            write(picture, request, std::nullopt, progress);
     } catch (const vips::VError&) {
-        vips_error_clear();
         if (!isReadableThroughout(request))
             throw damaged();
         throw ConversionError::encodingFailed(
