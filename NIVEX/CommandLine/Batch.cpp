@@ -132,7 +132,7 @@ std::vector<std::string> Batch::warningsOf(const ConversionPlan& plan) const
 {
     std::vector<std::string> warnings = plan.warnings();
     for (const OptionOverrides::Given& given : request_.run.overrides.given())
-        if (!plan.options.contains(given.kind))
+        if (!plan.options.contains(given.kind) && !plan.refused.contains(given.kind))
             warnings.push_back(filled("L'option {} est sans effet sur cette conversion."_fr, {given.name}));
     return warnings;
 }

@@ -15,6 +15,7 @@ struct EngineCapability {
     bool reportsProgress = false;      // real fractions reach the progress callback
     bool supportsCancellation = false; // the engine polls the cancellation flag
     bool isTerminal = false;           // no further step may follow
+    ConversionOptionKinds refused;     // with these the work fails rather than going without
 
     bool operator==(const EngineCapability&) const = default;
 };

@@ -27,6 +27,7 @@ struct ConversionPlan {
     ConversionLoss losses;          // union over the steps
     ConversionOptionKinds options;  // union over the steps
     bool reportsProgress = false;   // every step reports progress
+    ConversionOptionKinds refused;  // with these the conversion fails; union over the steps
 
     const FormatID& id() const { return target.id; }
     bool isDirect() const { return steps.size() == 1; }

@@ -73,6 +73,7 @@ std::optional<ConversionPlan> ConversionPlanner::makePlan(const FileFormat& sour
         const ResolvedEdge& step = resolved(*edge);
         plan.losses |= step.engine->expectedLosses(*current, state, *step.target);
         plan.options |= capability.options;
+        plan.refused |= capability.refused;
         plan.reportsProgress = plan.reportsProgress && capability.reportsProgress;
         plan.steps.push_back({engine, capability.source, capability.target});
         state = LossAnalysis::propagate(std::move(state), *current, *step.target);
@@ -84,8 +85,7 @@ std::optional<ConversionPlan> ConversionPlanner::makePlan(const FileFormat& sour
         if (!plan.losses.majorPart().without(unavoidable).isEmpty())
             return std::nullopt;
     }
-    if (OutputBudget::isOffered(plan.target.id))
-        plan.options.insert(ConversionOptionKind::targetSize);
+    (OutputBudget::isOffered(plan.target.id) ? plan.options : plan.refused).insert(ConversionOptionKind::targetSize);
     return plan;
 }
 

@@ -104,6 +104,10 @@ class Convert(NivexCase):
         self.assertTrue(any("--quality" in warning for warning in done["warnings"]))
         failed, = self.json_lines("convert", "film.srt", "--to", "vtt", "--max-size", "1MB", expect=1)
         self.assertEqual(failed["message"], "Conversion non prise en charge : ce format ne propose pas de poids cible")
+        self.sample("soir.jpg")
+        told = self.run_nivex("convert", "soir.jpg", "--to", "png", "--remove-background", expect=1).stderr.decode()
+        self.assertIn("le retrait de l'arrière-plan n'est pas disponible", told)
+        self.assertNotIn("sans effet", told + "".join(failed["warnings"]))
 
     def test_destinations_that_cannot_be_used(self):
         self.write("film.srt", subrip(2))

@@ -116,7 +116,8 @@ NativeImageEngine::NativeImageEngine(const FormatRegistry& registry, WorkerPool&
                                          .potentialLosses = lossesOf(*from, richest(*from), target),
                                          .options = optionsOf(*from, target, *to),
                                          .reportsProgress = true,
-                                         .supportsCancellation = true});
+                                         .supportsCancellation = true,
+                                         .refused = {Kind::removeBackground}});
     }
 }
 
