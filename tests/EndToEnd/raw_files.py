@@ -18,8 +18,9 @@ def packed(kind, values):
 
 
 def tiff(tags, data, header=b"II*\0"):
-    """A TIFF structure of one directory whose picture data come last; tag 273 is filled in."""
-    tags = sorted(tags + [(273, LONG, [0])])
+    """A TIFF structure of one directory whose picture data come last. The tags of their places, 273 or 324, count from
+    there and are set right."""
+    tags = sorted(tags)
     directory_end = 8 + 2 + 12 * len(tags) + 4
     extra, entries = b"", []
     for tag, kind, values in tags:
@@ -28,8 +29,8 @@ def tiff(tags, data, header=b"II*\0"):
     data_begin = directory_end + sum((len(entry[3]) + 1) // 2 * 2 for entry in entries if len(entry[3]) > 4)
     directory = struct.pack("<H", len(entries))
     for tag, kind, count, stored in entries:
-        if tag == 273:
-            stored = struct.pack("<I", data_begin)
+        if tag in (273, 324):
+            stored = packed(LONG, [data_begin + begin for begin in struct.unpack(f"<{count}I", stored)])
         if len(stored) > 4:
             place = struct.pack("<I", directory_end + len(extra))
             extra += stored + b"\0" * (len(stored) % 2)
@@ -57,18 +58,61 @@ def mosaic(width, height, color_at, white, black=0, gains=(1, 1, 1)):
     return b"".join(rows)
 
 
+def lossless_jpeg(rows):
+    """Rows of samples of 16 bits as a JPEG stream without loss (ITU-T T.81, process 14, each sample told from the one
+    on its left), in which every category of difference has a code of five bits."""
+    bits = []
+    above = 1 << 15
+    for row in rows:
+        predicted = above
+        above = row[0]
+        for sample in row:
+            difference = (sample - predicted + (1 << 15)) % (1 << 16) - (1 << 15)
+            category = abs(difference).bit_length()
+            bits.append(f"{category:05b}")
+            if 0 < category < 16:
+                bits.append(f"{difference if difference > 0 else difference + (1 << category) - 1:0{category}b}")
+            predicted = sample
+    joined = "".join(bits)
+    joined += "1" * (-len(joined) % 8)
+    coded = int(joined, 2).to_bytes(len(joined) // 8, "big").replace(b"\xff", b"\xff\0")
+    categories = bytes(range(17))
+    frame = struct.pack(">BHHB", 16, len(rows), len(rows[0]), 1) + b"\1\x11\0"
+    table = b"\0" + bytes([0, 0, 0, 0, len(categories)] + 11 * [0]) + categories
+    segments = [(b"\xff\xc3", frame), (b"\xff\xc4", table), (b"\xff\xda", b"\1\1\0\1\0\0")]
+    told = b"".join(marker + struct.pack(">H", 2 + len(body)) + body for marker, body in segments)
+    return b"\xff\xd8" + told + coded + b"\xff\xd9"
+
+
+def tiled(data, width, height, side):
+    """Samples of 16 bits as tiles of lossless JPEG, one after the other, and where each begins."""
+    samples = struct.unpack(f"<{width * height}H", data)
+    tiles, begins = b"", []
+    for top in range(0, height, side):
+        for left in range(0, width, side):
+            begins.append(len(tiles))
+            rows = [samples[y * width + left:y * width + left + side] for y in range(top, top + side)]
+            tiles += lossless_jpeg(rows)
+    return tiles, begins
+
+
 def text(value):
     return list(value.encode() + b"\0")
 
 
 def camera_file(width, height, color_at, make, model, white=4095, black=0, orientation=1, gains=(1, 1, 1), dng=False,
-                exposure=0):
-    """A raw file of a camera; with `dng` one that explains itself."""
+                exposure=0, tile_side=0):
+    """A raw file of a camera; with `dng` one that explains itself, with `tile_side` one in tiles of lossless JPEG."""
     data = mosaic(width, height, color_at, white, black, gains)
-    tags = [(254, LONG, [0]), (256, LONG, [width]), (257, LONG, [height]), (258, SHORT, [16]), (259, SHORT, [1]),
+    if tile_side:
+        data, begins = tiled(data, width, height, tile_side)
+        places = [(259, SHORT, [7]), (322, LONG, [tile_side]), (323, LONG, [tile_side]), (324, LONG, begins),
+                  (325, LONG, [end - begin for begin, end in zip(begins, begins[1:] + [len(data)])])]
+    else:
+        places = [(259, SHORT, [1]), (273, LONG, [0]), (278, LONG, [height]), (279, LONG, [len(data)])]
+    tags = [(254, LONG, [0]), (256, LONG, [width]), (257, LONG, [height]), (258, SHORT, [16]),
             (262, SHORT, [32803]), (271, ASCII, text(make)), (272, ASCII, text(model)), (274, SHORT, [orientation]),
-            (277, SHORT, [1]), (278, LONG, [height]), (279, LONG, [len(data)]), (33421, SHORT, [2, 2]),
-            (33422, BYTE, [0, 1, 1, 2])]
+            (277, SHORT, [1]), (33421, SHORT, [2, 2]), (33422, BYTE, [0, 1, 1, 2])] + places
     if dng:
         tags += [(50706, BYTE, [1, 4, 0, 0]), (50708, ASCII, text(model)), (50714, SHORT, [black]),
                  (50717, SHORT, [white]), (50721, SIGNED_RATIONAL, SRGB_CAMERA),

@@ -34,6 +34,7 @@ class Raw(NivexCase):
             "plain": {},
             "white balance, black and white levels": {"gains": (2, 1, 1.5), "black": 256, "white": 16383},
             "turned, once": {"orientation": 6},
+            "packed without loss, in tiles": {"tile_side": 32},
         }
         for number, (name, settings) in enumerate(cases.items()):
             with self.subTest(name):
@@ -69,6 +70,16 @@ class Raw(NivexCase):
             self.assertNotEqual(failed["state"], "succeeded")
             self.assertRegex(failed["message"], "endommagé|incomplet|tronqué|contenu|reconnu")
         self.assertEqual(self.names(), ["a.dng", "b.dng"])
+
+    def test_a_piece_that_is_missing_is_not_black(self):
+        whole = self.camera("a.dng", tile_side=32).read_bytes()
+        begins = [at for at in range(len(whole)) if whole[at:at + 4] == b"\xff\xd8\xff\xc3"]
+        self.assertEqual(len(begins), 6)
+        for begin in (begins[0], begins[3], begins[5]):
+            for damaged in (whole[:begin] + bytes(len(whole) - begin), whole[:begin]):
+                self.write("b.dng", damaged)
+                failed, = self.json_lines("convert", "b.dng", "--to", "png", expect=1)
+                self.assertIn("endommagé", failed["message"])
 
 
 if __name__ == "__main__":

@@ -7,8 +7,13 @@
 #include <libraw/libraw.h>
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <iterator>
 #include <memory>
+#include <string_view>
 
 namespace nivex::image {
 namespace {
@@ -66,6 +71,43 @@ void setUp(LibRaw& raw, const ReadRequest& request)
     parameters.half_size = request.longestSide > 0 && longest / 2 >= request.longestSide;
 }
 
+std::uint32_t wordAt(LibRaw_abstract_datastream& file, std::int64_t offset, bool isBigEndian)
+{
+    std::uint8_t bytes[4];
+    if (file.seek(offset, SEEK_SET) != 0 || file.read(bytes, 1, sizeof bytes) != sizeof bytes)
+        throw damaged();
+    if (!isBigEndian)
+        std::ranges::reverse(bytes);
+    return std::uint32_t{bytes[0]} << 24 | std::uint32_t{bytes[1]} << 16 | std::uint32_t{bytes[2]} << 8 | bytes[3];
+}
+
+/// Throws ConversionError where a piece of the picture that should be a JPEG stream is none: there the library leaves
+/// the rest of the picture black without a word.
+void requireJpegPieces(LibRaw& raw)
+{
+    static constexpr std::string_view decodersOfJpeg[] = {"lossless_dng_load_raw()", "lossy_dng_load_raw()",
+                                                          "lossless_jpeg_load_raw()"};
+    constexpr std::uint32_t startOfImage = 0xFFD8; // ITU-T T.81
+    libraw_decoder_info_t decoder{};
+    require(raw.get_decoder_info(&decoder));
+    if (std::ranges::find(decodersOfJpeg, decoder.decoder_name) == std::end(decodersOfJpeg))
+        return;
+    const libraw_internal_data_t& internal = *raw.get_internal_data_pointer();
+    const unpacker_data_t& layout = internal.unpacker_data;
+    LibRaw_abstract_datastream& file = *internal.internal_data.input;
+    const auto beginsAsJpeg = [&](std::int64_t offset) { return wordAt(file, offset, true) >> 16 == startOfImage; };
+    const auto pieces = [](std::int64_t whole, unsigned piece) { return piece == 0 ? 1 : (whole + piece - 1) / piece; };
+    const bool isTiled = layout.tile_length < INT_MAX;
+    const std::int64_t count = isTiled ? pieces(raw.imgdata.sizes.raw_width, layout.tile_width) *
+                                             pieces(raw.imgdata.sizes.raw_height, layout.tile_length)
+                                       : 1;
+    constexpr short bigEndian = 0x4D4D; // "MM"
+    for (std::int64_t i = 0; i < count; ++i)
+        if (!beginsAsJpeg(isTiled ? wordAt(file, layout.data_offset + 4 * i, layout.order == bigEndian)
+                                  : layout.data_offset))
+            throw damaged();
+}
+
 } // namespace
 
 Picture readRaw(const ReadRequest& request)
@@ -77,6 +119,7 @@ Picture readRaw(const ReadRequest& request)
     requireAcceptableSize(raw->imgdata.sizes.iwidth, raw->imgdata.sizes.iheight, 1, request.limits);
     setUp(*raw, request);
 
+    requireJpegPieces(*raw);
     require(raw->unpack());
     if (raw->error_count() > 0)
         throw damaged();           // the library goes on where data end too early
