@@ -219,8 +219,7 @@ std::vector<fs::path> convertPicture(const EngineRequest& request, const Progres
     } catch (const vips::VError&) {
         if (!isReadableThroughout(request))
             throw damaged();
-        throw ConversionError::encodingFailed(
-            filled("l'image n'a pas pu être enregistrée au format {}"_fr, {request.targetFormat.name}));
+        throw notSaved(request.targetFormat.name);
     }
     return {output};
 }

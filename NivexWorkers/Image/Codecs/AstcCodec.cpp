@@ -251,10 +251,7 @@ public:
     }
 
 private:
-    static ConversionError failed()
-    {
-        return ConversionError::encodingFailed("l'image n'a pas pu être enregistrée au format ASTC"_fr);
-    }
+    static ConversionError failed() { return notSaved("ASTC"); }
 
     void writeHeader()
     {

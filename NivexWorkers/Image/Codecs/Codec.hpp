@@ -68,6 +68,9 @@ void requireAcceptableSize(std::int64_t width, std::int64_t height, std::int64_t
 /// "son contenu est endommagé ou incomplet": what a reader throws for anything malformed.
 ConversionError damaged();
 
+/// "l'image n'a pas pu être enregistrée au format {}": what a writer throws where its encoder fails.
+ConversionError notSaved(std::string_view format);
+
 // Readers and writers, one family of libraries a file.
 Picture readPng(const ReadRequest&);
 Picture readJpeg(const ReadRequest&);

@@ -62,6 +62,11 @@ void requireAcceptableSize(std::int64_t width, std::int64_t height, std::int64_t
             filled("l'image dépasse {} mégapixels"_fr, {std::to_string(most / 1'000'000)}));
 }
 
+ConversionError notSaved(std::string_view format)
+{
+    return ConversionError::encodingFailed(filled("l'image n'a pas pu être enregistrée au format {}"_fr, {format}));
+}
+
 ConversionError damaged() { return ConversionError::unreadableSource("son contenu est endommagé ou incomplet"_fr); }
 
 } // namespace nivex::image

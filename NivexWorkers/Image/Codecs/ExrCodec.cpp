@@ -390,7 +390,7 @@ Picture readExr(const ReadRequest& request)
 
 void writeExr(const Picture& picture, const WriteRequest& request)
 {
-    guarded(ConversionError::encodingFailed("l'image n'a pas pu être enregistrée au format OpenEXR"_fr), [&] {
+    guarded(notSaved("OpenEXR"), [&] {
         Imf::setGlobalThreadCount(static_cast<int>(request.processors));
         const VImage& image = picture.first();
         ExrEncoding{image, inLinearLight(image), request}.write();

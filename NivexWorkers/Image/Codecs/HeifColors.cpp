@@ -1,5 +1,7 @@
 #include "NivexWorkers/Image/Codecs/HeifColors.hpp"
 
+#include "NivexWorkers/Image/Codecs/Release.hpp"
+
 #include <lcms2.h>
 
 #include <algorithm>
@@ -9,16 +11,6 @@
 
 namespace nivex::image {
 namespace {
-
-struct CloseProfile {
-    void operator()(void* profile) const { cmsCloseProfile(profile); }
-};
-struct FreeCurve {
-    void operator()(cmsToneCurve* curve) const { cmsFreeToneCurve(curve); }
-};
-struct FreeTexts {
-    void operator()(cmsMLU* texts) const { cmsMLUfree(texts); }
-};
 
 constexpr double whiteLuminance = 203; // cd/m²
 
@@ -113,12 +105,12 @@ std::string profileOfCodedColors(const heif_color_profile_nclx& colors)
                                 {colors.color_primary_green_x, colors.color_primary_green_y, 1},
                                 {colors.color_primary_blue_x, colors.color_primary_blue_y, 1}}
               : cmsCIExyYTRIPLE{{0.64, 0.33, 1}, {0.30, 0.60, 1}, {0.15, 0.06, 1}};
-    const std::unique_ptr<cmsToneCurve, FreeCurve> curve{curveOf(colors.transfer_characteristics)};
+    const std::unique_ptr<cmsToneCurve, Release<cmsFreeToneCurve>> curve{curveOf(colors.transfer_characteristics)};
     cmsToneCurve* const curves[] = {curve.get(), curve.get(), curve.get()};
-    const std::unique_ptr<void, CloseProfile> profile{cmsCreateRGBProfile(&white, &primaries, curves)};
+    const std::unique_ptr<void, Release<cmsCloseProfile>> profile{cmsCreateRGBProfile(&white, &primaries, curves)};
     if (!profile)
         return {};
-    const std::unique_ptr<cmsMLU, FreeTexts> name{cmsMLUalloc(nullptr, 1)};
+    const std::unique_ptr<cmsMLU, Release<cmsMLUfree>> name{cmsMLUalloc(nullptr, 1)};
     cmsMLUsetASCII(name.get(), "en", "US", nameOf(colors));
     cmsWriteTag(profile.get(), cmsSigProfileDescriptionTag, name.get());
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "NivexWorkers/Image/Codecs/Release.hpp"
+
 #include <libheif/heif.h>
 
 #include <memory>
@@ -7,13 +9,7 @@
 namespace nivex::image {
 
 template <auto release>
-struct HeifRelease {
-    template <class T>
-    void operator()(T* object) const
-    {
-        release(object);
-    }
-};
+using HeifRelease = Release<release>;
 
 /// What libheif allocates, each with the function that releases it.
 using HeifContext = std::unique_ptr<heif_context, HeifRelease<heif_context_free>>;

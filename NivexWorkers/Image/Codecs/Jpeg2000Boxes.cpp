@@ -1,6 +1,7 @@
 #include "NivexWorkers/Image/Codecs/Jpeg2000Boxes.hpp"
 
 #include "NivexWorkers/Image/Codecs/Codec.hpp"
+#include "NivexWorkers/Image/Codecs/Profiles.hpp"
 
 #include "NivexKit/Foundation/ByteReader.hpp"
 #include "NivexKit/Foundation/StringTable.hpp"
@@ -319,8 +320,7 @@ void completeChannels(File& file, bool areDefined)
                                : file.colorSpace == File::ColorSpace::cmyk ? 4
                                : file.channels.size() < 3                  ? 1
                                                                            : 3;
-    const bool isCmykProfile = file.profile.size() > 20 && file.profile.compare(16, 4, "CMYK") == 0;
-    const std::size_t alphaAt = isCmykProfile ? 4 : colors;
+    const std::size_t alphaAt = colorsOfProfile(file.profile) == ProfileColors::cmyk ? 4 : colors;
     for (std::size_t i = alphaAt; i < file.channels.size(); ++i)
         file.channels[i].kind = i == alphaAt && file.channels.size() == alphaAt + 1 ? alpha : other;
 }

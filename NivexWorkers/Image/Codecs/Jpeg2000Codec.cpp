@@ -4,10 +4,10 @@
 #include "NivexWorkers/Image/Codecs/Jpeg2000Boxes.hpp"
 #include "NivexWorkers/Image/Codecs/PixelBuffer.hpp"
 #include "NivexWorkers/Image/Codecs/Profiles.hpp"
+#include "NivexWorkers/Image/Codecs/Release.hpp"
 #include "NivexWorkers/Image/Codecs/Rows.hpp"
 
 #include "NivexKit/Foundation/OutputFile.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
 
 #include <openjpeg.h>
 
@@ -27,17 +27,9 @@ namespace {
 using vips::VImage;
 using ChannelKind = Jpeg2000File::Channel::Kind;
 
-template <auto destroy>
-struct Destroyer {
-    template <class Object>
-    void operator()(Object* object) const
-    {
-        destroy(object);
-    }
-};
-using CodecHandle = std::unique_ptr<opj_codec_t, Destroyer<opj_destroy_codec>>;
-using StreamHandle = std::unique_ptr<opj_stream_t, Destroyer<opj_stream_destroy>>;
-using ImageHandle = std::unique_ptr<opj_image_t, Destroyer<opj_image_destroy>>;
+using CodecHandle = std::unique_ptr<opj_codec_t, Release<opj_destroy_codec>>;
+using StreamHandle = std::unique_ptr<opj_stream_t, Release<opj_stream_destroy>>;
+using ImageHandle = std::unique_ptr<opj_image_t, Release<opj_image_destroy>>;
 
 constexpr std::size_t streamBuffer = 1 << 20;
 constexpr OPJ_SIZE_T atEnd = static_cast<OPJ_SIZE_T>(-1);
@@ -461,7 +453,7 @@ private:
     static void require(bool condition)
     {
         if (!condition)
-            throw ConversionError::encodingFailed("l'image n'a pas pu être enregistrée au format JPEG 2000"_fr);
+            throw notSaved("JPEG 2000");
     }
 
     void createImage()

@@ -335,7 +335,7 @@ private:
     static void require(JxlEncoderStatus status)
     {
         if (status != JXL_ENC_SUCCESS)
-            throw ConversionError::encodingFailed("l'image n'a pas pu être enregistrée au format JPEG XL"_fr);
+            throw notSaved("JPEG XL");
     }
 
     void describe()

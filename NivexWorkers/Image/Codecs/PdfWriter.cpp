@@ -2,6 +2,7 @@
 // streams of any size go to the disk as they come. ISO 32000-1, 8.9 (images).
 #include "NivexWorkers/Image/Codecs/JpegInPdf.hpp"
 #include "NivexWorkers/Image/Codecs/PdfFile.hpp"
+#include "NivexWorkers/Image/Codecs/Profiles.hpp"
 #include "NivexWorkers/Image/Codecs/VipsFiles.hpp"
 #include "NivexWorkers/Image/Metadata/Metadata.hpp"
 
@@ -179,14 +180,11 @@ private:
     std::string colourSpace(const VImage& image, int bands)
     {
         const char* device = bands == 1 ? "/DeviceGray" : bands == 4 ? "/DeviceCMYK" : "/DeviceRGB";
-        if (!hasProfile(image))
-            return device;
-        std::size_t size = 0;
-        const void* data = image.get_blob(VIPS_META_ICC_NAME, &size);
-        const std::string profile{static_cast<const char*>(data), size};
-        constexpr std::size_t spaceAt = 16; // ICC.1, 7.2: the header says what the values mean
-        const std::string_view space = bands == 1 ? "GRAY" : bands == 4 ? "CMYK" : "RGB ";
-        if (profile.size() < 128 || profile.compare(spaceAt, 4, space) != 0)
+        const std::string profile{profileOf(image)};
+        const ProfileColors needed = bands == 1   ? ProfileColors::grey
+                                     : bands == 4 ? ProfileColors::cmyk
+                                                  : ProfileColors::rgb;
+        if (colorsOfProfile(profile) != needed)
             return device;
         const auto [known, isNew] = profiles_.try_emplace(profile, 0);
         if (isNew) {

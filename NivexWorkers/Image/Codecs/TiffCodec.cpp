@@ -1,5 +1,6 @@
 // TIFF 6.0: pixels by libvips, page by page; the chain of pages by libtiff.
 #include "NivexWorkers/Image/Codecs/Progress.hpp"
+#include "NivexWorkers/Image/Codecs/Release.hpp"
 #include "NivexWorkers/Image/Codecs/VipsFiles.hpp"
 #include "NivexWorkers/Image/Pixels/Components.hpp"
 
@@ -20,10 +21,7 @@ namespace {
 namespace fs = std::filesystem;
 using vips::VImage;
 
-struct TiffCloser {
-    void operator()(TIFF* file) const { TIFFClose(file); }
-};
-using TiffFile = std::unique_ptr<TIFF, TiffCloser>;
+using TiffFile = std::unique_ptr<TIFF, Release<TIFFClose>>;
 
 /// No scanner or office program writes more, and each page costs an open file.
 constexpr std::size_t mostPages = 2'000;

@@ -4,8 +4,8 @@
 
 namespace nivex::image {
 
-/// Opens the file of `request` with a loader of libvips, without pixels and without what it says of them but size and
-/// orientation; a file that ends early or is damaged fails while its pixels are pulled. `options` are the loader's own.
+/// Opens the file of `request` with a loader of libvips. Its pixels are decoded when they are pulled; a file that ends
+/// early or is damaged fails then. `options` are the loader's own.
 vips::VImage opened(const ReadRequest& request, const char* loader, VipsAccess access,
                     vips::VOption* options = vips::VImage::option());
 
