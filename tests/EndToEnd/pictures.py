@@ -156,6 +156,10 @@ SOURCES = [
     Source("photo.avif", "avifenc -s 8 --min 10 --max 20 photo.png $OUT", tolerance=0.03),
     Source("logo.avif", "avifenc -s 8 --min 10 --max 20 logo.png $OUT", alpha=True, looks="logo.png", tolerance=0.03),
     Source("deep.avif", "avifenc -s 8 --min 10 --max 20 -d 10 deep.png $OUT", bits=10, tolerance=0.03),
+    Source("pages.avif", "heif-enc -A -q 90 -o $OUT photo.png second.png third.png", frames=3, kind="pages",
+           tolerance=0.02),
+    Source("film.avif", "avifenc -s 8 --min 10 --max 20 photo.png second.png third.png $OUT", frames=3,
+           kind="animation", alpha=True, looks="photo.png", tolerance=0.03),  # opaque alpha
     Source("told.avif", f"avifenc -s 8 --min 10 --max 20 photo.png $OUT; {DESCRIBE}", told=TOLD, tolerance=0.03),
 
     Source("photo.jxl", "cjxl --quiet -d 0 photo.png $OUT", looks="photo.png"),

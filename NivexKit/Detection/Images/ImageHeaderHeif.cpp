@@ -327,6 +327,21 @@ std::int64_t sampleCount(HeaderBytes& file, const IsoBox& movie)
     return longest;
 }
 
+/// How long an image sequence takes; 0 where that is not told.
+double duration(HeaderBytes& file, const IsoBox& movie)
+{
+    const auto header = findBox(file, movie, boxType("mvhd"));
+    if (!header)
+        return 0;
+    ByteReader reader = file.reader(header->begin, 32, ByteOrder::big);
+    const bool isWide = reader.u8() == 1;
+    reader.skip(isWide ? 3 + 16 : 3 + 8); // flags and dates
+    const std::uint32_t unitsPerSecond = reader.u32();
+    const std::uint64_t units = isWide ? reader.u64() : reader.u32();
+    const bool isTold = !reader.failed() && unitsPerSecond > 0 && ~units != 0 && units != 0xFFFF'FFFF;
+    return isTold ? static_cast<double>(units) / unitsPerSecond : 0;
+}
+
 /// The directory of the camera's maker: "uuid" boxes with TIFF structures of their own.
 constexpr std::string_view canonIdentifier{"\x85\xc0\xb6\x87\x82\x0f\x11\xe0\x81\x11\xf4\xce\x46\x2b\x6a\x48", 16};
 
@@ -342,6 +357,8 @@ bool readHeifHeader(HeaderBytes& file, SourceProperties& image)
         if (box->type != boxType("moov"))
             continue;
         const std::int64_t frames = sampleCount(file, *box);
+        if (frames > 1)
+            image.durationSeconds = duration(file, *box);
         if (frames > image.imageCount.value_or(0))
             image.imageCount = frames;
     }

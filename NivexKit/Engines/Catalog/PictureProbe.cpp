@@ -28,7 +28,8 @@ void enter(const SourceProperties& found, SourceProperties& properties)
     overwrite(properties.pixelWidth, found.pixelWidth);
     overwrite(properties.pixelHeight, found.pixelHeight);
     overwrite(properties.hasAlpha, found.hasAlpha);
-    overwrite(properties.imageCount, found.imageCount);
+    if (!properties.durationSeconds) // of a sequence, decoders see the still pictures beside it
+        overwrite(properties.imageCount, found.imageCount);
     overwrite(properties.hasLocation, found.hasLocation);
     overwrite(properties.decoderTypeIdentifier, found.decoderTypeIdentifier);
     overwrite(properties.hasLayers, found.hasLayers);

@@ -21,17 +21,27 @@ bool mayHaveMetadata(const FileFormat& source)
     return source.traits.has(raw) || source.id == "heif" || source.id == "psb" || (row && row->hasMetadata);
 }
 
-bool losesDepth(const SourceProperties& properties, const PictureFormat& target)
+bool losesDepth(const FileFormat& source, const SourceProperties& properties, const PictureFormat& target)
 {
     if (properties.isFloatingPoint.value_or(false))
         return target.depth != PixelDepth::floating;
-    return properties.bitsPerComponent.value_or(8) > 8 && target.depth == PixelDepth::eight;
+    const std::int64_t bits = properties.bitsPerComponent.value_or(source.traits.has(raw) ? 16 : 8);
+    return bits > (target.depth == PixelDepth::eight ? 8 : target.mostBits);
 }
 
 bool exceeds(const SourceProperties& properties, std::int64_t longestSide)
 {
     return longestSide > 0 &&
            std::max(properties.pixelWidth.value_or(0), properties.pixelHeight.value_or(0)) > longestSide;
+}
+
+/// Only floating point makes a picture below the limit of pixels so large.
+bool isTooLargeForMetadata(const SourceProperties& properties, const PictureFormat& target)
+{
+    const double bytes = static_cast<double>(properties.pixelWidth.value_or(0)) *
+                         static_cast<double>(properties.pixelHeight.value_or(0)) *
+                         (properties.hasAlpha.value_or(false) ? 4 : 3) * sizeof(float);
+    return target.id == "tiff" && properties.isFloatingPoint.value_or(false) && bytes > mostBytesOfClassicTiff;
 }
 
 bool mayHaveLayers(const FileFormat& source)
@@ -44,6 +54,8 @@ ConversionLoss lossOfPictures(const FileFormat& source, const SourceProperties& 
     if (!properties.hasSeveralImages() && !properties.hasSeveralPages())
         return {};
     const HeldPictures held = heldPictures(source.id.rawValue);
+    if (held.mayMove && properties.durationSeconds)
+        return ConversionLoss::animation;
     if (held.areRead && keepsAll(held.kind, target.pictures))
         return {};
     return held.kind == KeptPictures::animation ? ConversionLoss::animation : ConversionLoss::pages;
@@ -61,9 +73,10 @@ ConversionLoss lossesOf(const FileFormat& source, const SourceProperties& proper
     add(ConversionLoss::resolution, exceeds(properties, target.longestSide));
     add(ConversionLoss::rawDevelopment, source.traits.has(raw));
     add(ConversionLoss::colorPalette, target.hasPalette);
-    add(ConversionLoss::colorDepth, losesDepth(properties, target));
+    add(ConversionLoss::colorDepth, losesDepth(source, properties, target));
     // What places a picture on the map is no metadata that any target holds.
-    add(ConversionLoss::metadata, source.id == "geotiff" || (!target.hasMetadata && mayHaveMetadata(source)));
+    const bool takesMetadata = target.hasMetadata && !isTooLargeForMetadata(properties, target);
+    add(ConversionLoss::metadata, source.id == "geotiff" || (!takesMetadata && mayHaveMetadata(source)));
     // The pages of a PDF file take over what a JPEG file holds as it is.
     add(ConversionLoss::compression, target.isLossy && !(source.id == "jpeg" && target.id == "pdf"));
     return losses;
@@ -82,6 +95,15 @@ SourceProperties richest(const FileFormat& source)
             .bitsPerComponent = isDeep ? 16 : 8,
             .isFloatingPoint = isFloating,
             .hasLayers = source.traits.has(layers)};
+}
+
+/// What an edge may lose: what it loses of files that have all that such files can have, at rest or moving.
+ConversionLoss lossesOfRichest(const FileFormat& source, const PictureFormat& target)
+{
+    SourceProperties properties = richest(source);
+    const ConversionLoss atRest = lossesOf(source, properties, target);
+    properties.durationSeconds = 1;
+    return atRest | lossesOf(source, properties, target);
 }
 
 ConversionOptionKinds optionsOf(const FileFormat& source, const PictureFormat& target, const FileFormat& format)
@@ -113,7 +135,7 @@ NativeImageEngine::NativeImageEngine(const FormatRegistry& registry, WorkerPool&
             if (const FileFormat* to = registry.format(FormatID{target.id}); to && target.isWritten && to != from)
                 capabilities_.push_back({.source = from->id,
                                          .target = to->id,
-                                         .potentialLosses = lossesOf(*from, richest(*from), target),
+                                         .potentialLosses = lossesOfRichest(*from, target),
                                          .options = optionsOf(*from, target, *to),
                                          .reportsProgress = true,
                                          .supportsCancellation = true,

@@ -29,6 +29,7 @@ struct PictureFormat {
     bool isRead = true;
     bool isWritten = true;
     PixelDepth depth = PixelDepth::eight;
+    std::int64_t mostBits = 16; // of whole numbers of more than 8 bits: what the encoder keeps of them
     KeptPictures pictures = KeptPictures::first;
     std::int64_t longestSide = 0; // pixels; 0 where no picture that NIVEX accepts is too large
     bool isLossy = false;         // the encoder honours a quality, and 1.0 need not be lossless
@@ -44,6 +45,7 @@ struct PictureFormat {
 struct HeldPictures {
     KeptPictures kind = KeptPictures::first;
     bool areRead = false;
+    bool mayMove = false; // a sequence of frames may stand beside the pictures, with a duration; none of it is read
 };
 HeldPictures heldPictures(std::string_view id);
 
@@ -52,6 +54,9 @@ constexpr bool keepsAll(KeptPictures held, KeptPictures kept)
 {
     return held == kept || held == KeptPictures::first || (held == KeptPictures::sizes && kept == KeptPictures::pages);
 }
+
+/// Bytes of pixels from which a TIFF file takes offsets of 64 bits; metadata are embedded in smaller files only.
+constexpr double mostBytesOfClassicTiff = 4e9;
 
 /// Every format of the engine, in the order of the catalogue, those that are only read and of another family last.
 std::span<const PictureFormat> pictureFormats();

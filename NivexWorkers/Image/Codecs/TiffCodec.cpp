@@ -4,6 +4,7 @@
 #include "NivexWorkers/Image/Codecs/VipsFiles.hpp"
 #include "NivexWorkers/Image/Pixels/Components.hpp"
 
+#include "NivexKit/Engines/Image/PictureFormats.hpp"
 #include "NivexKit/Foundation/ByteReader.hpp"
 #include "NivexKit/Foundation/ByteSource.hpp"
 #include "NivexKit/Foundation/StringTable.hpp"
@@ -97,12 +98,11 @@ VImage readPage(const ReadRequest& request, int page)
 /// Files of more than 4 GiB need 64-bit offsets, which only some programs read.
 bool needsLargeOffsets(const Picture& picture)
 {
-    constexpr double roomInClassicFile = 4e9;
     double bytes = 0;
     for (const VImage& frame : picture.frames)
         bytes += static_cast<double>(frame.width()) * frame.height() * frame.bands() *
                  static_cast<double>(vips_format_sizeof(frame.format()));
-    return bytes > roomInClassicFile;
+    return bytes > mostBytesOfClassicTiff;
 }
 
 void savePage(const VImage& page, const WriteRequest& request, bool largeOffsets)

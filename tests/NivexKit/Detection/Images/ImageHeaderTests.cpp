@@ -144,6 +144,15 @@ Bytes heif()
     return joined({box("ftyp", textBytes("heic")), box("meta", meta)});
 }
 
+/// A sequence of 5 frames that takes 2.5 seconds.
+Bytes movingHeif()
+{
+    const Bytes header = joined({big(0), repeated(0, 8), big(600), big(1500), repeated(0, 80)});
+    const Bytes sizes = box("stsz", joined({big(0), big(0), big(5)}));
+    const Bytes track = box("trak", box("mdia", box("minf", box("stbl", sizes))));
+    return joined({heif(), box("moov", joined({box("mvhd", header), track}))});
+}
+
 Bytes exrAttribute(std::string_view name, std::string_view type, const Bytes& value)
 {
     return joined({textBytes(name), bytes("00"), textBytes(type), bytes("00"), little(value.size()), value});
@@ -372,6 +381,17 @@ TEST(ImageHeader, ReadsLayersAndItems)
           .bitsPerComponent = 10,
           .isFloatingPoint = false,
           .hasLocation = false}},
+        {"a sequence beside stills has a duration",
+         "avif",
+         movingHeif(),
+         {.pixelWidth = 1000,
+          .pixelHeight = 600,
+          .hasAlpha = true,
+          .imageCount = 5,
+          .bitsPerComponent = 10,
+          .isFloatingPoint = false,
+          .hasLocation = false,
+          .durationSeconds = 2.5}},
         {"largest of a set, with a mask that is not counted",
          "icns",
          joined({textBytes("icns"), big(0), textBytes("is32"), big(8), textBytes("s8mk"), big(8), textBytes("ic09"),
