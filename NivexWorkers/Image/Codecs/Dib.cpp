@@ -113,14 +113,6 @@ void readPalette(Dib& dib, const ByteSource& file, std::uint64_t begin, std::uin
     }
 }
 
-/// The state of the decoder of run lengths where a row begins.
-struct RunStart {
-    std::uint64_t position = 0;
-    int column = 0;     // a delta may enter a row anywhere
-    int rowsToSkip = 0; // rows from the one before on, until one in which something stands
-    bool isAtEnd = false;
-};
-
 /// Decodes the rows of RLE4 or RLE8, in the order of the file.
 class RunLengthRows {
 public:
@@ -129,43 +121,47 @@ public:
         : file_{std::move(file)}, width_{dib.width}, isFourBit_{dib.packing == Dib::Packing::runLength4}
     {
         ByteStream stream{*file_, pixels, file_->size()};
-        RunStart state{.position = pixels};
-        starts_.reserve(static_cast<std::size_t>(dib.height) + 1);
-        for (int row = 0; row < dib.height; ++row) {
-            starts_.push_back(state);
-            pass(stream, state, {});
+        for (RowStart next{.position = pixels}; next.row < static_cast<unsigned>(dib.height);) {
+            starts_.push_back(next);
+            if (!pass(stream, next, {}))
+                break;
         }
-        starts_.push_back(state);
+        end_ = stream.position();
     }
 
     /// One index a pixel; where nothing stands, 0.
     void read(int row, std::span<std::byte> indices) const
     {
         std::ranges::fill(indices, std::byte{0});
-        RunStart state = starts_[static_cast<std::size_t>(row)];
-        const std::uint64_t end = starts_[static_cast<std::size_t>(row) + 1].position;
-        ByteStream stream{*file_, state.position, end};
-        pass(stream, state, indices);
+        const auto wanted = static_cast<unsigned>(row);
+        const auto found = std::ranges::lower_bound(starts_, wanted, {}, &RowStart::row);
+        if (found == starts_.end() || found->row != wanted)
+            return;
+        RowStart start = *found;
+        ByteStream stream{*file_, start.position, found + 1 == starts_.end() ? end_ : found[1].position};
+        pass(stream, start, indices);
     }
 
 private:
-    /// Decodes one row; without `indices` only passes it.
-    void pass(ByteStream& stream, RunStart& state, std::span<std::byte> indices) const
+    /// Where the codes of a row begin. Rows that a delta or the end of the picture leaves out have none.
+    struct RowStart {
+        std::uint64_t position = 0;
+        unsigned row = 0;
+        int column = 0; // a delta may enter a row anywhere
+    };
+
+    /// Decodes one row, without `indices` only passes it, and goes to the start of the next one; false at the end of
+    /// the picture.
+    bool pass(ByteStream& stream, RowStart& at, std::span<std::byte> indices) const
     {
-        if (state.isAtEnd)
-            return;
-        if (state.rowsToSkip > 0) {
-            --state.rowsToSkip;
-            if (state.rowsToSkip > 0)
-                return;
-        }
-        std::int64_t column = state.column;
-        state.column = 0;
+        std::int64_t column = at.column;
         const auto put = [&](unsigned index) {
             if (column < static_cast<std::int64_t>(indices.size()))
                 indices[static_cast<std::size_t>(column)] = static_cast<std::byte>(index);
             ++column;
         };
+        unsigned rowsDown = 1;
+        at.column = 0;
         for (;;) {
             if (column >= width_ && stream.isAtEnd())
                 break; // some writers leave out the end of the last row and of the picture
@@ -180,20 +176,21 @@ private:
             } else if (value == endOfRow) {
                 break;
             } else if (value == endOfPicture) {
-                state.isAtEnd = true;
-                break;
+                return false;
             } else if (value == delta) {
                 column += stream.u8();
-                if (const int rows = stream.u8(); rows > 0) {
-                    state.column = static_cast<int>(std::min<std::int64_t>(column, width_));
-                    state.rowsToSkip = rows;
+                if (rowsDown = stream.u8(); rowsDown > 0) {
+                    at.column = static_cast<int>(std::min<std::int64_t>(column, width_));
                     break;
                 }
+                rowsDown = 1;
             } else {
                 readLiterals(stream, value, put);
             }
         }
-        state.position = stream.position();
+        at.position = stream.position();
+        at.row += rowsDown;
+        return true;
     }
 
     void readLiterals(ByteStream& stream, unsigned count, const auto& put) const
@@ -216,8 +213,21 @@ private:
     SharedSource file_;
     int width_;
     bool isFourBit_;
-    std::vector<RunStart> starts_;
+    std::vector<RowStart> starts_; // by row
+    std::uint64_t end_ = 0;
 };
+
+/// A few bytes must not make a picture that takes seconds: two of them are a run of 255 pixels at the most, and a large
+/// picture hardly any of which is stored is none.
+void requirePlausiblePacking(const ByteSource& file, const Dib& dib, std::uint64_t pixels)
+{
+    constexpr std::int64_t quicklyMade = 16'000'000;
+    constexpr std::int64_t mostPixelsOfAByte = 128;
+    const auto stored = static_cast<std::int64_t>(file.size() - std::min(file.size(), pixels));
+    const std::int64_t announced = std::int64_t{dib.width} * dib.height;
+    if (announced > quicklyMade && announced / mostPixelsOfAByte > stored)
+        throw damaged();
+}
 
 bool isGreyPalette(const Dib& dib)
 {
@@ -269,6 +279,7 @@ Bitmap paletteBitmap(const SharedSource& file, const Dib& dib, std::uint64_t pix
 {
     std::function<void(int, std::span<std::byte>)> readIndices;
     if (dib.packing != Dib::Packing::none) {
+        requirePlausiblePacking(*file, dib, pixels);
         auto rows = std::make_shared<RunLengthRows>(file, dib, pixels);
         readIndices = [rows, height = dib.height, isTopDown = dib.isTopDown](int y, std::span<std::byte> indices) {
             rows->read(isTopDown ? y : height - 1 - y, indices);

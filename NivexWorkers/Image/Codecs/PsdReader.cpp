@@ -147,7 +147,7 @@ void readLayers(Document& document, const ByteSource& file, std::uint64_t begin,
         return takeCount(begin + lengthBytes);
     // Deep documents keep their layers in a tagged block behind the mask.
     std::uint64_t offset = begin + lengthBytes + info;
-    if (end - offset < 4)
+    if (end < offset + 4)
         return;
     offset += 4 + lengthAt(file, offset, 4);
     constexpr int mostBlocks = 256;

@@ -122,22 +122,6 @@ void ExifBlock::eraseDirectory(std::size_t position)
     erase(position, 2 + directory.size() * entryBytes);
 }
 
-void ExifBlock::removeEntry(std::size_t directoryPosition, std::uint16_t tag)
-{
-    const Directory directory = directoryAt(directoryPosition);
-    const auto found = std::ranges::find(directory, tag, &Entry::tag);
-    if (found == directory.end())
-        return;
-    erase(found->valuePosition, found->valueBytes);
-    // What follows moves up, with the link to the next directory where there is room for one.
-    const std::size_t end = directoryPosition + 2 + directory.size() * entryBytes;
-    const std::size_t linked = std::min(end + 4, bytes_.size());
-    const auto at = [&](std::size_t position) { return bytes_.begin() + static_cast<std::ptrdiff_t>(position); };
-    std::copy(at(found->position + entryBytes), at(linked), at(found->position));
-    erase(linked - entryBytes, entryBytes);
-    put(directoryPosition, static_cast<std::uint32_t>(directory.size() - 1), 2);
-}
-
 void ExifBlock::setNumber(const Directory& directory, std::uint16_t tag, std::uint32_t number)
 {
     for (const Entry& entry : directory)
@@ -200,10 +184,25 @@ void ExifBlock::removePosition()
 
 void ExifBlock::removeFromMain(std::uint16_t tag)
 {
-    for (std::size_t count = mainDirectory().size() + 1; count != mainDirectory().size();) {
-        count = mainDirectory().size();
-        removeEntry(mainPosition_, tag);
-    }
+    const Directory directory = mainDirectory();
+    if (std::ranges::find(directory, tag, &Entry::tag) == directory.end())
+        return;
+    for (const Entry& entry : directory)
+        if (entry.tag == tag)
+            erase(entry.valuePosition, entry.valueBytes);
+    // What is kept moves up, with the link to the next directory where there is room for one.
+    const std::size_t begin = mainPosition_ + 2;
+    const std::size_t end = begin + directory.size() * entryBytes;
+    const std::size_t linked = std::min(end + 4, bytes_.size());
+    const auto at = [&](std::size_t position) { return bytes_.begin() + static_cast<std::ptrdiff_t>(position); };
+    std::vector<std::byte> table;
+    for (const Entry& entry : directory)
+        if (entry.tag != tag)
+            table.insert(table.end(), at(entry.position), at(entry.position + entryBytes));
+    put(mainPosition_, static_cast<std::uint32_t>(table.size() / entryBytes), 2);
+    table.insert(table.end(), at(end), at(linked));
+    table.resize(linked - begin);
+    std::ranges::copy(table, at(begin));
 }
 
 } // namespace nivex::image

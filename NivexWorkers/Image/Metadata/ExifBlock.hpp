@@ -68,7 +68,6 @@ private:
     std::size_t nextPosition() const;
     void erase(std::size_t position, std::size_t count);
     void eraseDirectory(std::size_t position);
-    void removeEntry(std::size_t directoryPosition, std::uint16_t tag);
     void setNumber(const Directory& directory, std::uint16_t tag, std::uint32_t number);
     void put(std::size_t position, std::uint32_t number, std::size_t width);
 

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <set>
 #include <vector>
 
 namespace nivex::image {
@@ -179,10 +180,12 @@ bool uniteBags(const xmlNode* property, const xmlNode* other)
     const xmlNode* otherBag = bagOf(other);
     if (!bag || !otherBag)
         return false;
+    std::set<std::string> known;
+    for (const xmlNode* item : childElements(bag))
+        known.insert(textOf(item));
     bool isChanged = false;
-    const auto items = childElements(bag);
     for (xmlNode* item : childElements(otherBag))
-        if (std::ranges::none_of(items, [&](const xmlNode* each) { return textOf(each) == textOf(item); })) {
+        if (known.insert(textOf(item)).second) {
             copyInto(bag, item);
             isChanged = true;
         }
@@ -331,11 +334,13 @@ std::optional<XmpPacket::Halves> XmpPacket::split(std::size_t mostBytes) const
         bySize.emplace_back(textOf(property).size(), property);
     std::ranges::sort(bySize, std::greater{}, &std::pair<std::size_t, xmlNode*>::first);
     constexpr std::size_t identifierBytes = 200; // the description that names the extension
+    std::size_t mostLeft = whole.size();         // what a property takes is at least its text
     for (const auto& [size, property] : bySize) {
-        if (serialised(main->document_.get()).size() + identifierBytes <= mostBytes)
+        if (mostLeft + identifierBytes <= mostBytes)
             break;
         copyInto(moved, property);
         remove(property);
+        mostLeft -= size;
     }
     const std::string second = serialised(extension->document_.get());
     const std::string identifier = hexadecimal(digest(DigestKind::md5, second));

@@ -106,6 +106,8 @@ TEST(BmpReader, RunLengths)
         {"the end of the picture leaves the rest black", rle8(2, 2, "01 01 00 01"), "2x2 grey: 00 00 / FF 00"},
         {"a delta moves right and up", rle8(3, 3, "01 01 00 02 01 02 01 01 00 01"),
          "3x3 grey: 00 00 FF / 00 00 00 / FF 00 00"},
+        {"a delta beyond the last row ends the picture", rle8(2, 2, "01 01 00 02 00 FF"), "2x2 grey: 00 00 / FF 00"},
+        {"a large picture of which hardly anything is stored", rle8(20'000, 20'000, "01 01 00 01"), "damaged"},
         {"a delta within a row", rle8(3, 1, "01 01 00 02 01 00 01 01 00 01"), "3x1 grey: FF 00 FF"},
         {"a run that leaves the row ends with it", rle8(2, 2, "09 01 00 00 01 01 00 01"), "2x2 grey: FF 00 / FF FF"},
         {"nothing behind the last pixel", rle8(2, 1, "02 01"), "2x1 grey: FF FF"},

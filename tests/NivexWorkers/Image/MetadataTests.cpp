@@ -88,6 +88,26 @@ TEST(ExifBlock, SaysUprightAndTheTrueSizeInEitherByteOrder)
     }
 }
 
+TEST(ExifBlock, TakesATagAwayHoweverOftenItStands)
+{
+    constexpr std::uint16_t often = 60'000; // too often for a search of the whole directory each time
+    ByteWriter writer{ByteOrder::little};
+    writer.text("II").u16(42).u32(8).u16(often + 2);
+    for (unsigned i = 0; i < often + 2; ++i)
+        writer.u16(i == 0 ? 0x010F : i == 777 ? 0x9C9B : 0x83BB).u16(4).u32(1).u32(i);
+    writer.u32(0x4E455854);
+    auto exif = ExifBlock::parse(std::move(writer).release());
+    ASSERT_TRUE(exif);
+    exif->removeFromMain(0x83BB);
+    const auto left = exif->mainDirectory();
+    EXPECT_EQ(tags(left), (std::vector<std::uint16_t>{0x010F, 0x9C9B}));
+    ByteReader behind{exif->bytes(), ByteOrder::little};
+    behind.seek(left[1].position + 8);
+    EXPECT_EQ(behind.u32(), 777U);
+    EXPECT_EQ(behind.u32(), 0x4E455854U) << "the link to the next directory";
+    EXPECT_EQ(behind.u32(), 0U);
+}
+
 TEST(ExifBlock, RefusesWhatIsNone)
 {
     EXPECT_FALSE(ExifBlock::parse({}));
@@ -169,6 +189,23 @@ TEST(XmpPacket, UnitesListsAndKeepsItsOwnWords)
     EXPECT_THAT(first->text(), HasSubstr("mine"));
     EXPECT_THAT(first->text(), HasSubstr("dc:source=\"new\""));
     EXPECT_THAT(first->text(), Not(HasSubstr("other")));
+}
+
+TEST(XmpPacket, IsSplitWithAllThatItSays)
+{
+    std::string description = "<rdf:Description";
+    for (int i = 0; i < 3000; ++i)
+        description += " drone:p" + std::to_string(i) + "='" + std::string(20, 'x') + std::to_string(i) + "'";
+    const auto whole = XmpPacket::parse(packet(description + "/>"));
+    ASSERT_TRUE(whole);
+    const auto halves = whole->split(65'000);
+    ASSERT_TRUE(halves);
+    EXPECT_LE(halves->main.size(), 65'000U);
+    for (int i = 0; i < 3000; i += 100) {
+        const std::string value = "\"" + std::string(20, 'x') + std::to_string(i) + "\"";
+        EXPECT_NE(halves->main.find(value) == std::string::npos, halves->extension.find(value) == std::string::npos)
+            << i;
+    }
 }
 
 TEST(JpegSegments, FindTheEndOfThePictureBehindItsScans)
