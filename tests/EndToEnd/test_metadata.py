@@ -6,10 +6,10 @@ import unittest
 from nivex_case import NivexCase
 from photographs import photograph
 
-EXTENSIONS = {"jpeg": "jpg", "png": "png", "webp": "webp", "tiff": "tif", "jp2": "jp2"}
+EXTENSIONS = {"jpeg": "jpg", "png": "png", "webp": "webp", "tiff": "tif", "jp2": "jp2", "psd": "psd"}
 ALSO_WRITTEN = ["heic", "avif", "jxl"]
-WITH_IPTC = {"jpeg", "tiff", "jp2"}  # elsewhere XMP says what IPTC said
-WITH_PROFILE = {"jpeg", "png", "webp", "tiff"}
+WITH_IPTC = {"jpeg", "tiff", "jp2", "psd"}  # elsewhere XMP says what IPTC said
+WITH_PROFILE = {"jpeg", "png", "webp", "tiff", "psd"}
 
 # Groups of tags that describe the file, not the picture.
 TECHNICAL = {"SourceFile", "ExifTool", "System", "File", "Composite", "JFIF", "PNG", "PNG-pHYs", "Adobe", "RIFF",
@@ -78,6 +78,8 @@ class Metadata(NivexCase):
             if format == "jp2":
                 subprocess.run(["opj_compress", "-i", self.folder / "copy-png.png", "-o", copy], check=True,
                                capture_output=True)
+            elif format == "psd":
+                subprocess.run(["convert", photo, copy], check=True)
             else:
                 subprocess.run(["vips", "copy", photo, copy], check=True)
             exiftool("-q", "-q", "-overwrite_original", "-all=", "-tagsfromfile", photo, "-all:all", "-unsafe",
