@@ -188,8 +188,8 @@ SOURCES = [
     Source("grey.tga", "convert grey.png -orient TopLeft $OUT", looks="grey.png"),
 
     Source("photo.exr", "convert photo.png -colorspace RGB $OUT", bits=32, looks="photo.png", tolerance=0.004),
-    Source("logo.exr", "convert logo.png -colorspace RGB -channel RGB -fx u*u.a +channel $OUT", bits=32, alpha=True, looks="logo.png",
-           tolerance=0.02),
+    Source("logo.exr", "convert logo.png -colorspace RGB -channel RGB -fx u*u.a +channel $OUT", bits=32, alpha=True,
+           looks="logo.png", tolerance=0.02),
     Source("photo.hdr", "convert photo.png -colorspace RGB $OUT", bits=32, looks="photo.png", tolerance=0.008),
 
     Source("photo.dng", "python3 -B $HERE/make_tiff.py dng photo.png $OUT", bits=16, raw=True, looks="photo.png",

@@ -226,14 +226,16 @@ class PictureMatrix(NivexCase):
         return {(edge["source"], edge["target"]): set(edge["losses"]) for edge in engine["edges"]}
 
     def fault(self, source, target, text, announced=(), found=()):
-        told = f" (announced: {', '.join(sorted(announced)) or 'nothing'}; found: {', '.join(sorted(found)) or 'nothing'})"
+        told = (f" (announced: {', '.join(sorted(announced)) or 'nothing'}; "
+                f"found: {', '.join(sorted(found)) or 'nothing'})")
         self.faults.append(f"{source.name} -> {target}: {text}" + (told if announced or found else ""))
 
     def convert_all(self, target, files):
         """The results of one call for all sources: the job's line by the name of its source."""
         out = self.folder / f"to-{target}"
         out.mkdir()
-        result = pictures.run(self.program, "convert", *files, "--to", target, "--out", out, "--json", check=False, cwd=self.folder, env=self.environment)
+        result = run(self.program, "convert", *files, "--to", target, "--out", out, "--json", check=False,
+                     cwd=self.folder, env=self.environment)
         self.assertIn(result.returncode, (0, 1), result.stderr.decode(errors="replace"))
         self.assertNotIn(b"Sanitizer", result.stderr)
         lines = [json.loads(line) for line in result.stdout.decode().splitlines()]
