@@ -1,5 +1,6 @@
 """The formats that NIVEX parses itself, against independent programs."""
 import re
+import struct
 import subprocess
 import unittest
 
@@ -126,6 +127,17 @@ class Bitmaps(NivexCase):
             if one or other:  # colours lie over white, so the fainter a pixel the coarser
                 self.assertEqual(one[3], other[3])
                 self.assertLessEqual(max(abs(a - b) for a, b in zip(one[:3], other[:3])) * one[3], 256)
+
+    def test_a_grey_photoshop_document_in_linear_light(self):
+        header = struct.pack(">4sH6xHIIHH", b"8BPS", 1, 1, 1, 2, 32, 1)
+        self.write("light.psd", header + bytes(12) + struct.pack(">H2f", 0, 0.5, 1.0))
+        output = self.convert("light.psd", "exr")
+        for x, light in enumerate((0.5, 1.0)):
+            seen = command("vips", "getpoint", output, x, 0).decode().split()
+            self.assertEqual([float(component) for component in seen[:3]], [light] * 3)
+        with_eight_bits = with_imagemagick(self.convert("light.psd", "png"))
+        for seen, expected in zip(with_eight_bits, [188, 188, 188, 255, 255, 255, 255, 255], strict=True):
+            self.assertAlmostEqual(seen, expected, delta=1)
 
     def test_a_photoshop_document_keeps_what_a_photograph_says(self):
         command("convert", self.folder / "colour.png", self.folder / "told.jpg")

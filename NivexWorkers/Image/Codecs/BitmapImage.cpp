@@ -1,6 +1,7 @@
 #include "NivexWorkers/Image/Codecs/BitmapImage.hpp"
 
 #include "NivexWorkers/Image/Codecs/Profiles.hpp"
+#include "NivexWorkers/Image/Pixels/Components.hpp"
 
 #include <cstring>
 #include <exception>
@@ -122,15 +123,8 @@ VImage imageOf(Bitmap bitmap)
     if (colors == BitmapColors::lab)
         return standardColours(image, bits);
     constexpr int floatingPoint = 32;
-    if (bits == floatingPoint) { // linear light, which no profile explains better
-        if (colors != BitmapColors::grey)
-            return image;
-        const VImage grey = image.extract_band(0);
-        std::vector<VImage> bands{grey, grey};
-        if (image.bands() == 2)
-            bands.push_back(image.extract_band(1));
-        return grey.bandjoin(bands).copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_scRGB));
-    }
+    if (bits == floatingPoint) // linear light, which no profile explains better
+        return colors == BitmapColors::grey ? greyLightAsRgb(image) : image;
     embedProfile(image, {reinterpret_cast<const char*>(profile.data()), profile.size()});
     return image;
 }

@@ -70,7 +70,7 @@ Document readHeader(const ByteSource& file)
     const unsigned mode = header.u16();
     document.mode = static_cast<Mode>(mode);
     constexpr std::uint32_t longest = 300'000;
-    constexpr int mostChannels = 56;
+    constexpr int mostChannels = 57; // 56 are documented; 53 alpha channels beside colour and transparency exist
     if (version < 1 || version > 2 || width < 1 || height < 1 || width > longest || height > longest ||
         document.channels > mostChannels)
         throw damaged();

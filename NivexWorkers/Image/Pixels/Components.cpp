@@ -60,6 +60,14 @@ VipsInterpretation interpretationOf(const VImage& image, bool isGrey)
 
 } // namespace
 
+VImage greyLightAsRgb(const VImage& image)
+{
+    std::vector<VImage> components(3, image[0]);
+    if (image.bands() == 2)
+        components.push_back(image[1]);
+    return VImage::bandjoin(components).copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_scRGB));
+}
+
 VImage withUsualComponents(const VImage& original)
 {
     if (isAnotherColorSpace(original.interpretation()))
@@ -71,13 +79,8 @@ VImage withUsualComponents(const VImage& original)
     const int bands = isGrey ? image.bands() : image.bands() > 3 ? 4 : 3;
     if (image.bands() > bands)
         image = image.extract_band(0, VImage::option()->set("n", bands));
-    if (isGrey && image.format() == VIPS_FORMAT_FLOAT) { // linear light is always RGB
-        const VImage grey = image[0];
-        std::vector<VImage> components(3, grey);
-        if (bands == 2)
-            components.push_back(image[1]);
-        image = VImage::bandjoin(components);
-    }
+    if (isGrey && image.format() == VIPS_FORMAT_FLOAT)
+        return greyLightAsRgb(image);
     return image.copy(VImage::option()->set("interpretation", interpretationOf(image, isGrey)));
 }
 

@@ -9,4 +9,7 @@ namespace nivex::image {
 /// pixel) become the nearest of these. Floating point counts as linear light, 1.0 as white.
 vips::VImage withUsualComponents(const vips::VImage& image);
 
+/// Grey linear light, perhaps with alpha, as a frame of a Picture has it: linear light is always RGB.
+vips::VImage greyLightAsRgb(const vips::VImage& image);
+
 } // namespace nivex::image
