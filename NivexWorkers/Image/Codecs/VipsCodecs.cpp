@@ -1,5 +1,6 @@
 // The formats that libvips reads and writes itself, row by row where the format allows.
 #include "NivexWorkers/Image/Codecs/VipsFiles.hpp"
+#include "NivexWorkers/Image/Metadata/ExifBlock.hpp"
 #include "NivexWorkers/Image/Pixels/Colors.hpp"
 
 #include <algorithm>
@@ -82,7 +83,18 @@ VImage animationStrip(const Picture& picture)
 
 } // namespace
 
-Picture readPng(const ReadRequest& request) { return readSingle(request, "pngload"); }
+Picture readPng(const ReadRequest& request)
+{
+    Picture picture = readSingle(request, "pngload");
+    // libvips takes in what is told in front of the pixels; some programs tell of the camera behind them.
+    picture.metadata = readMetadata(request.file, "png");
+    const auto exif = ExifBlock::parse(picture.metadata.exif);
+    if (exif && exif->orientation() != numberField(picture.first(), VIPS_META_ORIENTATION, 1)) {
+        picture.frames[0] = opened(request, "pngload", VIPS_ACCESS_RANDOM).copy();
+        picture.frames[0].set(VIPS_META_ORIENTATION, exif->orientation());
+    }
+    return picture;
+}
 
 Picture readJpeg(const ReadRequest& request)
 {

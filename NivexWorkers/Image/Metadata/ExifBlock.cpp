@@ -8,7 +8,7 @@ namespace {
 
 constexpr std::uint16_t typeShort = 3;
 constexpr std::uint16_t typeLong = 4;
-constexpr std::uint16_t orientation = 0x0112;
+constexpr std::uint16_t orientationTag = 0x0112;
 constexpr std::size_t entryBytes = 12;
 
 /// Bytes of one component; 0 for a type that TIFF 6.0 does not know.
@@ -132,11 +132,21 @@ void ExifBlock::setNumber(const Directory& directory, std::uint16_t tag, std::ui
         }
 }
 
+int ExifBlock::orientation() const
+{
+    const Directory main = mainDirectory();
+    const auto entry = std::ranges::find(main, orientationTag, &Entry::tag);
+    if (entry == main.end() || entry->type != typeShort || entry->valueBytes == 0)
+        return 1;
+    const unsigned told = reader(entry->valuePosition).u16();
+    return told >= 1 && told <= 8 ? static_cast<int>(told) : 1;
+}
+
 void ExifBlock::setUpright(int width, int height)
 {
     const Directory main = mainDirectory();
     for (const Entry& entry : main)
-        if (entry.tag == orientation) {
+        if (entry.tag == orientationTag) {
             erase(entry.position + 2, entryBytes - 2);
             put(entry.position + 2, typeShort, 2);
             put(entry.position + 4, 1, 4);

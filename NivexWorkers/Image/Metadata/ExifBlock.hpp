@@ -41,6 +41,8 @@ public:
     /// True for tags that say how pixels are stored (TIFF 6.0), which mean nothing beside pixels stored otherwise.
     static bool isAboutStorage(std::uint16_t tag);
 
+    /// How the picture is to be turned, 1 (not at all) to 8; 1 where nothing is told.
+    int orientation() const;
     /// Says "upright" where there is a word on the orientation, and the true size wherever a size is told.
     void setUpright(int width, int height);
     /// Takes the small picture away.
