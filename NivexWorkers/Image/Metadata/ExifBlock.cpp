@@ -64,9 +64,10 @@ ByteReader ExifBlock::reader(std::size_t position) const
 
 ExifBlock::Directory ExifBlock::directoryAt(std::size_t position) const
 {
+    constexpr std::size_t headerBytes = 8; // no directory begins in them: 0 leads nowhere
     ByteReader reader = this->reader(position);
     const std::size_t count = reader.u16();
-    if (reader.failed() || reader.left() / entryBytes < count)
+    if (position < headerBytes || reader.failed() || reader.left() / entryBytes < count)
         return {};
     Directory directory;
     for (std::size_t i = 0; i < count; ++i) {
@@ -89,12 +90,25 @@ ExifBlock::Directory ExifBlock::directoryAt(std::size_t position) const
     return directory;
 }
 
-ExifBlock::Directory ExifBlock::subdirectory(const Directory& from, std::uint16_t pointerTag) const
+std::optional<std::size_t> ExifBlock::subdirectory(const Directory& from, std::uint16_t pointerTag) const
 {
     const auto pointer = std::ranges::find(from, pointerTag, &Entry::tag);
     if (pointer == from.end() || pointer->valueBytes != 4)
-        return {};
-    return directoryAt(reader(pointer->valuePosition).u32());
+        return std::nullopt;
+    return reader(pointer->valuePosition).u32();
+}
+
+ExifBlock::Directory ExifBlock::exifDirectory() const
+{
+    const auto position = subdirectory(mainDirectory(), exifPointer);
+    return position ? directoryAt(*position) : Directory{};
+}
+
+std::optional<std::size_t> ExifBlock::thumbnailPosition() const
+{
+    ByteReader link = reader(nextPosition());
+    const std::size_t position = link.u32();
+    return link.failed() ? std::nullopt : std::optional{position};
 }
 
 std::size_t ExifBlock::nextPosition() const { return mainPosition_ + 2 + mainDirectory().size() * entryBytes; }
@@ -161,12 +175,11 @@ void ExifBlock::setUpright(int width, int height)
 
 void ExifBlock::removeThumbnail()
 {
-    const std::size_t link = nextPosition();
-    if (bytes_.size() < 4 || bytes_.size() - 4 < link)
+    const auto position = thumbnailPosition();
+    if (!position)
         return;
-    const std::size_t position = reader(link).u32();
-    const Directory thumbnail = directoryAt(position);
-    put(link, 0, 4);
+    const Directory thumbnail = directoryAt(*position);
+    put(nextPosition(), 0, 4);
     std::size_t start = 0;
     std::size_t length = 0;
     for (const Entry& entry : thumbnail)
@@ -174,7 +187,7 @@ void ExifBlock::removeThumbnail()
             start = reader(entry.valuePosition).u32();
         else if (entry.valueBytes == 4 && entry.tag == 0x0202)
             length = reader(entry.valuePosition).u32();
-    eraseDirectory(position);
+    eraseDirectory(*position);
     if (start < 8 || start > bytes_.size())
         return;
     length = std::min(length, bytes_.size() - start);
@@ -185,23 +198,28 @@ void ExifBlock::removeThumbnail()
 
 void ExifBlock::removePosition()
 {
-    const Directory main = mainDirectory();
-    for (const Entry& entry : main)
-        if (entry.tag == gpsPointer && entry.valueBytes == 4)
-            eraseDirectory(reader(entry.valuePosition).u32());
-    removeFromMain(gpsPointer);
+    // It should be the main one; other programs find the position wherever a directory leads to it.
+    for (const auto& from :
+         {std::optional{mainPosition_}, subdirectory(mainDirectory(), exifPointer), thumbnailPosition()}) {
+        if (!from)
+            continue;
+        for (const Entry& entry : directoryAt(*from))
+            if (entry.tag == gpsPointer && entry.valueBytes == 4)
+                eraseDirectory(reader(entry.valuePosition).u32());
+        removeFrom(*from, gpsPointer);
+    }
 }
 
-void ExifBlock::removeFromMain(std::uint16_t tag)
+void ExifBlock::removeFrom(std::size_t directoryPosition, std::uint16_t tag)
 {
-    const Directory directory = mainDirectory();
+    const Directory directory = directoryAt(directoryPosition);
     if (std::ranges::find(directory, tag, &Entry::tag) == directory.end())
         return;
     for (const Entry& entry : directory)
         if (entry.tag == tag)
             erase(entry.valuePosition, entry.valueBytes);
     // What is kept moves up, with the link to the next directory where there is room for one.
-    const std::size_t begin = mainPosition_ + 2;
+    const std::size_t begin = directoryPosition + 2;
     const std::size_t end = begin + directory.size() * entryBytes;
     const std::size_t linked = std::min(end + 4, bytes_.size());
     const auto at = [&](std::size_t position) { return bytes_.begin() + static_cast<std::ptrdiff_t>(position); };
@@ -209,7 +227,7 @@ void ExifBlock::removeFromMain(std::uint16_t tag)
     for (const Entry& entry : directory)
         if (entry.tag != tag)
             table.insert(table.end(), at(entry.position), at(entry.position + entryBytes));
-    put(mainPosition_, static_cast<std::uint32_t>(table.size() / entryBytes), 2);
+    put(directoryPosition, static_cast<std::uint32_t>(table.size() / entryBytes), 2);
     table.insert(table.end(), at(end), at(linked));
     table.resize(linked - begin);
     std::ranges::copy(table, at(begin));

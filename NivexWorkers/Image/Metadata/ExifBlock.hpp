@@ -36,7 +36,7 @@ public:
 
     Directory mainDirectory() const { return directoryAt(mainPosition_); }
     /// The directory that an entry of the main one leads to; empty without it.
-    Directory exifDirectory() const { return subdirectory(mainDirectory(), exifPointer); }
+    Directory exifDirectory() const;
 
     /// True for tags that say how pixels are stored (TIFF 6.0), which mean nothing beside pixels stored otherwise.
     static bool isAboutStorage(std::uint16_t tag);
@@ -47,10 +47,10 @@ public:
     void setUpright(int width, int height);
     /// Takes the small picture away.
     void removeThumbnail();
-    /// Takes the whole GPS directory away.
+    /// Takes the GPS directory away, whichever directory leads to it.
     void removePosition();
     /// Takes entries of the main directory away.
-    void removeFromMain(std::uint16_t tag);
+    void removeFromMain(std::uint16_t tag) { removeFrom(mainPosition_, tag); }
 
     static constexpr std::uint16_t exifPointer = 0x8769;
     static constexpr std::uint16_t gpsPointer = 0x8825;
@@ -65,11 +65,15 @@ private:
 
     ByteReader reader(std::size_t position) const;
     Directory directoryAt(std::size_t position) const;
-    Directory subdirectory(const Directory& from, std::uint16_t pointerTag) const;
+    /// Where the directory lies to which an entry leads.
+    std::optional<std::size_t> subdirectory(const Directory& from, std::uint16_t pointerTag) const;
     /// Where the main directory says what follows it.
     std::size_t nextPosition() const;
+    /// Where the directory of the thumbnail lies.
+    std::optional<std::size_t> thumbnailPosition() const;
     void erase(std::size_t position, std::size_t count);
     void eraseDirectory(std::size_t position);
+    void removeFrom(std::size_t directoryPosition, std::uint16_t tag);
     void setNumber(const Directory& directory, std::uint16_t tag, std::uint32_t number);
     void put(std::size_t position, std::uint32_t number, std::size_t width);
 

@@ -73,6 +73,34 @@ TEST(ExifBlock, TakesThePositionAwayWithoutMovingAnythingElse)
     }
 }
 
+TEST(ExifBlock, TakesThePositionAwayFromWhateverLeadsToIt)
+{
+    auto bytes = exifBlock(ByteOrder::little, {{{0x010F, 2, 4, 0x43424100}, {0x8769, 4, 1, 200}},
+                                               {{0x8825, 4, 1, 400}, {0xA002, 4, 1, 70}},
+                                               {{0x0103, 3, 1, 6}, {0x8825, 4, 1, 400}},
+                                               {{1, 2, 2, 0x4E}, {2, 5, 3, 60}}});
+    bytes[100 + 2 + 2 * 12 + 1] = std::byte{1}; // the third directory, at 300, follows the first
+    bytes[100 + 2 + 2 * 12] = std::byte{44};
+    auto exif = ExifBlock::parse(bytes);
+    ASSERT_TRUE(exif);
+    exif->removePosition();
+    EXPECT_EQ(tags(exif->mainDirectory()), (std::vector<std::uint16_t>{0x010F, 0x8769}));
+    EXPECT_EQ(tags(exif->exifDirectory()), std::vector<std::uint16_t>{0xA002});
+    EXPECT_EQ(exif->bytes()[300], std::byte{1}) << "entries left beside the thumbnail";
+    EXPECT_EQ(exif->bytes()[400], std::byte{0}) << "the position itself is still there";
+}
+
+TEST(ExifBlock, ALinkOfZeroLeadsNowhere)
+{
+    auto bytes = exifBlock(ByteOrder::little, {{{0x010F, 2, 4, 0x43424100}}});
+    bytes.resize(300'000, std::byte{0xAA}); // so large that its header could pass for a directory
+    auto exif = ExifBlock::parse(bytes);
+    ASSERT_TRUE(exif);
+    exif->removeThumbnail();
+    exif->removePosition();
+    EXPECT_EQ(exif->bytes(), bytes);
+}
+
 TEST(ExifBlock, SaysUprightAndTheTrueSizeInEitherByteOrder)
 {
     for (const ByteOrder order : {ByteOrder::little, ByteOrder::big}) {
