@@ -3,6 +3,7 @@
 #include "NivexWorkers/Image/Codecs/Codec.hpp"
 #include "NivexWorkers/Image/Codecs/PixelBuffer.hpp"
 #include "NivexWorkers/Image/Codecs/Rows.hpp"
+#include "NivexWorkers/Image/Metadata/ByteWriter.hpp"
 
 #include "NivexKit/Foundation/ByteReader.hpp"
 #include "NivexKit/Foundation/ByteSource.hpp"
@@ -255,19 +256,13 @@ private:
 
     void writeHeader()
     {
-        std::string header;
-        const auto number = [&header](std::uint64_t value, int width) {
-            for (int i = 0; i < width; ++i)
-                header += static_cast<char>(value >> (8 * i));
-        };
-        number(signature, 4);
-        number(texture_.block.width, 1);
-        number(texture_.block.height, 1);
-        number(1, 1);
-        number(static_cast<std::uint64_t>(texture_.width), 3);
-        number(static_cast<std::uint64_t>(texture_.height), 3);
-        number(1, 3);
-        file_.write(header);
+        ByteWriter header{ByteOrder::little};
+        header.u32(signature);
+        header.u8(static_cast<std::uint8_t>(texture_.block.width));
+        header.u8(static_cast<std::uint8_t>(texture_.block.height));
+        header.u8(1); // the depth of a block
+        header.u24(static_cast<std::uint32_t>(texture_.width)).u24(static_cast<std::uint32_t>(texture_.height)).u24(1);
+        file_.write(header.view());
     }
 
     /// Adds a row of 1 to 4 bands as red, green, blue, alpha.
