@@ -13,9 +13,6 @@
 #include <vips/vips8>
 #include <x265.h>
 
-// Defines names that x265.h uses.
-#include <svt-av1/EbSvtAv1Enc.h>
-
 #include <cstdint>
 #include <string>
 
@@ -38,17 +35,11 @@ int main(int argumentCount, char** arguments)
         .libraries =
             [] {
                 return std::vector<LibraryVersion>{
-                    {"libvips", vips_version_string()},
-                    {"libheif", heif_get_version()},
-                    {"libde265", de265_get_version()},
-                    {"dav1d", dav1d_version()},
-                    {"x265", x265_version_str},
-                    {"libaom", aom_codec_version_str()},
-                    {"SVT-AV1", svt_av1_get_version()},
-                    {"OpenJPEG", opj_version()},
-                    {"libjxl", dotted(JxlDecoderVersion())},
-                    {"OpenEXR", OPENEXR_VERSION_STRING},
-                    {"LibRaw", libraw_version()},
+                    {"libvips", vips_version_string()},  {"libheif", heif_get_version()},
+                    {"libde265", de265_get_version()},   {"dav1d", dav1d_version()},
+                    {"x265", x265_version_str},          {"libaom", aom_codec_version_str()},
+                    {"OpenJPEG", opj_version()},         {"libjxl", dotted(JxlDecoderVersion())},
+                    {"OpenEXR", OPENEXR_VERSION_STRING}, {"LibRaw", libraw_version()},
                 };
             },
         .convert = [](const EngineID&, const EngineRequest& request,

@@ -33,7 +33,7 @@ struct EncoderRow {
 constexpr EncoderRow encoders[] = {
     {.format = "jpeg", .lowestQuality = 0.50},
     {.format = "heic", .lowestQuality = 0.25, .qualityStep = 0.02, .steepness = 5, .isSlow = true},
-    {.format = "avif", .lowestQuality = 0.30, .qualityStep = 0.016, .steepness = 4, .isSlow = true},
+    {.format = "avif", .lowestQuality = 0.30, .qualityStep = 0.005, .steepness = 4, .isSlow = true},
     {.format = "jp2",  .lowestQuality = 0, .lowestBitsPerPixel = 0.25},
     {.format = "pdf",  .lowestQuality = 0.50},
 };

@@ -1,7 +1,7 @@
 // Pictures as HEIC (HEVC by x265) and AVIF (AV1 by libaom), by libheif.
 #include "NivexWorkers/Image/Codecs/Codec.hpp"
-#include "NivexWorkers/Image/Codecs/HeifFastAv1.hpp"
 #include "NivexWorkers/Image/Codecs/HeifFile.hpp"
+#include "NivexWorkers/Image/Codecs/HeifStillAv1.hpp"
 #include "NivexWorkers/Image/Codecs/Profiles.hpp"
 #include "NivexWorkers/Image/Codecs/Rows.hpp"
 
@@ -10,8 +10,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <exception>
 #include <iterator>
+#include <limits>
 #include <span>
 #include <string>
 
@@ -27,7 +29,13 @@ struct Parameter {
 
 struct QualityPoint {
     double quality;
-    double percent;
+    double quantizer;
+};
+
+/// How an encoder treats pictures up to a busyness.
+struct Effort {
+    double mostBusyness;
+    Parameter parameter;
 };
 
 struct Coding {
@@ -35,16 +43,23 @@ struct Coding {
     std::span<const QualityPoint> qualities;
     int deepBits; // for pictures of more than 8 bits
     std::span<const Parameter> parameters;
-    const char* processors; // the parameter that takes their number
+    std::span<const Effort> efforts; // the last one takes every picture
+    const char* quantizer;           // the parameter that takes it
+    const char* processors;          // and the one that takes their number
     /// How colours are split at full quality (ITU-T H.273). Where devices show nothing but brightness and two colour
     /// differences, rounding moves a component by 1 at most.
     heif_matrix_coefficients losslessMatrix;
 };
 
-// What the encoders call a quality, for pictures as near to the original as a JPEG file of that quality. Measured: see
-// docs/decisions/heif.md.
-constexpr QualityPoint hevcQualities[] = {{0, 8}, {0.2, 20}, {0.5, 35}, {0.75, 47}, {0.85, 56}, {0.92, 66}, {1, 95}};
-constexpr QualityPoint av1Qualities[] = {{0, 8}, {0.2, 24}, {0.5, 46}, {0.75, 64}, {0.85, 74}, {0.92, 86}, {1, 98}};
+constexpr double anyBusyness = std::numeric_limits<double>::infinity();
+
+// The encoders' quantizers, for pictures as near to the original as a JPEG file of that quality, and their efforts.
+// Measured: see docs/decisions/heif.md.
+constexpr QualityPoint hevcQualities[] = {{0, 46},    {0.2, 40},  {0.5, 32.5}, {0.75, 26.5},
+                                          {0.85, 22}, {0.92, 17}, {1, 2.5}};
+constexpr QualityPoint av1Qualities[] = {{0, 58}, {0.2, 48}, {0.5, 34}, {0.75, 22}, {0.85, 15}, {0.92, 8}, {1, 1}};
+constexpr Effort hevcEfforts[] = {{4, {"x265:tu-intra-depth", "1"}}, {anyBusyness, {"x265:tu-intra-depth", "3"}}};
+constexpr Effort av1Efforts[] = {{1, {"speed", "5"}}, {4, {"speed", "6"}}, {anyBusyness, {"speed", "8"}}};
 
 constexpr Parameter hevcParameters[] = {
     {"preset", "ultrafast"},
@@ -52,13 +67,12 @@ constexpr Parameter hevcParameters[] = {
     {"x265:sao", "1"},
     {"x265:ctu", "64"}, // libheif chooses 16 for strips, which levels for large pictures forbid
 };
-constexpr Coding hevc{heif_compression_HEVC, hevcQualities, 10,
-                      hevcParameters,        "x265:pools",  heif_matrix_coefficients_ITU_R_BT_601_6};
+constexpr Coding hevc{heif_compression_HEVC, hevcQualities, 10,           hevcParameters,
+                      hevcEfforts,           "x265:crf",    "x265:pools", heif_matrix_coefficients_ITU_R_BT_601_6};
 
-constexpr Parameter av1Parameters[] = {{"speed", "6"}, {"tune", "psnr"}};
 // libheif 1.15 with libaom 3.6 fails at 10 bits.
-constexpr Coding av1{heif_compression_AV1, av1Qualities, 12,
-                     av1Parameters,        "threads",    heif_matrix_coefficients_RGB_GBR};
+constexpr Coding av1{heif_compression_AV1, av1Qualities, 12,        {},
+                     av1Efforts,           "quantizer",  "threads", heif_matrix_coefficients_RGB_GBR};
 
 /// Colour is stored as finely as brightness from here on.
 constexpr double fineColorQuality = 0.9;
@@ -81,14 +95,6 @@ bool hasFineColor(const VImage& image, const WriteRequest& request)
     return request.quality >= fineColorQuality && !isGrey(image); // which libheif 1.15 would make colour
 }
 
-bool suitsFastAv1(const VImage& image, const WriteRequest& request)
-{
-    return !hasFineColor(image, request) && image.width() % 2 == 0 && image.height() % 2 == 0 && image.bands() == 3 &&
-           image.format() == VIPS_FORMAT_UCHAR && std::min(image.width(), image.height()) >= fastAv1SmallestSide &&
-           image.height() <= fastAv1LargestHeight &&
-           static_cast<std::int64_t>(image.width()) * image.height() <= fastAv1MostPixels;
-}
-
 /// The encoder of a format, the first one or one of a name.
 HeifEncoder encoderNamed(heif_context& context, heif_compression_format format, const char* name)
 {
@@ -100,36 +106,39 @@ HeifEncoder encoderNamed(heif_context& context, heif_compression_format format, 
     return HeifEncoder{made};
 }
 
-int encodersPercent(double quality, std::span<const QualityPoint> points)
+double quantizerOf(double quality, std::span<const QualityPoint> points)
 {
     const auto above = std::ranges::find_if(points, [&](const QualityPoint& each) { return quality <= each.quality; });
     if (above == points.begin() || above == points.end())
-        return static_cast<int>(above == points.end() ? points.back().percent : points.front().percent);
+        return above == points.end() ? points.back().quantizer : points.front().quantizer;
     const QualityPoint below = *std::prev(above);
     const double part = (quality - below.quality) / (above->quality - below.quality);
-    return static_cast<int>(std::lround(below.percent + part * (above->percent - below.percent)));
+    return below.quantizer + part * (above->quantizer - below.quantizer);
 }
 
-HeifEncoder encoderFor(const VImage& image, heif_context& context, const Coding& coding, const WriteRequest& request)
+HeifEncoder encoderFor(const VImage& image, double busyness, heif_context& context, const Coding& coding,
+                       const WriteRequest& request)
 {
-    const int percent = encodersPercent(request.quality, coding.qualities);
-    const std::string processors = std::to_string(request.processors);
-    if (coding.format == heif_compression_AV1 && suitsFastAv1(image, request)) {
-        addFastAv1Encoder();
-        HeifEncoder encoder = encoderNamed(context, coding.format, fastAv1Encoder);
-        require(heif_encoder_set_lossy_quality(encoder.get(), percent));
-        require(heif_encoder_set_parameter(encoder.get(), coding.processors, processors.c_str()));
-        return encoder;
-    }
-    HeifEncoder encoder = encoderNamed(context, coding.format, nullptr);
+    // libheif's own AV1 encoder is kept for coding without loss.
+    const bool isStillAv1 = coding.format == heif_compression_AV1 && !isLossless(request);
+    if (isStillAv1)
+        addStillAv1Encoder();
+    HeifEncoder encoder = encoderNamed(context, coding.format, isStillAv1 ? stillAv1Encoder : nullptr);
+    const auto set = [&](const char* name, const std::string& value) {
+        require(heif_encoder_set_parameter(encoder.get(), name, value.c_str()));
+    };
     for (const Parameter& parameter : coding.parameters)
-        require(heif_encoder_set_parameter(encoder.get(), parameter.name, parameter.value));
-    require(heif_encoder_set_parameter(encoder.get(), coding.processors, processors.c_str()));
-    require(heif_encoder_set_parameter(encoder.get(), "chroma", hasFineColor(image, request) ? "444" : "420"));
-    if (isLossless(request))
+        set(parameter.name, parameter.value);
+    set(coding.processors, std::to_string(request.processors));
+    set("chroma", hasFineColor(image, request) ? "444" : "420");
+    if (isLossless(request)) {
         require(heif_encoder_set_lossless(encoder.get(), 1));
-    else
-        require(heif_encoder_set_lossy_quality(encoder.get(), percent));
+    } else {
+        const auto effort = std::ranges::find_if(
+            coding.efforts, [busyness](const Effort& each) { return busyness <= each.mostBusyness; });
+        set(effort->parameter.name, effort->parameter.value);
+        set(coding.quantizer, std::to_string(quantizerOf(request.quality, coding.qualities)));
+    }
     return encoder;
 }
 
@@ -198,22 +207,59 @@ void describeColors(heif_image& pixels, const VImage& image, heif_matrix_coeffic
     require(heif_image_set_nclx_color_profile(&pixels, colors.get()));
 }
 
+/// How crowded a picture is: by how much of 255 a sample differs from the mean of its two neighbours in the row, on
+/// average, in green or grey. Close-ups have 0.3, what is full of small things 6.
+class Busyness {
+public:
+    template <class Sample>
+    void add(std::span<const std::byte> row, std::size_t bandCount)
+    {
+        const Sample* samples = samplesOf<Sample>(row) + (bandCount > 2 ? 1 : 0);
+        const std::size_t width = row.size() / sizeof(Sample) / bandCount;
+        std::uint64_t sum = 0;
+        for (std::size_t x = 2; x < width; ++x) {
+            const int middle = samples[(x - 1) * bandCount];
+            sum += static_cast<unsigned>(std::abs(2 * middle - samples[(x - 2) * bandCount] - samples[x * bandCount]));
+            ++count_;
+        }
+        sum_ += static_cast<double>(sum) / 2 * 255 / std::numeric_limits<Sample>::max();
+    }
+
+    double value() const { return count_ == 0 ? 0 : sum_ / static_cast<double>(count_); }
+
+private:
+    double sum_ = 0;
+    std::size_t count_ = 0;
+};
+
+struct Pixels {
+    HeifPixels held;
+    Busyness busyness;
+};
+
 /// Computes the pixels. Reports it as the part from `begin` to `end`.
-HeifPixels pixelsOf(const VImage& image, int deepBits, const ProgressCallback& progress, double begin, double end)
+Pixels pixelsOf(const VImage& image, int deepBits, const ProgressCallback& progress, double begin, double end)
 {
     const bool isDeep = image.format() == VIPS_FORMAT_USHORT;
     const int bits = isDeep ? deepBits : 8;
     const auto bandCount = static_cast<std::size_t>(image.bands());
     std::vector<Target> targets;
-    HeifPixels pixels = emptyPixels(image, bits, targets);
+    Pixels pixels{.held = emptyPixels(image, bits, targets), .busyness = {}};
     pullRows(image, progress, begin, end, [&](int y, std::span<const std::byte> row) {
-        if (isDeep)
+        constexpr int sampledRows = 16; // one of so many is enough to tell
+        const bool isSampled = y % sampledRows == 0;
+        if (isDeep) {
             copyRow<std::uint16_t>(row, y, bandCount, targets, [bits](unsigned sample) {
                 const unsigned most = (1u << bits) - 1;
                 return static_cast<std::uint16_t>((sample * most + 32'767) / 65'535);
             });
-        else
+            if (isSampled)
+                pixels.busyness.add<std::uint16_t>(row, bandCount);
+        } else {
             copyRow<std::uint8_t>(row, y, bandCount, targets, [](std::uint8_t sample) { return sample; });
+            if (isSampled)
+                pixels.busyness.add<std::uint8_t>(row, bandCount);
+        }
     });
     return pixels;
 }
@@ -256,17 +302,17 @@ void write(const Picture& picture, const WriteRequest& request, const Coding& co
     const double share = 1.0 / static_cast<double>(picture.frames.size());
     for (std::size_t i = 0; i < picture.frames.size(); ++i) {
         const double begin = share * static_cast<double>(i);
-        const HeifPixels pixels =
+        const Pixels pixels =
             pixelsOf(picture.frames[i], coding.deepBits, request.progress, begin, begin + share * pulling);
         const heif_matrix_coefficients matrix = isLossless(request) && !isGrey(picture.frames[i])
                                                     ? coding.losslessMatrix
                                                     : heif_matrix_coefficients_ITU_R_BT_601_6;
-        describeColors(*pixels, picture.frames[i], matrix);
+        describeColors(*pixels.held, picture.frames[i], matrix);
         // A profile tells nothing of the matrix, and without it programs assume the usual one.
         options->save_two_colr_boxes_when_ICC_and_nclx_available = matrix != heif_matrix_coefficients_ITU_R_BT_601_6;
-        const HeifEncoder encoder = encoderFor(picture.frames[i], *context, coding, request);
+        const HeifEncoder encoder = encoderFor(picture.frames[i], pixels.busyness.value(), *context, coding, request);
         heif_image_handle* item = nullptr;
-        require(heif_context_encode_image(context.get(), pixels.get(), encoder.get(), options.get(), &item));
+        require(heif_context_encode_image(context.get(), pixels.held.get(), encoder.get(), options.get(), &item));
         const HeifItem kept{item};
         if (i == 0) // which is the primary picture
             embed(*context, *item, picture.metadata);
