@@ -1,5 +1,6 @@
 """Writes a picture as a TIFF that few programs write: `dng`, the raw file of a camera with a colour filter array, or
-`geotiff`, a map with its place on the earth. Usage: make_tiff.py dng|geotiff PICTURE FILE"""
+`geotiff`, a map with its place on the earth, or `grey12`, with components of 12 bits.
+Usage: make_tiff.py dng|geotiff|grey12 PICTURE FILE"""
 import struct
 import subprocess
 import sys
@@ -84,6 +85,17 @@ def geotiff(picture):
     ]
 
 
+def grey12(picture):
+    """TIFF 6.0; two components share three bytes, and each row begins with a byte of its own."""
+    width, height, values = components(picture, 16)
+    rows = b""
+    for y in range(height):
+        row = "".join(f"{value >> 4:012b}" for value in values[3 * width * y:3 * width * (y + 1):3])
+        row += "0" * (-len(row) % 8)
+        rows += int(row, 2).to_bytes(len(row) // 8, "big")
+    return rows, picture_tags(width, height, rows, [12], 1)
+
+
 def written(rows, tags):
     """The whole file: header, the one directory, what does not fit into it, and the rows."""
     tags = sorted(tags, key=lambda tag: tag[0])
@@ -104,4 +116,4 @@ def written(rows, tags):
 
 if __name__ == "__main__":
     with open(sys.argv[3], "wb") as out:
-        out.write(written(*{"dng": dng, "geotiff": geotiff}[sys.argv[1]](sys.argv[2])))
+        out.write(written(*{"dng": dng, "geotiff": geotiff, "grey12": grey12}[sys.argv[1]](sys.argv[2])))

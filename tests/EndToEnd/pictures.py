@@ -128,6 +128,10 @@ SOURCES = [
     Source("pages.tif", "convert photo.png second.png third.png $OUT", frames=3, kind="pages"),
     Source("wide.tif", "cp wide.tif $OUT", profile=True),
     Source("told.tif", f"convert photo.png $OUT; {DESCRIBE}", told=TOLD),
+    Source("planes.tif", "convert logo.png x.tif; tiffcp -t -w 16 -l 32 -p separate x.tif $OUT", alpha=True,
+           looks="logo.png"),
+    Source("twelve.tif", "python3 -B $HERE/make_tiff.py grey12 deepgrey.png $OUT", bits=12, looks="deepgrey.png",
+           tolerance=0.0003),
     Source("lying.tif", "convert lying.png -orient RightTop $OUT"),
 
     Source("map.tif", "python3 -B $HERE/make_tiff.py geotiff photo.png $OUT", of="geotiff",

@@ -1,6 +1,6 @@
 // TIFF 6.0: pixels by libvips, page by page; the chain of pages by libtiff.
 #include "NivexWorkers/Image/Codecs/Progress.hpp"
-#include "NivexWorkers/Image/Codecs/Release.hpp"
+#include "NivexWorkers/Image/Codecs/TiffLayouts.hpp"
 #include "NivexWorkers/Image/Codecs/VipsFiles.hpp"
 #include "NivexWorkers/Image/Pixels/Components.hpp"
 
@@ -21,8 +21,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using vips::VImage;
-
-using TiffFile = std::unique_ptr<TIFF, Release<TIFFClose>>;
 
 /// No scanner or office program writes more, and each page costs an open file.
 constexpr std::size_t mostPages = 2'000;
@@ -62,33 +60,48 @@ void requirePalette(const ByteSource& file, TIFF* tiff)
         throw damaged();
 }
 
+struct Page {
+    int directory;
+    bool isRare = false; // see hasRareLayout
+};
+
 /// The directories that are pages of their own: not the smaller versions and masks of another one.
-std::vector<int> pages(const fs::path& file)
+std::vector<Page> pages(const fs::path& file)
 {
     const TiffFile tiff{TIFFOpen(file.c_str(), "rm")};
     const std::optional<FileSource> bytes = FileSource::open(file);
     if (!tiff || !bytes)
         throw damaged();
-    std::vector<int> pages;
+    std::vector<Page> pages;
     int directory = 0;
     do {
         std::uint32_t kind = 0;
         TIFFGetFieldDefaulted(tiff.get(), TIFFTAG_SUBFILETYPE, &kind);
         if ((kind & (FILETYPE_REDUCEDIMAGE | FILETYPE_MASK)) == 0)
-            pages.push_back(directory);
+            pages.push_back({directory, hasRareLayout(tiff.get())});
         requirePalette(*bytes, tiff.get());
         ++directory;
     } while (pages.size() <= mostPages && TIFFReadDirectory(tiff.get()));
     if (pages.size() > mostPages)
         throw ConversionError::resourceLimit(filled("le document a plus de {} pages"_fr, {std::to_string(mostPages)}));
     if (pages.empty()) // nothing but a thumbnail is still a picture
-        pages.push_back(0);
+        pages.push_back({0});
     return pages;
 }
 
-VImage readPage(const ReadRequest& request, int page)
+VImage readRarePage(const ReadRequest& request, int directory)
 {
-    const auto options = [page] { return VImage::option()->set("page", page); };
+    const TiffFile tiff{TIFFOpen(request.file.c_str(), "rm")};
+    if (!tiff || TIFFSetDirectory(tiff.get(), static_cast<tdir_t>(directory)) == 0)
+        throw damaged();
+    return withUsualComponents(readRareLayout(tiff.get(), request.limits));
+}
+
+VImage readPage(const ReadRequest& request, const Page& page)
+{
+    if (page.isRare)
+        return readRarePage(request, page.directory);
+    const auto options = [&page] { return VImage::option()->set("page", page.directory); };
     const VImage header = opened(request, "tiffload", VIPS_ACCESS_SEQUENTIAL, options());
     requireAcceptableSize(header.width(), header.height(), 1, request.limits);
     const bool isUpright = numberField(header, VIPS_META_ORIENTATION, 1) == 1;
@@ -170,14 +183,13 @@ void appendPage(TIFF* document, const fs::path& page)
 
 Picture readTiff(const ReadRequest& request)
 {
-    const std::vector<int> directories = pages(request.file);
     Picture picture;
     std::int64_t pixels = 0;
-    for (const int directory : directories) {
-        const VImage page = readPage(request, directory);
-        pixels += std::int64_t{page.width()} * page.height();
+    for (const Page& page : pages(request.file)) {
+        const VImage frame = readPage(request, page);
+        pixels += std::int64_t{frame.width()} * frame.height();
         requireAcceptableSize(pixels, 1, 1, request.limits);
-        picture.frames.push_back(page);
+        picture.frames.push_back(frame);
         if (!request.wantsAllFrames)
             break;
     }
