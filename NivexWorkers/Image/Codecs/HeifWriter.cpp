@@ -59,7 +59,7 @@ constexpr QualityPoint hevcQualities[] = {{0, 46},    {0.2, 40},  {0.5, 32.5}, {
                                           {0.85, 22}, {0.92, 17}, {1, 2.5}};
 constexpr QualityPoint av1Qualities[] = {{0, 58}, {0.2, 48}, {0.5, 34}, {0.75, 22}, {0.85, 15}, {0.92, 8}, {1, 1}};
 constexpr Effort hevcEfforts[] = {{4, {"x265:tu-intra-depth", "1"}}, {anyBusyness, {"x265:tu-intra-depth", "3"}}};
-constexpr Effort av1Efforts[] = {{1, {"speed", "5"}}, {4, {"speed", "6"}}, {anyBusyness, {"speed", "8"}}};
+constexpr Effort av1Efforts[] = {{4, {"speed", "6"}}, {anyBusyness, {"speed", "8"}}};
 
 constexpr Parameter hevcParameters[] = {
     {"preset", "ultrafast"},
