@@ -394,6 +394,9 @@ void writeExr(const Picture& picture, const WriteRequest& request)
         Imf::setGlobalThreadCount(static_cast<int>(request.processors));
         const VImage& image = picture.first();
         ExrEncoding{image, inLinearLight(image), request}.write();
+        // What fails while the file is closed, on a full disk say, is not told: the table of rows then has gaps.
+        if (!Imf::InputFile{request.file.c_str()}.isComplete())
+            throw notSaved("OpenEXR");
     });
 }
 
