@@ -9,10 +9,12 @@
 #include "NivexWorkers/Image/Pixels/Adaptation.hpp"
 
 #include "NivexKit/Contract/OutputBudget.hpp"
+#include "NivexKit/Foundation/OutputFile.hpp"
 #include "NivexKit/Foundation/StringTable.hpp"
 
 #include <algorithm>
 #include <cstdlib>
+#include <string>
 #include <thread>
 #include <utility>
 
@@ -152,6 +154,14 @@ void write(const Picture& picture, const EngineRequest& request, const std::opti
     embedMetadata(output, format, picture.metadata);
 }
 
+/// Says so where an encoder failed because the volume is full; libraries do not tell.
+void requireSpace(const fs::path& folder)
+{
+    constexpr std::size_t bytes = 1 << 20;
+    NewFile probe{folder / "probe"};
+    probe.write(std::string(bytes, '\0'));
+}
+
 /// Makes the output. May leave half a picture where hasErrorBehind.
 void produce(const Codec& source, const PictureFormat& target, const EngineRequest& request,
              const ProgressCallback& progress)
@@ -219,7 +229,12 @@ std::vector<fs::path> convertPicture(const EngineRequest& request, const Progres
     } catch (const vips::VError&) {
         if (!isReadableThroughout(request))
             throw damaged();
+        requireSpace(output.parent_path());
         throw notSaved(request.targetFormat.name);
+    } catch (const ConversionError& error) {
+        if (error.kind() == ConversionError::Kind::encodingFailed)
+            requireSpace(output.parent_path());
+        throw;
     }
     return {output};
 }
