@@ -9,6 +9,7 @@ namespace {
 constexpr std::uint16_t typeShort = 3;
 constexpr std::uint16_t typeLong = 4;
 constexpr std::uint16_t orientationTag = 0x0112;
+constexpr std::size_t headerBytes = 8; // neither a directory nor a value lies in them
 constexpr std::size_t entryBytes = 12;
 
 /// Bytes of one component; 0 for a type that TIFF 6.0 does not know.
@@ -64,7 +65,6 @@ ByteReader ExifBlock::reader(std::size_t position) const
 
 ExifBlock::Directory ExifBlock::directoryAt(std::size_t position) const
 {
-    constexpr std::size_t headerBytes = 8; // no directory begins in them: 0 leads nowhere
     ByteReader reader = this->reader(position);
     const std::size_t count = reader.u16();
     if (position < headerBytes || reader.failed() || reader.left() / entryBytes < count)
@@ -81,7 +81,7 @@ ExifBlock::Directory ExifBlock::directoryAt(std::size_t position) const
         const std::size_t bytes = componentBytes(entry.type) * entry.count;
         if (bytes <= 4)
             entry.valueBytes = bytes;
-        else if (offset <= bytes_.size() && bytes <= bytes_.size() - offset) {
+        else if (offset >= headerBytes && offset <= bytes_.size() && bytes <= bytes_.size() - offset) {
             entry.valuePosition = offset;
             entry.valueBytes = bytes;
         }
@@ -188,7 +188,7 @@ void ExifBlock::removeThumbnail()
         else if (entry.valueBytes == 4 && entry.tag == 0x0202)
             length = reader(entry.valuePosition).u32();
     eraseDirectory(*position);
-    if (start < 8 || start > bytes_.size())
+    if (start < headerBytes || start > bytes_.size())
         return;
     length = std::min(length, bytes_.size() - start);
     erase(start, length);
