@@ -3,7 +3,7 @@
 #include "NivexWorkers/Image/Codecs/Codec.hpp"
 #include "NivexWorkers/Image/Codecs/PixelBuffer.hpp"
 #include "NivexWorkers/Image/Codecs/Rows.hpp"
-#include "NivexWorkers/Image/Metadata/ByteWriter.hpp"
+#include "NivexWorkers/Image/Structures/ByteWriter.hpp"
 
 #include "NivexKit/Foundation/ByteReader.hpp"
 #include "NivexKit/Foundation/ByteSource.hpp"

@@ -1,7 +1,7 @@
 // The formats of one picture that NIVEX reads and writes itself, row by row: BMP and TGA.
 #include "NivexWorkers/Image/Codecs/BitmapImage.hpp"
 #include "NivexWorkers/Image/Codecs/Rows.hpp"
-#include "NivexWorkers/Image/Metadata/ByteWriter.hpp"
+#include "NivexWorkers/Image/Structures/ByteWriter.hpp"
 
 #include "NivexKit/Foundation/OutputFile.hpp"
 

@@ -2,6 +2,7 @@
 #include "NivexWorkers/Image/Codecs/Codec.hpp"
 #include "NivexWorkers/Image/Codecs/HeifColors.hpp"
 #include "NivexWorkers/Image/Codecs/HeifFile.hpp"
+#include "NivexWorkers/Image/Codecs/HeifReferences.hpp"
 #include "NivexWorkers/Image/Codecs/Profiles.hpp"
 
 #include "NivexKit/Foundation/ByteReader.hpp"
@@ -70,6 +71,8 @@ private:
 
 HeifReader::HeifReader(const ReadRequest& request) : request_{request}
 {
+    if (const auto file = FileSource::open(request.file); file && hasCircularItems(*file))
+        throw damaged(); // libheif 1.15 follows them until the memory is used up
     heif_context_set_maximum_image_size_limit(context_.get(), longestCodedSide);
     require(heif_context_read_from_file(context_.get(), request.file.c_str(), nullptr));
 }

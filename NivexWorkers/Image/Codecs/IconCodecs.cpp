@@ -1,7 +1,7 @@
 // Files of icons: one picture in several sizes, each a square.
 #include "NivexWorkers/Image/Codecs/BitmapImage.hpp"
 #include "NivexWorkers/Image/Codecs/Icons.hpp"
-#include "NivexWorkers/Image/Metadata/ByteWriter.hpp"
+#include "NivexWorkers/Image/Structures/ByteWriter.hpp"
 
 #include "NivexKit/Foundation/OutputFile.hpp"
 

@@ -2,6 +2,7 @@
 
 #include "NivexWorkers/Image/Codecs/Codec.hpp"
 #include "NivexWorkers/Image/Codecs/Profiles.hpp"
+#include "NivexWorkers/Image/Structures/IsoBoxes.hpp"
 
 #include "NivexKit/Foundation/ByteReader.hpp"
 #include "NivexKit/Foundation/StringTable.hpp"
@@ -17,56 +18,17 @@ namespace {
 
 using File = Jpeg2000File;
 
-constexpr std::uint32_t boxType(const char (&letters)[5])
-{
-    std::uint32_t type = 0;
-    for (int i = 0; i < 4; ++i)
-        type = type << 8 | static_cast<unsigned char>(letters[i]);
-    return type;
-}
-
 constexpr std::size_t largestHeaderBox = 32u << 20; // jp2h with a profile and a palette is far smaller
 constexpr std::size_t largestMainHeader = 8u << 20;
 constexpr std::int64_t mostTileComponents = 1 << 20; // the decoder keeps a kilobyte for each
 constexpr std::uint16_t mostComponents = 64;
 
-struct Box {
-    std::uint32_t type;
-    std::uint64_t begin; // of the contents
-    std::uint64_t end;
-};
-
-Box boxAt(const ByteSource& source, std::uint64_t position)
-{
-    const auto head = source.read(position, 16);
-    ByteReader reader{head, damaged(), ByteOrder::big};
-    std::uint64_t length = reader.u32();
-    const std::uint32_t type = reader.u32();
-    std::uint64_t begin = 8;
-    if (length == 1) {
-        length = reader.u64();
-        begin = 16;
-    }
-    const std::uint64_t left = source.size() - position;
-    if (length == 0)
-        length = left;
-    if (length < begin || length > left)
-        throw damaged();
-    return {.type = type, .begin = position + begin, .end = position + length};
-}
-
-/// The boxes inside a box, whose contents are all in memory.
+/// The boxes inside a box.
 template <class Visit>
-void eachBox(std::span<const std::byte> contents, Visit visit)
+void eachInnerBox(std::span<const std::byte> contents, Visit visit)
 {
-    ByteReader reader{contents, damaged(), ByteOrder::big};
-    while (reader.left() >= 8) {
-        const std::uint32_t length = reader.u32();
-        const std::uint32_t type = reader.u32();
-        if (length != 0 && length < 8)
-            throw damaged();
-        visit(type, reader.bytes(length == 0 ? reader.left() : length - 8));
-    }
+    if (!eachBox(contents, visit))
+        throw damaged();
 }
 
 void readColors(std::span<const std::byte> box, File& file)
@@ -181,8 +143,8 @@ double metres(ByteReader& reader, std::uint32_t numerator, std::uint32_t denomin
 
 void readResolution(std::span<const std::byte> box, File& file)
 {
-    eachBox(box, [&](std::uint32_t type, std::span<const std::byte> contents) {
-        if (type != boxType("resc") && type != boxType("resd"))
+    eachInnerBox(box, [&](std::string_view type, std::span<const std::byte> contents) {
+        if (type != "resc" && type != "resd")
             return;
         ByteReader reader{contents, damaged(), ByteOrder::big};
         std::uint32_t numbers[4]; // vertical numerator and denominator, horizontal ones
@@ -193,21 +155,21 @@ void readResolution(std::span<const std::byte> box, File& file)
     });
 }
 
-void readHeaderBox(const ByteSource& source, const Box& box, File& file, std::vector<ChannelDefinition>& definitions)
+void readHeaderBox(const ByteSource& source, const IsoBox& box, File& file, std::vector<ChannelDefinition>& definitions)
 {
-    if (box.end - box.begin > largestHeaderBox)
+    if (box.end - box.contents > largestHeaderBox)
         throw damaged();
-    const auto contents = source.read(box.begin, static_cast<std::size_t>(box.end - box.begin));
-    eachBox(contents, [&](std::uint32_t type, std::span<const std::byte> inner) {
-        if (type == boxType("colr"))
+    const auto contents = source.read(box.contents, static_cast<std::size_t>(box.end - box.contents));
+    eachInnerBox(contents, [&](std::string_view type, std::span<const std::byte> inner) {
+        if (type == "colr")
             readColors(inner, file);
-        else if (type == boxType("pclr") && file.palette.rows == 0)
+        else if (type == "pclr" && file.palette.rows == 0)
             readPalette(inner, file.palette);
-        else if (type == boxType("cmap") && file.channels.empty())
+        else if (type == "cmap" && file.channels.empty())
             readMapping(inner, file);
-        else if (type == boxType("cdef"))
+        else if (type == "cdef")
             definitions = readDefinitions(inner);
-        else if (type == boxType("res "))
+        else if (type == "res ")
             readResolution(inner, file);
     });
 }
@@ -357,12 +319,14 @@ Jpeg2000File readJpeg2000File(const ByteSource& source)
         file.codestreamEnd = source.size();
     } else {
         for (std::uint64_t position = 0; position < source.size() && file.codestreamEnd == 0;) {
-            const Box box = boxAt(source, position);
-            if (box.type == boxType("jp2h"))
-                readHeaderBox(source, box, file, definitions);
-            else if (box.type == boxType("jp2c"))
-                file.codestreamBegin = box.begin, file.codestreamEnd = box.end;
-            position = box.end;
+            const auto box = boxAt(source, position);
+            if (!box)
+                throw damaged();
+            if (box->type == "jp2h")
+                readHeaderBox(source, *box, file, definitions);
+            else if (box->type == "jp2c")
+                file.codestreamBegin = box->contents, file.codestreamEnd = box->end;
+            position = box->end;
         }
     }
     if (file.codestreamEnd - file.codestreamBegin < 2)
@@ -386,90 +350,52 @@ Jpeg2000File readJpeg2000File(const ByteSource& source)
 
 namespace {
 
-/// Builds boxes of numbers in network order.
-class BoxWriter {
-public:
-    template <class Contents>
-    void box(const char (&type)[5], Contents contents)
-    {
-        const std::size_t begin = bytes_.size();
-        number(0, 4);
-        bytes_ += type;
-        contents();
-        const std::uint64_t length = bytes_.size() - begin;
-        for (std::size_t i = 0; i < 4; ++i)
-            bytes_[begin + i] = static_cast<char>(length >> (24 - 8 * i));
-    }
-
-    void number(std::uint64_t value, int width)
-    {
-        for (int i = width - 1; i >= 0; --i)
-            bytes_ += static_cast<char>(value >> (8 * i));
-    }
-
-    void text(std::string_view value) { bytes_ += value; }
-
-    std::string&& taken() { return std::move(bytes_); }
-
-private:
-    std::string bytes_;
-};
+void putHeaderBoxes(const Jpeg2000Head& head, ByteWriter& out)
+{
+    putBox(out, "ihdr", [&](ByteWriter& box) {
+        box.u32(head.height).u32(head.width).u16(head.components).u8(static_cast<std::uint8_t>(head.bits - 1));
+        box.u8(7);  // the only compression
+        box.u16(0); // the colours are known, no rights are stored
+    });
+    putBox(out, "colr", [&](ByteWriter& box) {
+        const bool isGrey = head.components < 3;
+        box.u8(head.profile.empty() ? 1 : 2).u16(0);
+        if (head.profile.empty())
+            box.u32(isGrey ? 17 : 16);
+        else
+            box.text(head.profile);
+    });
+    const bool hasAlpha = head.components % 2 == 0;
+    if (hasAlpha)
+        putBox(out, "cdef", [&](ByteWriter& box) {
+            box.u16(head.components);
+            for (std::uint16_t i = 0; i < head.components; ++i) {
+                const bool isAlpha = i == head.components - 1;
+                box.u16(i).u16(isAlpha ? 1 : 0).u16(isAlpha ? 0 : static_cast<std::uint16_t>(i + 1));
+            }
+        });
+    if (head.pixelsPerMetreX > 0 && head.pixelsPerMetreY > 0)
+        putBox(out, "res ", [&](ByteWriter& box) {
+            putBox(box, "resd", [&](ByteWriter& numbers) {
+                for (const double value : {head.pixelsPerMetreY, head.pixelsPerMetreX})
+                    numbers.u16(static_cast<std::uint16_t>(std::clamp(std::round(value), 1.0, 65'535.0))).u16(1);
+                numbers.u16(0); // both exponents
+            });
+        });
+}
 
 } // namespace
 
 std::string jpeg2000Head(const Jpeg2000Head& head, std::uint64_t codestreamBytes)
 {
-    const bool isGrey = head.components < 3;
-    const bool hasAlpha = head.components % 2 == 0;
-    BoxWriter writer;
-    writer.box("jP  ", [&] { writer.text("\r\n\x87\n"); });
-    writer.box("ftyp", [&] {
-        writer.text("jp2 ");
-        writer.number(0, 4);
-        writer.text("jp2 ");
-    });
-    writer.box("jp2h", [&] {
-        writer.box("ihdr", [&] {
-            writer.number(head.height, 4);
-            writer.number(head.width, 4);
-            writer.number(head.components, 2);
-            writer.number(static_cast<std::uint64_t>(head.bits - 1), 1);
-            writer.number(7, 1); // the only compression
-            writer.number(0, 2); // the colours are known, no rights are stored
-        });
-        writer.box("colr", [&] {
-            writer.number(head.profile.empty() ? 1 : 2, 1);
-            writer.number(0, 2);
-            if (head.profile.empty())
-                writer.number(isGrey ? 17 : 16, 4);
-            else
-                writer.text(head.profile);
-        });
-        if (hasAlpha)
-            writer.box("cdef", [&] {
-                writer.number(head.components, 2);
-                for (std::uint16_t i = 0; i < head.components; ++i) {
-                    const bool isAlpha = i == head.components - 1;
-                    writer.number(i, 2);
-                    writer.number(isAlpha ? 1 : 0, 2);
-                    writer.number(isAlpha ? 0 : i + 1u, 2);
-                }
-            });
-        if (head.pixelsPerMetreX > 0 && head.pixelsPerMetreY > 0)
-            writer.box("res ", [&] {
-                writer.box("resd", [&] {
-                    for (const double value : {head.pixelsPerMetreY, head.pixelsPerMetreX}) {
-                        writer.number(static_cast<std::uint64_t>(std::clamp(std::round(value), 1.0, 65'535.0)), 2);
-                        writer.number(1, 2);
-                    }
-                    writer.number(0, 2); // both exponents
-                });
-            });
-    });
+    ByteWriter file{ByteOrder::big};
+    putBox(file, "jP  ", [](ByteWriter& box) { box.text("\r\n\x87\n"); });
+    putBox(file, "ftyp", [](ByteWriter& box) { box.text("jp2 ").u32(0).text("jp2 "); });
+    putBox(file, "jp2h", [&](ByteWriter& box) { putHeaderBoxes(head, box); });
     const std::uint64_t length = codestreamBytes + 8;
-    writer.number(length > 0xFFFF'FFFF ? 0 : length, 4); // 0: up to the end of the file
-    writer.text("jp2c");
-    return writer.taken();
+    file.u32(length > 0xFFFF'FFFF ? 0 : static_cast<std::uint32_t>(length)); // 0: up to the end of the file
+    file.text("jp2c");
+    return std::string{file.view()};
 }
 
 } // namespace nivex::image

@@ -1,6 +1,6 @@
 #include "NivexWorkers/Image/Codecs/JpegInPdf.hpp"
 
-#include "NivexWorkers/Image/Metadata/JpegSegments.hpp"
+#include "NivexWorkers/Image/Structures/JpegSegments.hpp"
 
 #include "NivexKit/Foundation/ByteReader.hpp"
 

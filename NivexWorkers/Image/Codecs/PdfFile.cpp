@@ -1,6 +1,6 @@
 #include "NivexWorkers/Image/Codecs/PdfFile.hpp"
 
-#include "NivexWorkers/Image/Metadata/ByteWriter.hpp"
+#include "NivexWorkers/Image/Structures/ByteWriter.hpp"
 
 #include "NivexKit/Foundation/Digest.hpp"
 

@@ -2,8 +2,8 @@
 #include "NivexWorkers/Image/Codecs/BitmapImage.hpp"
 #include "NivexWorkers/Image/Codecs/Profiles.hpp"
 #include "NivexWorkers/Image/Codecs/Rows.hpp"
-#include "NivexWorkers/Image/Metadata/ByteWriter.hpp"
-#include "NivexWorkers/Image/Metadata/PhotoshopResources.hpp"
+#include "NivexWorkers/Image/Structures/ByteWriter.hpp"
+#include "NivexWorkers/Image/Structures/PhotoshopResources.hpp"
 
 #include "NivexKit/Foundation/OutputFile.hpp"
 #include "NivexKit/Foundation/StringTable.hpp"

@@ -1,7 +1,7 @@
 // Photoshop documents: the merged picture of PSD and PSB files. Source: "Adobe Photoshop File Formats", November 2019.
 #include "NivexWorkers/Image/Codecs/Bitmap.hpp"
 #include "NivexWorkers/Image/Codecs/Codec.hpp"
-#include "NivexWorkers/Image/Metadata/PhotoshopResources.hpp"
+#include "NivexWorkers/Image/Structures/PhotoshopResources.hpp"
 
 #include "NivexKit/Foundation/ByteReader.hpp"
 #include "NivexKit/Foundation/StringTable.hpp"

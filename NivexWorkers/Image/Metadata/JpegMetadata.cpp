@@ -1,10 +1,10 @@
 // Metadata in the segments of JPEG: Exif 2.32 (4.7.2), Adobe's XMP "Storage in Files" (1.1.3) and Adobe's APP13.
-#include "NivexWorkers/Image/Metadata/ByteWriter.hpp"
 #include "NivexWorkers/Image/Metadata/Containers.hpp"
 #include "NivexWorkers/Image/Metadata/FileRewrite.hpp"
-#include "NivexWorkers/Image/Metadata/JpegSegments.hpp"
-#include "NivexWorkers/Image/Metadata/PhotoshopResources.hpp"
 #include "NivexWorkers/Image/Metadata/XmpPacket.hpp"
+#include "NivexWorkers/Image/Structures/ByteWriter.hpp"
+#include "NivexWorkers/Image/Structures/JpegSegments.hpp"
+#include "NivexWorkers/Image/Structures/PhotoshopResources.hpp"
 
 #include "NivexKit/Foundation/ByteReader.hpp"
 

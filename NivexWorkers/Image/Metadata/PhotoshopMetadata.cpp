@@ -1,6 +1,6 @@
 // Metadata in the image resources of PSD and PSB ("Adobe Photoshop File Formats").
 #include "NivexWorkers/Image/Metadata/Containers.hpp"
-#include "NivexWorkers/Image/Metadata/PhotoshopResources.hpp"
+#include "NivexWorkers/Image/Structures/PhotoshopResources.hpp"
 
 #include "NivexKit/Foundation/ByteReader.hpp"
 

@@ -1,9 +1,9 @@
 // Metadata in the chunks of PNG: eXIf and iTXt (PNG, Third Edition, W3C), and the text chunks "Raw profile
 // type …" in which programs kept metadata before there was eXIf.
-#include "NivexWorkers/Image/Metadata/ByteWriter.hpp"
 #include "NivexWorkers/Image/Metadata/Containers.hpp"
 #include "NivexWorkers/Image/Metadata/FileRewrite.hpp"
-#include "NivexWorkers/Image/Metadata/PhotoshopResources.hpp"
+#include "NivexWorkers/Image/Structures/ByteWriter.hpp"
+#include "NivexWorkers/Image/Structures/PhotoshopResources.hpp"
 
 #include "NivexKit/Archive/CRC32.hpp"
 #include "NivexKit/Archive/Deflate.hpp"

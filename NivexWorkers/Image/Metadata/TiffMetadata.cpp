@@ -1,9 +1,9 @@
 // Metadata in TIFF (TIFF 6.0), where Exif lies among the directories of the picture itself.
-#include "NivexWorkers/Image/Metadata/ByteWriter.hpp"
 #include "NivexWorkers/Image/Metadata/Containers.hpp"
 #include "NivexWorkers/Image/Metadata/ExifBlock.hpp"
 #include "NivexWorkers/Image/Metadata/FileRewrite.hpp"
 #include "NivexWorkers/Image/Metadata/MetadataLibrary.hpp"
+#include "NivexWorkers/Image/Structures/ByteWriter.hpp"
 
 #include "NivexKit/Foundation/ByteReader.hpp"
 

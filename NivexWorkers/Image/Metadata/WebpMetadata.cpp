@@ -1,7 +1,7 @@
 // Metadata in the chunks of WebP (RFC 9649, section 2).
-#include "NivexWorkers/Image/Metadata/ByteWriter.hpp"
 #include "NivexWorkers/Image/Metadata/Containers.hpp"
 #include "NivexWorkers/Image/Metadata/FileRewrite.hpp"
+#include "NivexWorkers/Image/Structures/ByteWriter.hpp"
 
 #include "NivexKit/Foundation/ByteReader.hpp"
 

@@ -1,7 +1,10 @@
 #include "NivexWorkers/Image/Codecs/HeifColors.hpp"
+#include "NivexWorkers/Image/Codecs/HeifReferences.hpp"
 #include "NivexWorkers/Image/Codecs/Profiles.hpp"
+#include "NivexWorkers/Image/Structures/IsoBoxes.hpp"
 
 #include "tests/NivexWorkers/Image/PictureScene.hpp"
+#include "tests/Support/Bytes.hpp"
 
 namespace nivex::image {
 namespace {
@@ -121,6 +124,32 @@ TEST_F(HeifCodec, RefusesLargePicturesBeforeDecodingThem)
     const std::size_t size = file.find("ispe") + 8; // width and height (ISO/IEC 23008-12, 6.5.3)
     file.replace(size, 8, std::string{"\0\0\x80\0\0\0\x80\0", 8});
     EXPECT_THAT(refusal("heic", file), ::testing::HasSubstr("mégapixels"));
+}
+
+TEST(HeifReferences, NoItemIsPartOfItself)
+{
+    using nivex::testing::bytes;
+    using nivex::testing::joined;
+    // "meta" with the boxes in "iref", whose identifiers take two bytes (ISO/IEC 14496-12, 8.11.12).
+    const auto isCircular = [](std::initializer_list<std::vector<std::byte>> references) {
+        ByteWriter file{ByteOrder::big};
+        putBox(file, "ftyp", [](ByteWriter& box) { box.text("heic").u32(0); });
+        putBox(file, "meta", [&](ByteWriter& meta) {
+            putBox(meta.u32(0), "pitm", [](ByteWriter& box) { box.u32(0).u16(1); });
+            putBox(meta, "iref", [&](ByteWriter& box) { box.u32(0).bytes(joined(references)); });
+        });
+        return hasCircularItems(MemorySource{std::as_bytes(std::span{file.view()})});
+    };
+    const auto tiles = bytes("0000 0010 64 69 6D 67  0001 0002 0002 0003"); // 1 is made of 2 and 3
+    const auto alpha = bytes("0000 000E 61 75 78 6C  0004 0001 0001");      // 4 is the transparency of 1
+    const auto alphaTiles = bytes("0000 0010 64 69 6D 67  0004 0002 0005 0005");
+    const auto tileAlpha = bytes("0000 000E 61 75 78 6C  0005 0001 0002");
+    EXPECT_FALSE(isCircular({}));
+    EXPECT_FALSE(isCircular({tiles, alpha, alphaTiles, tileAlpha}));
+    EXPECT_FALSE(isCircular({tiles, bytes("0000 000E 74 68 6D 62  0002 0001 0001")})); // a thumbnail is no part
+    EXPECT_TRUE(isCircular({bytes("0000 000E 64 69 6D 67  0003 0001 0003")}));
+    EXPECT_TRUE(isCircular({tiles, bytes("0000 000E 64 69 6D 67  0003 0001 0001")}));
+    EXPECT_TRUE(isCircular({tiles, alpha, bytes("0000 000E 64 69 6D 67  0004 0001 0001")}));
 }
 
 TEST(HeifColors, AreSrgbsOrBecomeAProfile)

@@ -1,4 +1,4 @@
-#include "NivexWorkers/Image/Metadata/JpegSegments.hpp"
+#include "NivexWorkers/Image/Structures/JpegSegments.hpp"
 
 #include "NivexKit/Foundation/ByteReader.hpp"
 

@@ -1,6 +1,6 @@
-#include "NivexWorkers/Image/Metadata/PhotoshopResources.hpp"
+#include "NivexWorkers/Image/Structures/PhotoshopResources.hpp"
 
-#include "NivexWorkers/Image/Metadata/ByteWriter.hpp"
+#include "NivexWorkers/Image/Structures/ByteWriter.hpp"
 
 #include "NivexKit/Foundation/ByteReader.hpp"
 
