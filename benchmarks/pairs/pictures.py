@@ -1,6 +1,7 @@
 """Pictures, against the `vips` command and ImageMagick. The photographs are those of the package mate-backgrounds."""
 import pathlib
 import subprocess
+from xml.sax.saxutils import escape
 
 from comparison import compare, convert
 
@@ -65,29 +66,48 @@ def noise(reference, file, folder):
             f"{psnr('-colorspace', 'Rec601Luma'):.2f} dB brightness")
 
 
-def to_modern_photograph(folder, extension, qualities):
+def page(file):
+    """Coloured text, 2.8 megapixels."""
+    lines = pathlib.Path(__file__).read_text(encoding="utf-8").splitlines()[:60]
+    text = f'<span foreground="#a03010">{escape(chr(10).join(lines))}</span>'
+    letters = file.with_suffix(".letters.png")
+    subprocess.run(["vips", "text", letters, text, "--font", "monospace 20", "--rgba"], check=True)
+    magick(letters, "-background", "white", "-flatten", "-gravity", "center", "-extent", "2000x1400", file)
+
+
+def to_modern(folder, source, name, extension, qualities, rounds):
     """Time at the defaults of both, then points of both curves: at the same size ours should not be noisier."""
+    theirs = f"peer.{extension}"
+    clean = remover(folder, f"*.{extension}")
+    compare(name, convert(source, "--to", extension), ["vips", "copy", source, theirs], folder, rounds=rounds,
+            before=clean, resources=True)
+    clean()
+    for ours, peer in qualities:
+        subprocess.run(convert(source, "--to", extension, "--quality", ours), cwd=folder, check=True)
+        subprocess.run(["vips", "heifsave", source, theirs, "--Q", str(peer)], cwd=folder, check=True)
+        print(f"    nivex {ours}: {noise(source, f'in.{extension}', folder)}; "
+              f"vips {peer}: {noise(source, theirs, folder)}", flush=True)
+        clean()
+
+
+def photographs_to_modern(folder, extension, qualities):
     for name, source in (("detail", "abstract/Elephants_5640x3172.jpg"), ("smooth", "nature/TwoWings.jpg")):
         photograph(BACKGROUNDS / source, folder / "in.jpg", 4032, 3024)
-        theirs = f"peer.{extension}"
-        clean = remover(folder, f"*.{extension}")
-        compare(f"jpeg-to-{extension}: 12 megapixels, {name}", convert("in.jpg", "--to", extension),
-                ["vips", "copy", "in.jpg", theirs], folder, rounds=1, before=clean, resources=True)
-        clean()
-        for ours, peer in qualities:
-            subprocess.run(convert("in.jpg", "--to", extension, "--quality", ours), cwd=folder, check=True)
-            subprocess.run(["vips", "heifsave", "in.jpg", theirs, "--Q", str(peer)], cwd=folder, check=True)
-            print(f"    nivex {ours}: {noise('in.jpg', f'in.{extension}', folder)}; "
-                  f"vips {peer}: {noise('in.jpg', theirs, folder)}", flush=True)
-            clean()
+        to_modern(folder, "in.jpg", f"jpeg-to-{extension}: 12 megapixels, {name}", extension, qualities, rounds=1)
 
 
 def jpeg_to_heic(folder):
-    to_modern_photograph(folder, "heic", ((0.75, 45), (0.85, 55)))
+    photographs_to_modern(folder, "heic", ((0.75, 45), (0.85, 55)))
 
 
 def jpeg_to_avif(folder):
-    to_modern_photograph(folder, "avif", ((0.6, 50), (0.85, 72)))
+    photographs_to_modern(folder, "avif", ((0.6, 50), (0.85, 72)))
+
+
+def page_to_modern(folder):
+    page(folder / "in.png")
+    for extension, qualities in (("heic", ((0.5, 70),)), ("avif", ((0.5, 50),))):
+        to_modern(folder, "in.png", f"page-to-modern: {extension}", extension, qualities, rounds=3)
 
 
 def heic_to_jpeg(folder):
@@ -141,6 +161,7 @@ PAIRS = {
     "jpeg-to-webp": jpeg_to_webp,
     "jpeg-to-heic": jpeg_to_heic,
     "jpeg-to-avif": jpeg_to_avif,
+    "page-to-modern": page_to_modern,
     "heic-to-jpeg": heic_to_jpeg,
     "webp-batch": webp_batch,
     "icons": icons,

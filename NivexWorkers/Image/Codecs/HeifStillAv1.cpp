@@ -7,10 +7,14 @@
 #include <libheif/heif_plugin.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <iterator>
 #include <memory>
+#include <ranges>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -22,15 +26,44 @@ struct Option {
     const char* value;
 };
 
-// What costs much time and gains photographs little; see docs/decisions/heif.md.
-constexpr Option options[] = {
-    {"enable-palette", "0"},         {"enable-intrabc", "0"}, {"use-intra-dct-only", "1"},
-    {"enable-rect-partitions", "0"}, {"enable-cdef", "1"},    {"row-mt", "1"},
+// libaom's tools but those that cost a kind of pictures much time for little; see docs/decisions/heif.md.
+constexpr Option everywhere[] = {
+    {"row-mt", "1"},
+    {"enable-rect-partitions", "0"},
+    {"enable-intrabc", "0"},
+    {"enable-restoration", "0"},
+    {"enable-filter-intra", "0"},
+    {"enable-smooth-intra", "0"},
+};
+constexpr Option inDrawings[] = {{"tune-content", "screen"}};
+constexpr Option inPhotographs[] = {
+    {"enable-palette", "0"},
+    {"use-intra-dct-only", "1"},
+    {"max-partition-size", "64"},
+};
+constexpr Option inSmallOnes[] = {{"min-partition-size", "8"}};
+constexpr Option inLargeOnes[] = {
+    {"min-partition-size", "16"},
+    {"enable-directional-intra", "0"},
+    {"enable-paeth-intra", "0"},
+    {"enable-cfl-intra", "0"},
+};
+
+struct Tools {
+    std::string_view name;
+    std::array<std::span<const Option>, 3> options;
+    double bitsPart; // of the bit rate that a photograph needs for a quantizer
+};
+
+constexpr Tools allTools[] = {
+    {"drawing", {everywhere, inDrawings}, 0.5},
+    {"small photograph", {everywhere, inPhotographs, inSmallOnes}, 1},
+    {"large photograph", {everywhere, inPhotographs, inLargeOnes}, 1},
 };
 
 struct StillAv1 {
     double quantizer = 20;
-    int speed = 6;
+    const Tools* tools = &allTools[2];
     unsigned processors = 1;
     heif_chroma chroma = heif_chroma_420;
     std::vector<std::uint8_t> coded;
@@ -72,15 +105,16 @@ aom_image_t planesOf(const heif_image* picture)
 }
 
 /// The bit rate in kilobits for which libaom 3.6 chooses an index, 4 times a quantizer, for a single picture. It counts
-/// blocks and looks at nothing else, but for drawings, for which it takes the finer quantizer. Found by trying.
-unsigned bitRateOf(unsigned index, unsigned width, unsigned height)
+/// blocks and looks at nothing else, but for what it takes for a drawing on its own: there it takes the finer
+/// quantizer. Found by trying.
+unsigned bitRateOf(unsigned index, unsigned width, unsigned height, double part)
 {
     constexpr double kilobitsOfBlock = 7.85;
     constexpr double firstSteep = 95; // up to it the step of the format grows by 1, then by about 2 %
     const double blocks = std::ceil(width / 16.0) * std::ceil(height / 16.0);
     const double beyond = std::max(0.0, index - firstSteep);
     const double step = (std::min<double>(index, firstSteep) + 7) * std::exp(beyond * (0.0156 + 0.000016 * beyond));
-    return std::max(1u, static_cast<unsigned>(std::lround(kilobitsOfBlock * blocks / step)));
+    return std::max(1u, static_cast<unsigned>(std::lround(part * kilobitsOfBlock * blocks / step)));
 }
 
 aom_codec_enc_cfg_t configured(aom_codec_enc_cfg_t configuration, const StillAv1& settings, const aom_image_t& planes,
@@ -103,7 +137,7 @@ aom_codec_enc_cfg_t configured(aom_codec_enc_cfg_t configuration, const StillAv1
     configuration.rc_min_quantizer = index / 4;
     configuration.rc_max_quantizer = index / 4 + (isBetween ? 1 : 0);
     if (isBetween)
-        configuration.rc_target_bitrate = bitRateOf(index, planes.d_w, planes.d_h);
+        configuration.rc_target_bitrate = bitRateOf(index, planes.d_w, planes.d_h, settings.tools->bitsPart);
     return configuration;
 }
 
@@ -124,10 +158,11 @@ bool describeColors(aom_codec_ctx_t& encoder, const heif_image* picture)
 
 bool isSet(aom_codec_ctx_t& encoder, const StillAv1& settings)
 {
-    return aom_codec_control(&encoder, AOME_SET_CPUUSED, settings.speed) == AOM_CODEC_OK &&
+    constexpr int speed = 6; // the fastest of this way of coding
+    return aom_codec_control(&encoder, AOME_SET_CPUUSED, speed) == AOM_CODEC_OK &&
            aom_codec_control(&encoder, AOME_SET_CQ_LEVEL, static_cast<unsigned>(std::lround(settings.quantizer))) ==
                AOM_CODEC_OK &&
-           std::ranges::all_of(options, [&](const Option& option) {
+           std::ranges::all_of(settings.tools->options | std::views::join, [&](const Option& option) {
                return aom_codec_set_option(&encoder, option.name, option.value) == AOM_CODEC_OK;
            });
 }
@@ -140,7 +175,7 @@ bool encode(StillAv1& settings, const heif_image* picture, heif_image_input_clas
     const int bits = heif_image_get_bits_per_pixel_range(picture, heif_channel_Y);
 
     aom_codec_enc_cfg_t defaults{};
-    if (aom_codec_enc_config_default(aom_codec_av1_cx(), &defaults, AOM_USAGE_ALL_INTRA) != AOM_CODEC_OK)
+    if (aom_codec_enc_config_default(aom_codec_av1_cx(), &defaults, AOM_USAGE_GOOD_QUALITY) != AOM_CODEC_OK)
         return false;
     const aom_codec_enc_cfg_t configuration = configured(defaults, settings, planes, bits);
     aom_codec_ctx_t context{};
@@ -164,15 +199,15 @@ bool encode(StillAv1& settings, const heif_image* picture, heif_image_input_clas
 
 heif_error setParameter(StillAv1& settings, std::string_view name, const char* value)
 {
-    const int number = std::atoi(value);
+    const auto* const found = std::ranges::find(allTools, std::string_view{value}, &Tools::name);
     if (name == "quantizer")
         settings.quantizer = std::clamp(std::atof(value), 1.0, 61.0);
-    else if (name == "speed")
-        settings.speed = number;
     else if (name == "threads")
-        settings.processors = static_cast<unsigned>(std::max(1, number));
+        settings.processors = static_cast<unsigned>(std::max(1, std::atoi(value)));
     else if (name == "chroma")
         settings.chroma = std::string_view{value} == "444" ? heif_chroma_444 : heif_chroma_420;
+    else if (name == "tools" && found != std::end(allTools))
+        settings.tools = found;
     else
         return unknownParameter;
     return done;

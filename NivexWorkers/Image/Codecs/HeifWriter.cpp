@@ -4,16 +4,15 @@
 #include "NivexWorkers/Image/Codecs/HeifStillAv1.hpp"
 #include "NivexWorkers/Image/Codecs/Profiles.hpp"
 #include "NivexWorkers/Image/Codecs/Rows.hpp"
+#include "NivexWorkers/Image/Codecs/Texture.hpp"
 
 #include "NivexKit/Foundation/OutputFile.hpp"
 #include "NivexKit/Foundation/StringTable.hpp"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <exception>
 #include <iterator>
-#include <limits>
 #include <span>
 #include <string>
 
@@ -32,10 +31,10 @@ struct QualityPoint {
     double quantizer;
 };
 
-/// How an encoder treats pictures up to a busyness.
-struct Effort {
-    double mostBusyness;
-    Parameter parameter;
+/// How an encoder treats a kind of pictures.
+struct Treatment {
+    bool (*fits)(const Texture& texture, double pixels);
+    std::span<const Parameter> parameters;
 };
 
 struct Coding {
@@ -43,23 +42,27 @@ struct Coding {
     std::span<const QualityPoint> qualities;
     int deepBits; // for pictures of more than 8 bits
     std::span<const Parameter> parameters;
-    std::span<const Effort> efforts; // the last one takes every picture
-    const char* quantizer;           // the parameter that takes it
-    const char* processors;          // and the one that takes their number
+    std::span<const Treatment> treatments; // of which the first one that fits is taken; the last one always does
+    const char* quantizer;                 // the parameter that takes it
+    const char* processors;                // and the one that takes their number
     /// How colours are split at full quality (ITU-T H.273). Where devices show nothing but brightness and two colour
     /// differences, rounding moves a component by 1 at most.
     heif_matrix_coefficients losslessMatrix;
 };
 
-constexpr double anyBusyness = std::numeric_limits<double>::infinity();
+bool isDrawing(const Texture& texture, double) { return texture.isDrawing(); }
 
-// The encoders' quantizers, for pictures as near to the original as a JPEG file of that quality, and their efforts.
-// Measured: see docs/decisions/heif.md.
+bool isSmall(const Texture&, double pixels) { return pixels <= 4e6; }
+
+bool isCrowded(const Texture& texture, double) { return texture.busyness() > 4; }
+
+bool isAny(const Texture&, double) { return true; }
+
+// The encoders' quantizers, for pictures as near to the original as a JPEG file of that quality, and what they do for
+// which pictures. Measured: see docs/decisions/heif.md.
 constexpr QualityPoint hevcQualities[] = {{0, 46},    {0.2, 40},  {0.5, 32.5}, {0.75, 26.5},
                                           {0.85, 22}, {0.92, 17}, {1, 2.5}};
 constexpr QualityPoint av1Qualities[] = {{0, 58}, {0.2, 48}, {0.5, 34}, {0.75, 22}, {0.85, 15}, {0.92, 8}, {1, 1}};
-constexpr Effort hevcEfforts[] = {{4, {"x265:tu-intra-depth", "1"}}, {anyBusyness, {"x265:tu-intra-depth", "3"}}};
-constexpr Effort av1Efforts[] = {{4, {"speed", "6"}}, {anyBusyness, {"speed", "8"}}};
 
 constexpr Parameter hevcParameters[] = {
     {"preset", "ultrafast"},
@@ -67,12 +70,23 @@ constexpr Parameter hevcParameters[] = {
     {"x265:sao", "1"},
     {"x265:ctu", "64"}, // libheif chooses 16 for strips, which levels for large pictures forbid
 };
+constexpr Parameter hevcDrawing[] = {
+    {"x265:tu-intra-depth", "3"}, {"x265:min-cu-size", "8"}, {"x265:tskip", "1"}, {"x265:rd", "3"}};
+constexpr Parameter hevcSmall[] = {{"x265:tu-intra-depth", "2"}, {"x265:min-cu-size", "8"}};
+constexpr Parameter hevcCrowded[] = {{"x265:tu-intra-depth", "3"}};
+constexpr Parameter hevcSmooth[] = {{"x265:tu-intra-depth", "1"}};
+constexpr Treatment hevcTreatments[] = {
+    {isDrawing, hevcDrawing}, {isSmall, hevcSmall}, {isCrowded, hevcCrowded}, {isAny, hevcSmooth}};
 constexpr Coding hevc{heif_compression_HEVC, hevcQualities, 10,           hevcParameters,
-                      hevcEfforts,           "x265:crf",    "x265:pools", heif_matrix_coefficients_ITU_R_BT_601_6};
+                      hevcTreatments,        "x265:crf",    "x265:pools", heif_matrix_coefficients_ITU_R_BT_601_6};
 
+constexpr Parameter av1Drawing[] = {{"tools", "drawing"}, {"chroma", "444"}}; // coloured lines cost few bytes more
+constexpr Parameter av1Small[] = {{"tools", "small photograph"}};
+constexpr Parameter av1Large[] = {{"tools", "large photograph"}};
+constexpr Treatment av1Treatments[] = {{isDrawing, av1Drawing}, {isSmall, av1Small}, {isAny, av1Large}};
 // libheif 1.15 with libaom 3.6 fails at 10 bits.
 constexpr Coding av1{heif_compression_AV1, av1Qualities, 12,        {},
-                     av1Efforts,           "quantizer",  "threads", heif_matrix_coefficients_RGB_GBR};
+                     av1Treatments,        "quantizer",  "threads", heif_matrix_coefficients_RGB_GBR};
 
 /// Colour is stored as finely as brightness from here on.
 constexpr double fineColorQuality = 0.9;
@@ -116,7 +130,7 @@ double quantizerOf(double quality, std::span<const QualityPoint> points)
     return below.quantizer + part * (above->quantizer - below.quantizer);
 }
 
-HeifEncoder encoderFor(const VImage& image, double busyness, heif_context& context, const Coding& coding,
+HeifEncoder encoderFor(const VImage& image, const Texture& texture, heif_context& context, const Coding& coding,
                        const WriteRequest& request)
 {
     // libheif's own AV1 encoder is kept for coding without loss.
@@ -127,16 +141,20 @@ HeifEncoder encoderFor(const VImage& image, double busyness, heif_context& conte
     const auto set = [&](const char* name, const std::string& value) {
         require(heif_encoder_set_parameter(encoder.get(), name, value.c_str()));
     };
-    for (const Parameter& parameter : coding.parameters)
-        set(parameter.name, parameter.value);
+    const auto setAll = [&](std::span<const Parameter> parameters) {
+        for (const Parameter& parameter : parameters)
+            set(parameter.name, parameter.value);
+    };
+    setAll(coding.parameters);
     set(coding.processors, std::to_string(request.processors));
     set("chroma", hasFineColor(image, request) ? "444" : "420");
     if (isLossless(request)) {
         require(heif_encoder_set_lossless(encoder.get(), 1));
     } else {
-        const auto effort = std::ranges::find_if(
-            coding.efforts, [busyness](const Effort& each) { return busyness <= each.mostBusyness; });
-        set(effort->parameter.name, effort->parameter.value);
+        const double pixels = static_cast<double>(image.width()) * image.height();
+        const auto treatment =
+            std::ranges::find_if(coding.treatments, [&](const Treatment& each) { return each.fits(texture, pixels); });
+        setAll(treatment->parameters);
         set(coding.quantizer, std::to_string(quantizerOf(request.quality, coding.qualities)));
     }
     return encoder;
@@ -207,34 +225,9 @@ void describeColors(heif_image& pixels, const VImage& image, heif_matrix_coeffic
     require(heif_image_set_nclx_color_profile(&pixels, colors.get()));
 }
 
-/// How crowded a picture is: by how much of 255 a sample differs from the mean of its two neighbours in the row, on
-/// average, in green or grey. Close-ups have 0.3, what is full of small things 6.
-class Busyness {
-public:
-    template <class Sample>
-    void add(std::span<const std::byte> row, std::size_t bandCount)
-    {
-        const Sample* samples = samplesOf<Sample>(row) + (bandCount > 2 ? 1 : 0);
-        const std::size_t width = row.size() / sizeof(Sample) / bandCount;
-        std::uint64_t sum = 0;
-        for (std::size_t x = 2; x < width; ++x) {
-            const int middle = samples[(x - 1) * bandCount];
-            sum += static_cast<unsigned>(std::abs(2 * middle - samples[(x - 2) * bandCount] - samples[x * bandCount]));
-            ++count_;
-        }
-        sum_ += static_cast<double>(sum) / 2 * 255 / std::numeric_limits<Sample>::max();
-    }
-
-    double value() const { return count_ == 0 ? 0 : sum_ / static_cast<double>(count_); }
-
-private:
-    double sum_ = 0;
-    std::size_t count_ = 0;
-};
-
 struct Pixels {
     HeifPixels held;
-    Busyness busyness;
+    Texture texture;
 };
 
 /// Computes the pixels. Reports it as the part from `begin` to `end`.
@@ -244,21 +237,22 @@ Pixels pixelsOf(const VImage& image, int deepBits, const ProgressCallback& progr
     const int bits = isDeep ? deepBits : 8;
     const auto bandCount = static_cast<std::size_t>(image.bands());
     std::vector<Target> targets;
-    Pixels pixels{.held = emptyPixels(image, bits, targets), .busyness = {}};
+    Pixels pixels{.held = emptyPixels(image, bits, targets), .texture = {}};
+    constexpr int sampledRows = 200; // are enough to tell the texture
+    const int step = std::max(1, image.height() / sampledRows);
     pullRows(image, progress, begin, end, [&](int y, std::span<const std::byte> row) {
-        constexpr int sampledRows = 16; // one of so many is enough to tell
-        const bool isSampled = y % sampledRows == 0;
+        const bool isSampled = y % step == 0;
         if (isDeep) {
             copyRow<std::uint16_t>(row, y, bandCount, targets, [bits](unsigned sample) {
                 const unsigned most = (1u << bits) - 1;
                 return static_cast<std::uint16_t>((sample * most + 32'767) / 65'535);
             });
             if (isSampled)
-                pixels.busyness.add<std::uint16_t>(row, bandCount);
+                pixels.texture.add({samplesOf<std::uint16_t>(row), row.size() / 2}, bandCount);
         } else {
             copyRow<std::uint8_t>(row, y, bandCount, targets, [](std::uint8_t sample) { return sample; });
             if (isSampled)
-                pixels.busyness.add<std::uint8_t>(row, bandCount);
+                pixels.texture.add({samplesOf<std::uint8_t>(row), row.size()}, bandCount);
         }
     });
     return pixels;
@@ -310,7 +304,7 @@ void write(const Picture& picture, const WriteRequest& request, const Coding& co
         describeColors(*pixels.held, picture.frames[i], matrix);
         // A profile tells nothing of the matrix, and without it programs assume the usual one.
         options->save_two_colr_boxes_when_ICC_and_nclx_available = matrix != heif_matrix_coefficients_ITU_R_BT_601_6;
-        const HeifEncoder encoder = encoderFor(picture.frames[i], pixels.busyness.value(), *context, coding, request);
+        const HeifEncoder encoder = encoderFor(picture.frames[i], pixels.texture, *context, coding, request);
         heif_image_handle* item = nullptr;
         require(heif_context_encode_image(context.get(), pixels.held.get(), encoder.get(), options.get(), &item));
         const HeifItem kept{item};

@@ -1,6 +1,7 @@
 #include "NivexWorkers/Image/Codecs/HeifColors.hpp"
 #include "NivexWorkers/Image/Codecs/HeifReferences.hpp"
 #include "NivexWorkers/Image/Codecs/Profiles.hpp"
+#include "NivexWorkers/Image/Codecs/Texture.hpp"
 #include "NivexWorkers/Image/Structures/IsoBoxes.hpp"
 
 #include "tests/NivexWorkers/Image/PictureScene.hpp"
@@ -87,6 +88,49 @@ TEST_F(HeifCodec, HigherQualityTakesMoreBytesForLessError)
             smaller = size;
         }
     }
+}
+
+TEST_F(HeifCodec, DrawingsStaySharpForFewBytes)
+{
+    VImage drawing = flat({250, 250, 250}, VIPS_FORMAT_UCHAR, VIPS_INTERPRETATION_sRGB, 400, 300);
+    for (int i = 0; i < 40; ++i) // thin lines, which differ in colour more than in brightness
+        drawing.draw_line(i % 2 == 0 ? std::vector<double>{220, 0, 0} : std::vector<double>{0, 90, 255}, 7 * i, 3,
+                          390 - 5 * i, 20 + 6 * i);
+    const auto meanError = [&](std::string_view format, const std::string& file) {
+        return (read(format, file).first() - drawing).abs().avg();
+    };
+    const std::string avif = written("avif", {.frames = {drawing}}, 0.85);
+    EXPECT_LT(avif.size(), 8'000u);
+    EXPECT_LT(meanError("avif", avif), 0.5) << "colours of lines are not kept apart";
+    const std::string heic = written("heic", {.frames = {drawing}}, 0.85);
+    EXPECT_LT(heic.size(), 18'000u);
+    EXPECT_LT(meanError("heic", heic), 5);
+}
+
+TEST(Texture, TellsDrawingsFromPhotographs)
+{
+    const auto textureOf = [](auto sample, int count) {
+        Texture texture;
+        std::vector<decltype(sample(0))> row;
+        for (int x = 0; x < count; ++x)
+            for (int band = 0; band < 3; ++band)
+                row.push_back(band == 1 ? sample(x) : 0); // green decides
+        texture.add(row, 3);
+        return texture;
+    };
+    const auto text = [](int x) -> std::uint8_t { return x % 20 == 0 ? 10 : 255; };
+    const auto noise = [](int x) -> std::uint8_t { return static_cast<std::uint8_t>(100 + x * 7919 % 13); };
+    const auto edge = [](int x) -> std::uint8_t { return static_cast<std::uint8_t>(x < 500 ? 20 + x % 2 : 200); };
+    const auto plain = [](int) -> std::uint8_t { return 255; };
+    const auto deepText = [&](int x) -> std::uint16_t { return static_cast<std::uint16_t>(text(x) * 256 + x % 90); };
+    EXPECT_TRUE(textureOf(text, 1000).isDrawing());
+    EXPECT_TRUE(textureOf(deepText, 1000).isDrawing());
+    EXPECT_NEAR(textureOf(deepText, 1000).busyness(), textureOf(text, 1000).busyness(), 0.1);
+    EXPECT_FALSE(textureOf(noise, 1000).isDrawing());
+    EXPECT_FALSE(textureOf(edge, 1000).isDrawing()) << "a photograph with one edge";
+    EXPECT_FALSE(textureOf(plain, 1000).isDrawing());
+    for (const int width : {0, 1, 2})
+        EXPECT_EQ(textureOf(text, width).busyness(), 0);
 }
 
 TEST_F(HeifCodec, KeepsPicturesInOrderWithMetadataAndProfile)
