@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <utility>
 
@@ -83,6 +84,16 @@ bool isReadableThroughout(const EngineRequest& request)
 /// takes stock as soon as the last piece is handed out (vips_threadpool_run), and an error in a piece that is not done
 /// yet goes unnoticed; only its message stays.
 bool hasErrorBehind() { return *vips_error_buffer() != '\0'; }
+
+/// True when libjpeg met data that mean nothing and went on with a guess, which libvips counts as a warning. Of several
+/// such messages only the first is kept; bytes too many before a marker, which some cameras write, are no damage.
+bool hasGuessBehind()
+{
+    constexpr std::string_view guesses[] = {"premature end of data segment", "bad Huffman code", "bad arithmetic code",
+                                            "instead of RST"};
+    const std::string_view told = vips_error_buffer();
+    return std::ranges::any_of(guesses, [told](std::string_view guess) { return told.find(guess) != told.npos; });
+}
 
 /// True for a file that is only to become smaller, is small enough and is to be changed in no other way. Its quality
 /// is no reason to encode it again: that could only make it look worse.
@@ -221,11 +232,13 @@ std::vector<fs::path> convertPicture(const EngineRequest& request, const Progres
     vips_error_clear();
     try {
         produce(source, target, request, progress);
-        if (hasErrorBehind()) {
+        if (hasErrorBehind() && !hasGuessBehind()) {
             const OneThread thread;
             fs::remove(output);
             produce(source, target, request, progress);
         }
+        if (hasGuessBehind())
+            throw damaged();
     } catch (const vips::VError&) {
         if (!isReadableThroughout(request))
             throw damaged();

@@ -294,6 +294,24 @@ class Truncated(BadPictures):
                     self.faults.append(f"{path.name}: half a picture is called a success")
         self.report()
 
+    def test_wrong_data_inside_a_jpeg_are_an_error(self):
+        whole = self.folder / "whole.jpg"
+        pictures.run("convert", "-size", "600x400", "plasma:red-blue", "-quality", "90", whole)
+        data = whole.read_bytes()
+        middle = len(data) // 2
+        wrong = {
+            "noise.jpg": data[:middle] + random.Random(1).randbytes(len(data) - middle - 2) + data[-2:],
+            "hole.jpg": data[:middle] + data[middle + 3000:],
+        }
+        harmless = {"whole.jpg": data, "bytes too many.jpg": data[:-2] + b"\x00\x00" + data[-2:]}
+        folder = self.folder / "wrong"
+        folder.mkdir()
+        for name, contents in (wrong | harmless).items():
+            (folder / name).write_bytes(contents)
+        for target in ("png", "avif", "pdf"):
+            lines = self.convert(sorted(folder.iterdir()), target)
+            self.assertEqual({name for name, line in lines.items() if line["state"] == "failed"}, set(wrong), target)
+        self.report()
 
     def test_damage_in_the_last_row_is_never_missed(self):
         """libvips forgets an error in the piece that is computed last when another thread is done before: now and then,
