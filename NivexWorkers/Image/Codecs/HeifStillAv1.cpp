@@ -53,12 +53,13 @@ struct Tools {
     std::string_view name;
     std::array<std::span<const Option>, 3> options;
     double bitsPart; // of the bit rate that a photograph needs for a quantizer
+    double cdefFrom; // the quantizer from which on ringing is worth the time of looking for it (CDEF)
 };
 
 constexpr Tools allTools[] = {
-    {"drawing", {everywhere, inDrawings}, 0.5},
-    {"small photograph", {everywhere, inPhotographs, inSmallOnes}, 1},
-    {"large photograph", {everywhere, inPhotographs, inLargeOnes}, 1},
+    {"drawing", {everywhere, inDrawings}, 0.5, 0},
+    {"small photograph", {everywhere, inPhotographs, inSmallOnes}, 1, 0},
+    {"large photograph", {everywhere, inPhotographs, inLargeOnes}, 1, 23},
 };
 
 struct StillAv1 {
@@ -161,6 +162,8 @@ bool isSet(aom_codec_ctx_t& encoder, const StillAv1& settings)
     constexpr int speed = 6; // the fastest of this way of coding
     return aom_codec_control(&encoder, AOME_SET_CPUUSED, speed) == AOM_CODEC_OK &&
            aom_codec_control(&encoder, AOME_SET_CQ_LEVEL, static_cast<unsigned>(std::lround(settings.quantizer))) ==
+               AOM_CODEC_OK &&
+           aom_codec_control(&encoder, AV1E_SET_ENABLE_CDEF, settings.quantizer < settings.tools->cdefFrom ? 0 : 1) ==
                AOM_CODEC_OK &&
            std::ranges::all_of(settings.tools->options | std::views::join, [&](const Option& option) {
                return aom_codec_set_option(&encoder, option.name, option.value) == AOM_CODEC_OK;

@@ -65,16 +65,15 @@ constexpr QualityPoint hevcQualities[] = {{0, 46},    {0.2, 40},  {0.5, 32.5}, {
 constexpr QualityPoint av1Qualities[] = {{0, 58}, {0.2, 48}, {0.5, 34}, {0.75, 22}, {0.85, 15}, {0.92, 8}, {1, 1}};
 
 constexpr Parameter hevcParameters[] = {
-    {"preset", "ultrafast"},
-    {"x265:signhide", "1"},
-    {"x265:sao", "1"},
-    {"x265:ctu", "64"}, // libheif chooses 16 for strips, which levels for large pictures forbid
+    {"preset", "ultrafast"}, {"x265:rd", "1"},   {"x265:signhide", "1"},
+    {"x265:sao", "1"},       {"x265:ctu", "64"}, // libheif chooses 16 for strips, which levels for large pictures
+                                                 // forbid
 };
 constexpr Parameter hevcDrawing[] = {
     {"x265:tu-intra-depth", "3"}, {"x265:min-cu-size", "8"}, {"x265:tskip", "1"}, {"x265:rd", "3"}};
 constexpr Parameter hevcSmall[] = {{"x265:tu-intra-depth", "2"}, {"x265:min-cu-size", "8"}};
-constexpr Parameter hevcCrowded[] = {{"x265:tu-intra-depth", "3"}};
-constexpr Parameter hevcSmooth[] = {{"x265:tu-intra-depth", "1"}};
+constexpr Parameter hevcCrowded[] = {{"x265:tu-intra-depth", "3"}, {"x265:sao", "0"}};
+constexpr Parameter hevcSmooth[] = {{"x265:tu-intra-depth", "2"}};
 constexpr Treatment hevcTreatments[] = {
     {isDrawing, hevcDrawing}, {isSmall, hevcSmall}, {isCrowded, hevcCrowded}, {isAny, hevcSmooth}};
 constexpr Coding hevc{heif_compression_HEVC, hevcQualities, 10,           hevcParameters,
