@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <stdexcept>
 #include <string>
@@ -54,7 +55,9 @@ struct QueueScene : ConversionScene {
         std::vector<ConversionQueue::Request> requests;
         for (int i = 0; i < count; ++i) {
             DetectionResult source;
-            source.url = folder.write(std::to_string(i) + ".srt", "source");
+            const std::string name = std::to_string(i) + ".srt";
+            const bool isReached = i < 100; // the others need no file
+            source.url = isReached ? folder.write(name, "source") : folder.path() / name;
             requests.emplace_back(source, plan({"srt", "vtt"}));
         }
         return queue.enqueue(requests, {}, SameFolderAsSource{});
@@ -105,6 +108,66 @@ TEST(ConversionQueue, SumsUpABatchAndCancelsWhatIsLeft)
     EXPECT_EQ(queue.progress(batch),
               (BatchProgress{.total = 3, .finished = 3, .succeeded = 1, .cancelled = 2, .fraction = 1.0}));
     EXPECT_EQ(scene.finished.size(), 3U) << "a finished job finishes once";
+}
+
+TEST(ConversionQueue, FollowsItsLimitWhileJobsRun)
+{
+    QueueScene scene;
+    ConversionQueue queue = scene.queue(1);
+    scene.enqueue(queue, 5);
+    scene.loop.runUntil([&] { return scene.working == 1; });
+    queue.setMaxConcurrentJobs(3);
+    scene.loop.runUntil([&] { return scene.working == 3; });
+
+    queue.setMaxConcurrentJobs(1);
+    scene.permits = 2;
+    scene.loop.runUntil([&] { return scene.finished.size() == 2; });
+    EXPECT_EQ(std::ranges::count_if(queue.jobs(),
+                                    [](const Job& job) { return std::holds_alternative<Job::Waiting>(job.state); }),
+              2)
+        << "a lower limit ends no job, and none starts above it";
+    scene.permits = 3;
+    scene.runUntilIdle(queue);
+    EXPECT_EQ(scene.finished.size(), 5U);
+    EXPECT_EQ(scene.mostWorking, 3);
+}
+
+TEST(ConversionQueue, MayBeCalledByItsCallbacks)
+{
+    QueueScene scene;
+    ConversionQueue queue = scene.queue(1);
+    scene.permits = 100;
+    const Uuid first = scene.enqueue(queue, 4);
+    Uuid second;
+    queue.onJobFinished = [&](const Job& job) {
+        scene.finished.push_back(job.source.url.filename().string() + (job.batchID == first ? "" : " again"));
+        if (scene.finished.size() > 1)
+            return;
+        queue.cancelBatch(first); // which calls this once more for each
+        queue.clearFinished();
+        second = queue.enqueue({{job.source, scene.plan({"srt", "vtt"})}}, {}, SameFolderAsSource{});
+        queue.setMaxConcurrentJobs(2);
+    };
+    scene.runUntilIdle(queue);
+    EXPECT_EQ(scene.finished, (std::vector<std::string>{"0.srt", "1.srt", "2.srt", "3.srt", "0.srt again"}));
+    EXPECT_EQ(queue.progress(first), std::nullopt);
+    EXPECT_EQ(queue.progress(second), (BatchProgress{.total = 1, .finished = 1, .succeeded = 1, .fraction = 1.0}));
+}
+
+TEST(ConversionQueue, HoldsTenThousandJobs)
+{
+    QueueScene scene;
+    ConversionQueue queue = scene.queue(2);
+    const Uuid batch = scene.enqueue(queue, 10'000);
+    scene.permits = 5;
+    scene.loop.runUntil([&] { return scene.finished.size() == 5; });
+    queue.cancelAll();
+    scene.runUntilIdle(queue);
+    EXPECT_EQ(
+        queue.progress(batch),
+        (BatchProgress{.total = 10'000, .finished = 10'000, .succeeded = 5, .cancelled = 9'995, .fraction = 1.0}));
+    queue.clearFinished();
+    EXPECT_TRUE(queue.jobs().empty());
 }
 
 TEST(ConversionQueue, SaysInOurWordsWhatAnEngineThrew)
