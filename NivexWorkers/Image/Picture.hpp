@@ -34,6 +34,10 @@ struct Picture {
     const vips::VImage& first() const { return frames.front(); }
 };
 
+/// How long viewers show a frame of an animation that asks for so many milliseconds: one that wants to be quicker than
+/// displays are is shown for a tenth of a second; files rely on it.
+constexpr int shownDelay(int milliseconds) { return milliseconds < 11 ? 100 : milliseconds; }
+
 inline bool isCmyk(const vips::VImage& image) { return image.interpretation() == VIPS_INTERPRETATION_CMYK; }
 inline bool isGrey(const vips::VImage& image) { return image.bands() < 3; }
 

@@ -28,7 +28,7 @@ SourceProperties measured(const Picture& picture, const EngineRequest& request)
                                 .hasAlpha = first.has_alpha(),
                                 .bitsPerComponent = 8 * static_cast<std::int64_t>(vips_format_sizeof(first.format())),
                                 .isFloatingPoint = first.format() == VIPS_FORMAT_FLOAT};
-    if (heldPictures(request.sourceFormat.id.rawValue).areRead)
+    if (heldPictures(request.sourceFormat.id.rawValue).kind != KeptPictures::first)
         properties.imageCount = static_cast<std::int64_t>(picture.frames.size());
     if (!request.sourceFormat.typeIdentifiers.empty())
         properties.decoderTypeIdentifier = request.sourceFormat.typeIdentifiers.front();

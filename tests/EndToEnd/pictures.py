@@ -144,6 +144,8 @@ SOURCES = [
     Source("photo.gif", "convert photo.png +dither -colors 200 $OUT"),
     Source("logo.gif", "convert logo.png -channel A -threshold 50% +channel +dither -colors 100 $OUT", alpha=True),
     Source("film.gif", "convert film.gif -loop 3 $OUT", frames=3, kind="animation"),
+    Source("film.png", "ffmpeg -v error -i film.gif -vsync passthrough -f apng -plays 3 $OUT", frames=3,
+           kind="animation", alpha=True, looks="film.gif"),  # opaque alpha
 
     Source("photo.webp", "cwebp -quiet -q 90 photo.png -o $OUT"),
     Source("logo.webp", "cwebp -quiet -lossless -exact logo.png -o $OUT", alpha=True),

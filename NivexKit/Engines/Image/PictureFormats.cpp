@@ -56,17 +56,17 @@ struct HeldRow {
 };
 
 constexpr HeldRow heldRows[] = {
-    {"png",     {animation, false}},
-    {"tiff",    {pages,     true}},
-    {"gif",     {animation, true}},
-    {"webp",    {animation, true}},
-    {"heic",    {pages,     true, true}},
-    {"heif",    {pages,     true, true}},
-    {"avif",    {pages,     true, true}},
-    {"jxl",     {animation, true}},
-    {"ico",     {sizes,     true}},
-    {"icns",    {sizes,     true}},
-    {"geotiff", {pages,     true}},
+    {"png",     {animation}},
+    {"tiff",    {pages}},
+    {"gif",     {animation}},
+    {"webp",    {animation}},
+    {"heic",    {pages,     true}},
+    {"heif",    {pages,     true}},
+    {"avif",    {pages,     true}},
+    {"jxl",     {animation}},
+    {"ico",     {sizes}},
+    {"icns",    {sizes}},
+    {"geotiff", {pages}},
 };
 // clang-format on
 

@@ -41,10 +41,9 @@ struct PictureFormat {
     bool hasPalette = false;  // no more than 256 colours
 };
 
-/// Which pictures beyond the first a file of a format may hold, whoever wrote it, and whether its reader hands them on.
+/// Which pictures beyond the first a file of a format may hold, whoever wrote it, and its reader hands on.
 struct HeldPictures {
     KeptPictures kind = KeptPictures::first;
-    bool areRead = false;
     bool mayMove = false; // a sequence of frames may stand beside the pictures, with a duration; none of it is read
 };
 HeldPictures heldPictures(std::string_view id);

@@ -1,6 +1,7 @@
 // Files of icons: one picture in several sizes, each a square.
 #include "NivexWorkers/Image/Codecs/BitmapImage.hpp"
 #include "NivexWorkers/Image/Codecs/Icons.hpp"
+#include "NivexWorkers/Image/Codecs/VipsFiles.hpp"
 #include "NivexWorkers/Image/Structures/ByteWriter.hpp"
 
 #include "NivexKit/Foundation/OutputFile.hpp"
@@ -26,23 +27,11 @@ VImage withAlpha(const VImage& image)
     return VImage{result};
 }
 
-VImage decodedPng(const ByteSource& file, const IconPicture& icon)
-{
-    const auto bytes = readExactly(file, icon.begin, static_cast<std::size_t>(icon.size));
-    VipsBlob* const blob = vips_blob_copy(bytes.data(), bytes.size());
-    VImage image;
-    const auto unref = [](VipsBlob* each) { vips_area_unref(VIPS_AREA(each)); };
-    const std::unique_ptr<VipsBlob, decltype(unref)> owner{blob, unref};
-    VImage::call("pngload_buffer",
-                 VImage::option()->set("buffer", blob)->set("out", &image)->set("fail_on", VIPS_FAIL_ON_ERROR));
-    return image;
-}
-
 VImage decoded(const SharedSource& file, const IconPicture& icon, const ReadRequest& request)
 {
     switch (icon.coding) {
     case IconPicture::Coding::png:
-        return decodedPng(*file, icon);
+        return decodedPng(readExactly(*file, icon.begin, static_cast<std::size_t>(icon.size)), VIPS_ACCESS_RANDOM);
     case IconPicture::Coding::jpeg2000: {
         const auto bytes = readExactly(*file, icon.begin, static_cast<std::size_t>(icon.size));
         return readJpeg2000(MemorySource{bytes}, request).first();

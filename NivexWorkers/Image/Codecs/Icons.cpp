@@ -1,6 +1,7 @@
 #include "NivexWorkers/Image/Codecs/Icons.hpp"
 
 #include "NivexWorkers/Image/Codecs/Codec.hpp"
+#include "NivexWorkers/Image/Structures/PngChunks.hpp"
 
 #include "NivexKit/Foundation/ByteReader.hpp"
 
@@ -12,9 +13,9 @@ namespace nivex::image {
 
 bool isPng(const ByteSource& file, std::uint64_t offset)
 {
-    const auto bytes = file.read(offset, 8);
+    const auto bytes = file.read(offset, pngSignature.size());
     ByteReader reader{bytes};
-    return reader.text(8) == "\x89PNG\r\n\x1A\n";
+    return reader.text(pngSignature.size()) == pngSignature;
 }
 
 IconPicture pngInside(const ByteSource& file, std::uint64_t begin, std::uint64_t size)

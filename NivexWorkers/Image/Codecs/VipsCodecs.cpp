@@ -1,6 +1,5 @@
 // The formats that libvips reads and writes itself, row by row where the format allows.
 #include "NivexWorkers/Image/Codecs/VipsFiles.hpp"
-#include "NivexWorkers/Image/Metadata/ExifBlock.hpp"
 #include "NivexWorkers/Image/Pixels/Colors.hpp"
 
 #include <algorithm>
@@ -14,13 +13,6 @@ using vips::VImage;
 /// Half the time of the encoder's own choice (4) for files 3 or 4 % larger: docs/decisions/picture-speed.md.
 constexpr int webpEffort = 2;
 
-Picture readSingle(const ReadRequest& request, const char* loader)
-{
-    const VImage header = opened(request, loader, VIPS_ACCESS_SEQUENTIAL);
-    requireAcceptableSize(header.width(), header.height(), 1, request.limits);
-    return {.frames = {openedForOnePass(request, loader, header)}};
-}
-
 /// By how much a JPEG may be made smaller while it is decoded, which saves most of the work. At least twice what is
 /// needed is left for the filter that does the rest.
 int shrinkWhileDecoding(const VImage& header, std::int64_t longestSide)
@@ -32,18 +24,13 @@ int shrinkWhileDecoding(const VImage& header, std::int64_t longestSide)
     return 1;
 }
 
-/// Browsers and viewers show frames that want to be quicker than this for a tenth of a second; files rely on it.
-constexpr int shortestDelay = 11;
-constexpr int usualDelay = 100;
-
 std::vector<int> delays(const VImage& strip, std::size_t count)
 {
     std::vector<int> delays;
     if (strip.get_typeof("delay"))
         delays = strip.get_array_int("delay");
-    delays.resize(count, usualDelay);
-    for (int& delay : delays)
-        delay = delay < shortestDelay ? usualDelay : delay;
+    delays.resize(count);
+    std::ranges::transform(delays, delays.begin(), shownDelay);
     return delays;
 }
 
@@ -83,19 +70,6 @@ VImage animationStrip(const Picture& picture)
 
 } // namespace
 
-Picture readPng(const ReadRequest& request)
-{
-    Picture picture = readSingle(request, "pngload");
-    // libvips takes in what is told in front of the pixels; some programs tell of the camera behind them.
-    picture.metadata = readMetadata(request.file, "png");
-    const auto exif = ExifBlock::parse(picture.metadata.exif);
-    if (exif && exif->orientation() != numberField(picture.first(), VIPS_META_ORIENTATION, 1)) {
-        picture.frames[0] = opened(request, "pngload", VIPS_ACCESS_RANDOM).copy();
-        picture.frames[0].set(VIPS_META_ORIENTATION, exif->orientation());
-    }
-    return picture;
-}
-
 Picture readJpeg(const ReadRequest& request)
 {
     const VImage header = opened(request, "jpegload", VIPS_ACCESS_SEQUENTIAL);
@@ -113,12 +87,6 @@ Picture readHdr(const ReadRequest& request)
     Picture picture = readSingle(request, "radload");
     picture.frames[0] = picture.first().rad2float();
     return picture;
-}
-
-void writePng(const Picture& picture, const WriteRequest& request)
-{
-    save(picture.first(), request, "pngsave",
-         VImage::option()->set("compression", 3)->set("filter", VIPS_FOREIGN_PNG_FILTER_PAETH));
 }
 
 void writeJpeg(const Picture& picture, const WriteRequest& request)

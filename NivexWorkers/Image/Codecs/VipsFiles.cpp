@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 
 namespace nivex::image {
 
@@ -28,6 +29,27 @@ VImage openedForOnePass(const ReadRequest& request, const char* loader, const VI
     if (shrink > 1)
         options->set("shrink", shrink);
     return opened(request, loader, isUpright ? VIPS_ACCESS_SEQUENTIAL : VIPS_ACCESS_RANDOM, options);
+}
+
+Picture readSingle(const ReadRequest& request, const char* loader)
+{
+    const VImage header = opened(request, loader, VIPS_ACCESS_SEQUENTIAL);
+    requireAcceptableSize(header.width(), header.height(), 1, request.limits);
+    return {.frames = {openedForOnePass(request, loader, header)}};
+}
+
+VImage decodedPng(std::span<const std::byte> file, VipsAccess access)
+{
+    VipsBlob* const blob = vips_blob_copy(file.data(), file.size());
+    const auto unref = [](VipsBlob* each) { vips_area_unref(VIPS_AREA(each)); };
+    const std::unique_ptr<VipsBlob, decltype(unref)> owner{blob, unref};
+    VImage image;
+    VImage::call("pngload_buffer", VImage::option()
+                                       ->set("buffer", blob)
+                                       ->set("out", &image)
+                                       ->set("access", access)
+                                       ->set("fail_on", VIPS_FAIL_ON_ERROR));
+    return image;
 }
 
 void save(const VImage& image, const WriteRequest& request, const char* saver, VOption* options)

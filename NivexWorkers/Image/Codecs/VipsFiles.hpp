@@ -2,6 +2,9 @@
 
 #include "NivexWorkers/Image/Codecs/Codec.hpp"
 
+#include <cstddef>
+#include <span>
+
 namespace nivex::image {
 
 /// Opens the file of `request` with a loader of libvips. Its pixels are decoded when they are pulled; a file that ends
@@ -14,6 +17,12 @@ vips::VImage opened(const ReadRequest& request, const char* loader, VipsAccess a
 /// jpegload alone: by how much it makes the picture smaller, 1, 2, 4 or 8.
 vips::VImage openedForOnePass(const ReadRequest& request, const char* loader, const vips::VImage& header,
                               int shrink = 1);
+
+/// The only picture of a file, or its first, for one pass.
+Picture readSingle(const ReadRequest& request, const char* loader);
+
+/// The picture of a PNG file in memory, of which a copy is kept. Its size has been tested before.
+vips::VImage decodedPng(std::span<const std::byte> file, VipsAccess access);
 
 /// Writes by a saver of libvips, without the metadata that it took over while reading, and reports progress.
 void save(const vips::VImage& image, const WriteRequest& request, const char* saver, vips::VOption* options);

@@ -2,16 +2,14 @@
 // type …" in which programs kept metadata before there was eXIf.
 #include "NivexWorkers/Image/Metadata/Containers.hpp"
 #include "NivexWorkers/Image/Metadata/FileRewrite.hpp"
-#include "NivexWorkers/Image/Structures/ByteWriter.hpp"
 #include "NivexWorkers/Image/Structures/PhotoshopResources.hpp"
+#include "NivexWorkers/Image/Structures/PngChunks.hpp"
 
-#include "NivexKit/Archive/CRC32.hpp"
 #include "NivexKit/Archive/Deflate.hpp"
 #include "NivexKit/Foundation/ByteReader.hpp"
 
 #include <algorithm>
 #include <charconv>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,28 +19,6 @@ namespace {
 using namespace std::string_view_literals;
 
 constexpr auto xmpKeyword = "XML:com.adobe.xmp"sv;
-constexpr std::uint64_t signatureBytes = 8;
-
-struct Chunk {
-    std::uint64_t offset; // of its length
-    std::size_t count;    // bytes of its data
-    std::string type;
-
-    std::uint64_t end() const { return offset + 12 + count; }
-};
-
-/// The chunk at an offset; none where the file ends before the chunk does.
-std::optional<Chunk> chunkAt(const ByteSource& file, std::uint64_t offset)
-{
-    const auto head = file.read(offset, 8);
-    ByteReader reader{head, ByteOrder::big};
-    const std::size_t count = reader.u32();
-    const std::string type{reader.text(4)};
-    if (reader.failed() || file.size() < offset + 12 || file.size() - offset - 12 < count)
-        return std::nullopt;
-    return Chunk{offset, count, type};
-}
-
 /// The text up to a NUL; the reader then stands behind it.
 std::string_view zeroEnded(ByteReader& reader)
 {
@@ -71,7 +47,7 @@ std::vector<std::byte> inflated(std::span<const std::byte> data)
     }
 }
 
-Text textOf(const Chunk& chunk, std::span<const std::byte> data)
+Text textOf(const PngChunk& chunk, std::span<const std::byte> data)
 {
     ByteReader reader{data};
     Text text{.keyword = std::string{zeroEnded(reader)}, .value = {}};
@@ -155,17 +131,6 @@ void takeRawProfile(std::string_view kind, std::vector<std::byte> profile, Metad
 
 bool isText(std::string_view type) { return type == "tEXt" || type == "zTXt" || type == "iTXt"; }
 
-std::string chunk(std::string_view type, std::string_view data)
-{
-    ByteWriter checked{ByteOrder::big};
-    checked.text(type).text(data);
-    ByteWriter writer{ByteOrder::big};
-    writer.u32(static_cast<std::uint32_t>(data.size()))
-        .text(checked.view())
-        .u32(CRC32::checksum(std::as_bytes(std::span{checked.view()})));
-    return std::string{writer.view()};
-}
-
 } // namespace
 
 Metadata readPngMetadata(const ByteSource& file)
@@ -174,17 +139,17 @@ Metadata readPngMetadata(const ByteSource& file)
     Metadata fromText;
     std::size_t textBytes = 0;
     constexpr auto profileKeyword = "Raw profile type "sv;
-    for (auto next = chunkAt(file, signatureBytes); next; next = chunkAt(file, next->end())) {
-        const Chunk& chunk = *next;
+    for (auto next = pngChunkAt(file, pngSignature.size()); next; next = pngChunkAt(file, next->end())) {
+        const PngChunk& chunk = *next;
         if (chunk.type == "eXIf" && chunk.count <= mostBlockBytes)
-            metadata.exif = file.read(chunk.offset + 8, chunk.count);
+            metadata.exif = file.read(chunk.data(), chunk.count);
         if (!isText(chunk.type) || chunk.count > mostBlockBytes || textBytes > mostBlockBytes)
             continue;
         // Their text may be a novel: it is unpacked only under a keyword that is of interest.
-        const auto keyword = file.read(chunk.offset + 8, xmpKeyword.size());
+        const auto keyword = file.read(chunk.data(), xmpKeyword.size());
         if (asText(keyword) != xmpKeyword && !asText(keyword).starts_with(profileKeyword))
             continue;
-        const auto data = file.read(chunk.offset + 8, chunk.count);
+        const auto data = file.read(chunk.data(), chunk.count);
         const Text text = textOf(chunk, data);
         textBytes += data.size() + text.value.size();
         if (text.keyword == xmpKeyword)
@@ -204,14 +169,14 @@ Metadata readPngMetadata(const ByteSource& file)
 void writePngMetadata(const std::filesystem::path& path, const Metadata& metadata)
 {
     FileRewrite file{path};
-    file.copy(0, signatureBytes);
+    file.copy(0, pngSignature.size());
     // Before the pixels: many programs look no further.
-    for (auto next = chunkAt(file.old(), signatureBytes); next; next = chunkAt(file.old(), next->end())) {
+    for (auto next = pngChunkAt(file.old(), pngSignature.size()); next; next = pngChunkAt(file.old(), next->end())) {
         if (next->type == "IDAT") {
             if (!metadata.exif.empty())
-                file.write(chunk("eXIf", asText(metadata.exif)));
+                file.write(pngChunk("eXIf", asText(metadata.exif)));
             if (!metadata.xmp.empty())
-                file.write(chunk("iTXt", std::string{xmpKeyword} + std::string(5, '\0') + metadata.xmp));
+                file.write(pngChunk("iTXt", std::string{xmpKeyword} + std::string(5, '\0') + metadata.xmp));
             file.copyRest(next->offset);
             return file.commit();
         }
