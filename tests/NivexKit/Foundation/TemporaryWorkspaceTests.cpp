@@ -128,21 +128,37 @@ TEST(TemporaryWorkspace, LeftoversOfKilledRunsGoAndEverythingElseStays)
     EXPECT_TRUE(fs::exists(running.root() / "lock"));
 }
 
+/// A process that sweeps a folder without a pause; ended with the test, also with one that fails.
+class Sweeper {
+public:
+    explicit Sweeper(const fs::path& folder) : process_{::fork()}
+    {
+        while (process_ == 0)
+            TemporaryWorkspace::removeLeftovers(folder);
+    }
+    Sweeper(const Sweeper&) = delete;
+    Sweeper& operator=(const Sweeper&) = delete;
+    ~Sweeper()
+    {
+        ::kill(process_, SIGKILL);
+        ::waitpid(process_, nullptr, 0);
+    }
+
+private:
+    pid_t process_;
+};
+
 TEST(TemporaryWorkspace, AProcessThatSweepsNeverTakesAWorkspaceThatIsBeingMade)
 {
     const TemporaryFolder destination;
-    const pid_t sweeper = ::fork();
-    if (sweeper == 0)
-        for (;;)
-            TemporaryWorkspace::removeLeftovers(destination.path());
-
-    for (int round = 0; round < 300; ++round) {
-        auto workspace = TemporaryWorkspace::create(destination.path());
-        ASSERT_EQ(workspace.root().parent_path(), destination.path());
-        ASSERT_NO_THROW(workspace.subfolder("step-0")) << "round " << round;
+    {
+        const Sweeper sweeper{destination.path()};
+        for (int round = 0; round < 300; ++round) {
+            auto workspace = TemporaryWorkspace::create(destination.path());
+            ASSERT_EQ(workspace.root().parent_path(), destination.path());
+            ASSERT_NO_THROW(workspace.subfolder("step-0")) << "round " << round;
+        }
     }
-    ::kill(sweeper, SIGKILL);
-    ::waitpid(sweeper, nullptr, 0);
     TemporaryWorkspace::removeLeftovers(destination.path());
     EXPECT_EQ(namesIn(destination.path()), std::vector<std::string>{});
 }
