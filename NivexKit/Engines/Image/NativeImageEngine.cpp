@@ -56,7 +56,7 @@ ConversionLoss lossOfPictures(const FileFormat& source, const SourceProperties& 
     const HeldPictures held = heldPictures(source.id.rawValue);
     if (held.mayMove && properties.durationSeconds)
         return ConversionLoss::animation;
-    if (held.kind != KeptPictures::first && keepsAll(held.kind, target.pictures))
+    if (keepsAll(held.kind, target.pictures))
         return {};
     return held.kind == KeptPictures::animation ? ConversionLoss::animation : ConversionLoss::pages;
 }

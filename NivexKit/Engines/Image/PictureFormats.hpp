@@ -48,10 +48,12 @@ struct HeldPictures {
 };
 HeldPictures heldPictures(std::string_view id);
 
-/// Whether a written file that keeps such pictures keeps all that a source holds.
+/// Whether a written file that keeps such pictures keeps all that a source of several holds; never where only the first
+/// is read.
 constexpr bool keepsAll(KeptPictures held, KeptPictures kept)
 {
-    return held == kept || held == KeptPictures::first || (held == KeptPictures::sizes && kept == KeptPictures::pages);
+    return held != KeptPictures::first &&
+           (held == kept || (held == KeptPictures::sizes && kept == KeptPictures::pages));
 }
 
 /// Bytes of pixels from which a TIFF file takes offsets of 64 bits; metadata are embedded in smaller files only.

@@ -4,6 +4,7 @@
 #include "NivexWorkers/Image/Codecs/Codec.hpp"
 #include "NivexWorkers/Image/Structures/ByteWriter.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <span>
 #include <string_view>
@@ -136,10 +137,10 @@ private:
     void takePixels(const PngChunk& chunk)
     {
         const bool isOfPicture = isFirstFrame_ && apng_.frames.size() == 1;
-        const auto head = file_.read(chunk.data(), sequenceBytes);
-        ByteReader reader{head, damaged(), ByteOrder::big};
         if (chunk.count < sequenceBytes || apng_.frames.empty() || isOfPicture)
             throw damaged();
+        const auto head = file_.read(chunk.data(), sequenceBytes);
+        ByteReader reader{head, damaged(), ByteOrder::big};
         requireNext(reader.u32());
         apng_.frames.back().pixels.push_back(chunk);
         apng_.frames.back().leadingBytes = sequenceBytes;

@@ -19,6 +19,7 @@ namespace {
 using namespace std::string_view_literals;
 
 constexpr auto xmpKeyword = "XML:com.adobe.xmp"sv;
+
 /// The text up to a NUL; the reader then stands behind it.
 std::string_view zeroEnded(ByteReader& reader)
 {
