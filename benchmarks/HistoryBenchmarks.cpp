@@ -1,5 +1,5 @@
-#include "NivexKit/Execution/HistoryFile.hpp"
-#include "NivexKit/Execution/HistoryStore.hpp"
+#include "NivexKit/Execution/History/HistoryFile.hpp"
+#include "NivexKit/Execution/History/HistoryStore.hpp"
 #include "NivexKit/Recipes/ConversionRecipe.hpp"
 
 #include <benchmark/benchmark.h>

@@ -1,8 +1,8 @@
 #include "NivexKit/Engines/Subtitle/SubtitleEngine.hpp"
 #include "NivexKit/Engines/Subtitle/Subtitles.hpp"
 #include "NivexKit/Formats/FormatRegistry.hpp"
-#include "NivexKit/Foundation/OutputFile.hpp"
-#include "NivexKit/Foundation/TextDecoder.hpp"
+#include "NivexKit/Foundation/Files/OutputFile.hpp"
+#include "NivexKit/Foundation/Text/TextDecoder.hpp"
 
 #include <benchmark/benchmark.h>
 

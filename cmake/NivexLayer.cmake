@@ -22,11 +22,11 @@ endif()
 
 # nivex_layer(<target> <folder> [USES <targets>...] [PRIVATE <third-party targets>...])
 #
-# A static library of every .cpp file in <folder> and its rooms, the folders directly in it. USES names the layers whose headers this one may include;
-# PRIVATE names libraries that only its .cpp files see.
+# A static library of every .cpp file in <folder> and its rooms. USES names the layers whose headers this one may
+# include; PRIVATE names libraries that only its .cpp files see.
 function(nivex_layer target folder)
     cmake_parse_arguments(LAYER "" "" "USES;PRIVATE" ${ARGN})
-    file(GLOB sources CONFIGURE_DEPENDS ${folder}/*.cpp ${folder}/*/*.cpp)
+    file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${folder}/*.cpp)
     add_library(${target} STATIC ${sources})
     target_link_libraries(${target} PUBLIC nivex-settings ${LAYER_USES} PRIVATE ${LAYER_PRIVATE})
     if(NIVEX_SANITIZE)

@@ -3,8 +3,8 @@
 #include "NIVEX/CommandLine/Arguments.hpp"
 
 #include "NivexKit/Contract/OptionRanges.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
-#include "NivexKit/Foundation/Unicode.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
+#include "NivexKit/Foundation/Text/Unicode.hpp"
 
 #include <charconv>
 #include <functional>

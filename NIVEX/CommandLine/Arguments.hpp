@@ -1,7 +1,7 @@
 #pragma once
 
 #include "NivexKit/Contract/ConversionOptions.hpp"
-#include "NivexKit/Execution/HistoryRetention.hpp"
+#include "NivexKit/Execution/History/HistoryRetention.hpp"
 #include "NivexKit/Formats/FormatFamily.hpp"
 #include "NivexKit/Recipes/RecipeStep.hpp"
 

@@ -3,7 +3,8 @@
 #include "NIVEX/CommandLine/Commands/Commands.hpp"
 #include "NIVEX/CommandLine/Interrupts.hpp"
 
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
+#include "NivexKit/Texts/Language.hpp"
 
 #include <exception>
 
@@ -62,7 +63,7 @@ int runCommandLine(const std::vector<std::string>& arguments)
     leaveOnInterrupt();
     RunLoop loop;
     AppModel model{loop, processEnvironment()};
-    StringTable::use(model.preferences().shownLanguage(model.environment()));
+    showTextsIn(model.preferences().shownLanguage(model.environment()));
     const Invocation invocation = parseArguments(arguments);
     Console console{isQuiet(invocation)};
     Session session{loop, model, console};

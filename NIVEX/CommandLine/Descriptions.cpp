@@ -1,8 +1,8 @@
 #include "NIVEX/CommandLine/Descriptions.hpp"
 
 #include "NivexKit/Formats/FormatRegistry.hpp"
-#include "NivexKit/Foundation/ByteCount.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Text/ByteCount.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <vector>
 

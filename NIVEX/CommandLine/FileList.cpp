@@ -1,7 +1,7 @@
 #include "NIVEX/CommandLine/FileList.hpp"
 
-#include "NivexKit/Foundation/StringTable.hpp"
-#include "NivexKit/Foundation/Unicode.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
+#include "NivexKit/Foundation/Text/Unicode.hpp"
 
 #include <algorithm>
 #include <fstream>

@@ -1,7 +1,7 @@
 #include "NIVEX/CommandLine/Interrupts.hpp"
 
-#include "NivexKit/Foundation/MainLoop.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Running/MainLoop.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <fcntl.h>
 #include <signal.h>

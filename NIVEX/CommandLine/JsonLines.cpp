@@ -1,7 +1,7 @@
 #include "NIVEX/CommandLine/JsonLines.hpp"
 
-#include "NivexKit/Foundation/Base64.hpp"
-#include "NivexKit/Foundation/Unicode.hpp"
+#include "NivexKit/Foundation/Bytes/Base64.hpp"
+#include "NivexKit/Foundation/Text/Unicode.hpp"
 
 #include <cmath>
 

@@ -2,7 +2,7 @@
 
 #include "NivexKit/Contract/ConversionEngine.hpp"
 #include "NivexKit/Detection/DetectionResult.hpp"
-#include "NivexKit/Foundation/Json.hpp"
+#include "NivexKit/Foundation/Text/Json.hpp"
 #include "NivexKit/Planning/ConversionPlan.hpp"
 
 #include <filesystem>

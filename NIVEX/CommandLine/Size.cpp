@@ -1,6 +1,6 @@
 #include "NIVEX/CommandLine/Size.hpp"
 
-#include "NivexKit/Foundation/Unicode.hpp"
+#include "NivexKit/Foundation/Text/Unicode.hpp"
 
 #include <charconv>
 #include <cmath>

@@ -1,6 +1,6 @@
 #include "NIVEX/CommandLine/Suggestion.hpp"
 
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <algorithm>
 #include <numeric>

@@ -1,6 +1,6 @@
 #include "NIVEX/CommandLine/CommandLine.hpp"
 
-#include "NivexKit/Foundation/WithTimeout.hpp"
+#include "NivexKit/Foundation/Running/WithTimeout.hpp"
 
 #include <chrono>
 #include <cstdio>

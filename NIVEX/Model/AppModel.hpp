@@ -6,10 +6,10 @@
 #include "NivexKit/Contract/ConversionEngine.hpp"
 #include "NivexKit/Detection/FileDetector.hpp"
 #include "NivexKit/Execution/ConversionQueue.hpp"
-#include "NivexKit/Execution/HistoryStore.hpp"
+#include "NivexKit/Execution/History/HistoryStore.hpp"
 #include "NivexKit/Formats/FormatRegistry.hpp"
-#include "NivexKit/Foundation/MainLoop.hpp"
-#include "NivexKit/Foundation/UserFolders.hpp"
+#include "NivexKit/Foundation/Files/UserFolders.hpp"
+#include "NivexKit/Foundation/Running/MainLoop.hpp"
 #include "NivexKit/Planning/ConversionPlanner.hpp"
 
 #include <memory>

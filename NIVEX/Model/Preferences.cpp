@@ -2,7 +2,7 @@
 
 #include "NivexKit/Contract/OptionRanges.hpp"
 #include "NivexKit/Foundation/EnumTable.hpp"
-#include "NivexKit/Foundation/Json.hpp"
+#include "NivexKit/Foundation/Text/Json.hpp"
 
 namespace nivex {
 namespace {

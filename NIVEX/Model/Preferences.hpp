@@ -1,10 +1,10 @@
 #pragma once
 
 #include "NivexKit/Contract/ConversionOptions.hpp"
-#include "NivexKit/Execution/HistoryRetention.hpp"
-#include "NivexKit/Foundation/SharedFile.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
-#include "NivexKit/Foundation/UserFolders.hpp"
+#include "NivexKit/Execution/History/HistoryRetention.hpp"
+#include "NivexKit/Foundation/Files/SharedFile.hpp"
+#include "NivexKit/Foundation/Files/UserFolders.hpp"
+#include "NivexKit/Texts/Language.hpp"
 
 #include <functional>
 #include <optional>

@@ -1,8 +1,8 @@
 #include "NIVEX/Model/RecipeLibrary.hpp"
 
-#include "NivexKit/Foundation/SharedFile.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
-#include "NivexKit/Foundation/Unicode.hpp"
+#include "NivexKit/Foundation/Files/SharedFile.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
+#include "NivexKit/Foundation/Text/Unicode.hpp"
 
 #include <algorithm>
 #include <optional>

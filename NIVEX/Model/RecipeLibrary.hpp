@@ -1,7 +1,7 @@
 #pragma once
 
-#include "NivexKit/Foundation/UserFolders.hpp"
-#include "NivexKit/Foundation/Uuid.hpp"
+#include "NivexKit/Foundation/Files/UserFolders.hpp"
+#include "NivexKit/Foundation/Text/Uuid.hpp"
 #include "NivexKit/Recipes/ConversionRecipe.hpp"
 
 #include <filesystem>

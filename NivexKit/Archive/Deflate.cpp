@@ -1,7 +1,7 @@
 #include "NivexKit/Archive/Deflate.hpp"
 
 #include "NivexKit/Foundation/ConversionError.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <libdeflate.h>
 #include <zlib.h>

@@ -2,10 +2,10 @@
 #include "NivexKit/Archive/Deflate.hpp"
 #include "NivexKit/Archive/ZipArchive.hpp"
 #include "NivexKit/Archive/ZipFormat.hpp"
-#include "NivexKit/Foundation/ByteReader.hpp"
+#include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 #include "NivexKit/Foundation/ConversionError.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
-#include "NivexKit/Foundation/Unicode.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
+#include "NivexKit/Foundation/Text/Unicode.hpp"
 
 #include <algorithm>
 

@@ -3,7 +3,7 @@
 #include "NivexKit/Archive/ZipArchive.hpp"
 #include "NivexKit/Archive/ZipFormat.hpp"
 #include "NivexKit/Foundation/ConversionError.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <cassert>
 #include <limits>

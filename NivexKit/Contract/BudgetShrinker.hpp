@@ -1,7 +1,7 @@
 #pragma once
 
 #include "NivexKit/Contract/EngineRequest.hpp"
-#include "NivexKit/Foundation/CancellationFlag.hpp"
+#include "NivexKit/Foundation/Running/CancellationFlag.hpp"
 
 #include <filesystem>
 #include <vector>

@@ -5,7 +5,7 @@
 #include "NivexKit/Contract/EngineID.hpp"
 #include "NivexKit/Contract/EngineRequest.hpp"
 #include "NivexKit/Formats/SourceProperties.hpp"
-#include "NivexKit/Foundation/CancellationFlag.hpp"
+#include "NivexKit/Foundation/Running/CancellationFlag.hpp"
 
 #include <chrono>
 #include <filesystem>

@@ -1,6 +1,6 @@
 #include "NivexKit/Contract/ConversionLoss.hpp"
 
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 namespace nivex {
 namespace {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "NivexKit/Contract/ConversionEngine.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 namespace nivex {
 

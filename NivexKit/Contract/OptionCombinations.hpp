@@ -2,7 +2,7 @@
 
 #include "NivexKit/Contract/ConversionOptions.hpp"
 #include "NivexKit/Formats/FileFormat.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <vector>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "NivexKit/Contract/ConversionOptions.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <cstdint>
 #include <optional>

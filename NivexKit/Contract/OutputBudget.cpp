@@ -1,8 +1,8 @@
 #include "NivexKit/Contract/OutputBudget.hpp"
 
 #include "NivexKit/Foundation/ConversionError.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
-#include "NivexKit/Foundation/Unicode.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
+#include "NivexKit/Foundation/Text/Unicode.hpp"
 
 #include <algorithm>
 #include <utility>

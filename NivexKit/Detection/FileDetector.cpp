@@ -4,8 +4,8 @@
 #include "NivexKit/Detection/Containers/StructuralCheck.hpp"
 #include "NivexKit/Detection/FormatResolution.hpp"
 #include "NivexKit/Detection/Signatures/ContentSniffing.hpp"
-#include "NivexKit/Foundation/ByteCount.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Text/ByteCount.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <algorithm>
 #include <array>

@@ -4,7 +4,7 @@
 #include "NivexKit/Detection/Signatures/SniffResult.hpp"
 #include "NivexKit/Detection/SourceProbe.hpp"
 #include "NivexKit/Formats/FormatRegistry.hpp"
-#include "NivexKit/Foundation/ByteSource.hpp"
+#include "NivexKit/Foundation/Bytes/ByteSource.hpp"
 #include "NivexKit/Foundation/ResourceLimits.hpp"
 
 #include <cstddef>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "NivexKit/Foundation/ByteReader.hpp"
-#include "NivexKit/Foundation/ByteSource.hpp"
+#include "NivexKit/Foundation/Bytes/ByteReader.hpp"
+#include "NivexKit/Foundation/Bytes/ByteSource.hpp"
 
 #include <cstddef>
 #include <cstdint>

@@ -3,7 +3,7 @@
 #include "NivexKit/Contract/ConversionOptions.hpp"
 #include "NivexKit/Detection/DetectionResult.hpp"
 #include "NivexKit/Execution/ConversionOutcome.hpp"
-#include "NivexKit/Foundation/Uuid.hpp"
+#include "NivexKit/Foundation/Text/Uuid.hpp"
 #include "NivexKit/Planning/ConversionPlan.hpp"
 
 #include <chrono>

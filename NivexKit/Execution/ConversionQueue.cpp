@@ -1,8 +1,8 @@
 #include "NivexKit/Execution/ConversionQueue.hpp"
 
 #include "NivexKit/Execution/FailureMessage.hpp"
-#include "NivexKit/Foundation/BlockingWork.hpp"
 #include "NivexKit/Foundation/ConversionError.hpp"
+#include "NivexKit/Foundation/Running/BlockingWork.hpp"
 
 #include <algorithm>
 #include <exception>

@@ -3,9 +3,9 @@
 #include "NivexKit/Execution/BatchProgress.hpp"
 #include "NivexKit/Execution/ConversionJob.hpp"
 #include "NivexKit/Execution/ConversionRunner.hpp"
-#include "NivexKit/Foundation/MainLoop.hpp"
-#include "NivexKit/Foundation/ThreadConfinement.hpp"
-#include "NivexKit/Foundation/Uuid.hpp"
+#include "NivexKit/Foundation/Running/MainLoop.hpp"
+#include "NivexKit/Foundation/Running/ThreadConfinement.hpp"
+#include "NivexKit/Foundation/Text/Uuid.hpp"
 
 #include <cstddef>
 #include <deque>

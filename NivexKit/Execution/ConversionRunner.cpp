@@ -1,14 +1,14 @@
 #include "NivexKit/Execution/ConversionRunner.hpp"
 
 #include "NivexKit/Contract/OutputBudget.hpp"
-#include "NivexKit/Execution/OrdinaryPermissions.hpp"
-#include "NivexKit/Execution/OutputNaming.hpp"
 #include "NivexKit/Execution/OutputVerification.hpp"
+#include "NivexKit/Execution/Placing/OrdinaryPermissions.hpp"
+#include "NivexKit/Execution/Placing/OutputNaming.hpp"
 #include "NivexKit/Execution/ProgressGate.hpp"
-#include "NivexKit/Foundation/DestinationError.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
-#include "NivexKit/Foundation/TemporaryWorkspace.hpp"
-#include "NivexKit/Foundation/WithTimeout.hpp"
+#include "NivexKit/Foundation/Files/DestinationError.hpp"
+#include "NivexKit/Foundation/Files/TemporaryWorkspace.hpp"
+#include "NivexKit/Foundation/Running/WithTimeout.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,8 +1,8 @@
 #include "NivexKit/Execution/FailureMessage.hpp"
 
 #include "NivexKit/Foundation/ConversionError.hpp"
-#include "NivexKit/Foundation/DestinationError.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Files/DestinationError.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <filesystem>
 #include <new>

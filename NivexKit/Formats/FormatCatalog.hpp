@@ -1,7 +1,7 @@
 #pragma once
 
 #include "NivexKit/Formats/FileFormat.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <cstddef>
 #include <optional>

@@ -1,7 +1,7 @@
 #include "NivexKit/Foundation/ConversionError.hpp"
 
 #include "NivexKit/Foundation/EnumTable.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 namespace nivex {
 namespace {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <cstddef>
 #include <optional>

@@ -1,6 +1,6 @@
 #include "NivexKit/Recipes/ConversionRecipe.hpp"
 
-#include "NivexKit/Foundation/Unicode.hpp"
+#include "NivexKit/Foundation/Text/Unicode.hpp"
 
 #include <algorithm>
 

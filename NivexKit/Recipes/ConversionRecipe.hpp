@@ -2,7 +2,7 @@
 
 #include "NivexKit/Contract/ConversionOptions.hpp"
 #include "NivexKit/Detection/DetectionResult.hpp"
-#include "NivexKit/Foundation/Uuid.hpp"
+#include "NivexKit/Foundation/Text/Uuid.hpp"
 #include "NivexKit/Recipes/RecipeError.hpp"
 #include "NivexKit/Recipes/RecipeStep.hpp"
 

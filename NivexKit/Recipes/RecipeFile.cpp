@@ -1,6 +1,6 @@
 #include "NivexKit/Formats/FormatFamily.hpp"
-#include "NivexKit/Foundation/Json.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Text/Json.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 #include "NivexKit/Recipes/ConversionRecipe.hpp"
 
 #include <cmath>

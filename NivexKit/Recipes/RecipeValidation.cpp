@@ -1,6 +1,6 @@
 #include "NivexKit/Contract/OptionRanges.hpp"
 #include "NivexKit/Formats/FormatRegistry.hpp"
-#include "NivexKit/Foundation/Unicode.hpp"
+#include "NivexKit/Foundation/Text/Unicode.hpp"
 #include "NivexKit/Recipes/ConversionRecipe.hpp"
 
 namespace nivex {

@@ -1,6 +1,6 @@
 #include "NivexKit/Workers/MessageFields.hpp"
 
-#include "NivexKit/Foundation/Unicode.hpp"
+#include "NivexKit/Foundation/Text/Unicode.hpp"
 
 namespace nivex {
 namespace {

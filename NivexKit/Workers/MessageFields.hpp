@@ -1,6 +1,6 @@
 #pragma once
 
-#include "NivexKit/Foundation/Json.hpp"
+#include "NivexKit/Foundation/Text/Json.hpp"
 #include "NivexKit/Workers/MessageLines.hpp"
 
 #include <cstdint>

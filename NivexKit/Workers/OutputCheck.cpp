@@ -1,7 +1,7 @@
 #include "NivexKit/Workers/OutputCheck.hpp"
 
-#include "NivexKit/Foundation/FileDescriptor.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Files/FileDescriptor.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "NivexKit/Foundation/FileDescriptor.hpp"
+#include "NivexKit/Foundation/Files/FileDescriptor.hpp"
 
 #include <chrono>
 

@@ -1,6 +1,6 @@
 #include "NivexKit/Workers/WorkerChild.hpp"
 
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 #include "NivexKit/Workers/DescriptorPassing.hpp"
 
 #include <signal.h>

@@ -1,6 +1,7 @@
 #include "NivexKit/Workers/WorkerPool.hpp"
 
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
+#include "NivexKit/Texts/Language.hpp"
 #include "NivexKit/Workers/OutputCheck.hpp"
 
 #include <unistd.h>
@@ -130,7 +131,7 @@ WorkerRequest WorkerPool::requestFor(WorkerTask task, const WorkerCall& call) co
         .engine = call.engine,
         .work = call.request,
         .page = call.page,
-        .language = StringTable::language(),
+        .language = shownLanguage(),
         .limits = {.memoryBytes = settings_.memoryBytes,
                    .fileBytes = settings_.fileBytes,
                    .processorTime = wall * settings_.processors},

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "NivexKit/Contract/EngineAvailability.hpp"
-#include "NivexKit/Foundation/CancellationFlag.hpp"
+#include "NivexKit/Foundation/Running/CancellationFlag.hpp"
 #include "NivexKit/Workers/WorkerProtocol.hpp"
 #include "NivexKit/Workers/WorkerServer.hpp"
 

@@ -4,7 +4,7 @@
 #include "NivexKit/Contract/EngineRequest.hpp"
 #include "NivexKit/Formats/SourceProperties.hpp"
 #include "NivexKit/Foundation/ConversionError.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Texts/Language.hpp"
 #include "NivexKit/Workers/MessageLines.hpp"
 #include "NivexKit/Workers/SandboxPosture.hpp"
 

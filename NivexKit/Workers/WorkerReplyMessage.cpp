@@ -1,5 +1,5 @@
 #include "NivexKit/Foundation/EnumTable.hpp"
-#include "NivexKit/Foundation/Unicode.hpp"
+#include "NivexKit/Foundation/Text/Unicode.hpp"
 #include "NivexKit/Workers/MessageFields.hpp"
 #include "NivexKit/Workers/WorkerProtocol.hpp"
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "NivexKit/Foundation/CancellationFlag.hpp"
-#include "NivexKit/Foundation/FileDescriptor.hpp"
+#include "NivexKit/Foundation/Files/FileDescriptor.hpp"
+#include "NivexKit/Foundation/Running/CancellationFlag.hpp"
 #include "NivexKit/Workers/ProcessHandle.hpp"
 #include "NivexKit/Workers/WorkerChild.hpp"
 

@@ -4,7 +4,8 @@
 #include "NivexWorkers/Host/ReplyChannel.hpp"
 #include "NivexWorkers/Host/Sandbox.hpp"
 
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
+#include "NivexKit/Texts/Language.hpp"
 
 #include <unistd.h>
 
@@ -110,7 +111,7 @@ void runChild(int channel, pid_t server, const Handlers& handlers)
     ReplyChannel replies{channel};
     try {
         const WorkerRequest request = replies.receiveRequest();
-        StringTable::use(request.language);
+        showTextsIn(request.language);
         settleIn(request.work.workingDirectory);
         watchMemory(request.limits.memoryBytes);
         const SandboxPosture posture = enter(request, std::move(endsWithParent));

@@ -3,7 +3,7 @@
 #include "NivexWorkers/Host/Child.hpp"
 #include "NivexWorkers/Host/Sanitizers.hpp"
 
-#include "NivexKit/Foundation/FileDescriptor.hpp"
+#include "NivexKit/Foundation/Files/FileDescriptor.hpp"
 #include "NivexKit/Workers/DescriptorPassing.hpp"
 
 #include <dirent.h>

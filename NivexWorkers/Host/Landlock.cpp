@@ -1,7 +1,7 @@
 #include "NivexWorkers/Host/Landlock.hpp"
 
-#include "NivexKit/Foundation/FileDescriptor.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Files/FileDescriptor.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <fcntl.h>
 #include <linux/landlock.h>

@@ -2,15 +2,15 @@
 
 #include "NivexWorkers/Image/Budget/BudgetedWriting.hpp"
 #include "NivexWorkers/Image/Codecs/Codec.hpp"
-#include "NivexWorkers/Image/Codecs/JpegInPdf.hpp"
+#include "NivexWorkers/Image/Codecs/Pdf/JpegInPdf.hpp"
 #include "NivexWorkers/Image/Codecs/Progress.hpp"
-#include "NivexWorkers/Image/Codecs/VipsFiles.hpp"
+#include "NivexWorkers/Image/Codecs/Vips/VipsFiles.hpp"
 #include "NivexWorkers/Image/Metadata/MetadataLibrary.hpp"
 #include "NivexWorkers/Image/Pixels/Adaptation.hpp"
 
 #include "NivexKit/Contract/OutputBudget.hpp"
-#include "NivexKit/Foundation/OutputFile.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Files/OutputFile.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <algorithm>
 #include <cstdlib>

@@ -4,7 +4,7 @@
 #include "NivexWorkers/Image/Metadata/Metadata.hpp"
 
 #include "NivexKit/Engines/Image/PictureFormats.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 namespace nivex::image {
 namespace {

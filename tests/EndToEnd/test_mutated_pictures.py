@@ -36,7 +36,7 @@ SHORT_OF_MEMORY = "ce fichier demande plus de mémoire que NIVEX n'en accorde à
 
 def french_texts():
     """A pattern for each text that the program can show; what is filled in is a few plain words or a number."""
-    table = pathlib.Path(__file__).parents[2] / "NivexKit/Foundation/StringTableEnglish.cpp"
+    table = pathlib.Path(__file__).parents[2] / "NivexKit/Texts/EnglishTexts.cpp"
     texts = re.findall(r'^    \{"((?:[^"\\]|\\.)*)",', table.read_text(), re.MULTILINE)
     patterns = [re.escape(text.replace('\\"', '"')).replace(r"\{\}", r"[\w .,:«»’'()-]{1,60}") for text in texts]
     lead_ins = [pattern for text, pattern in zip(texts, patterns) if text.endswith(" : ")]

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "NivexWorkers/Image/Codecs/Bitmap.hpp"
+#include "NivexWorkers/Image/Codecs/Bitmaps/Bitmap.hpp"
 
 #include "NivexKit/Foundation/ConversionError.hpp"
 

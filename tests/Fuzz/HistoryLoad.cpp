@@ -1,4 +1,4 @@
-#include "NivexKit/Execution/HistoryFile.hpp"
+#include "NivexKit/Execution/History/HistoryFile.hpp"
 
 #include <cstddef>
 #include <cstdint>

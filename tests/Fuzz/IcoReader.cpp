@@ -1,4 +1,4 @@
-#include "NivexWorkers/Image/Codecs/Icons.hpp"
+#include "NivexWorkers/Image/Codecs/Icons/Icons.hpp"
 
 #include "tests/Fuzz/BitmapRows.hpp"
 

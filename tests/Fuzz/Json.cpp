@@ -1,4 +1,4 @@
-#include "NivexKit/Foundation/Json.hpp"
+#include "NivexKit/Foundation/Text/Json.hpp"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "NivexWorkers/Image/Codecs/JpegInPdf.hpp"
+#include "NivexWorkers/Image/Codecs/Pdf/JpegInPdf.hpp"
 #include "NivexWorkers/Image/Metadata/Containers.hpp"
 #include "NivexWorkers/Image/Metadata/ExifBlock.hpp"
 #include "NivexWorkers/Image/Metadata/MetadataLibrary.hpp"

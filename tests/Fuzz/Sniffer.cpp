@@ -1,5 +1,5 @@
 #include "NivexKit/Detection/Signatures/SignatureSniffer.hpp"
-#include "NivexKit/Foundation/Unicode.hpp"
+#include "NivexKit/Foundation/Text/Unicode.hpp"
 
 #include <cstddef>
 #include <cstdint>

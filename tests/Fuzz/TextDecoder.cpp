@@ -1,6 +1,6 @@
-#include "NivexKit/Foundation/TextDecoder.hpp"
+#include "NivexKit/Foundation/Text/TextDecoder.hpp"
 
-#include "NivexKit/Foundation/Unicode.hpp"
+#include "NivexKit/Foundation/Text/Unicode.hpp"
 
 #include <cstdint>
 #include <cstdlib>

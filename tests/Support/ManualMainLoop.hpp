@@ -1,6 +1,6 @@
 #pragma once
 
-#include "NivexKit/Foundation/MainLoop.hpp"
+#include "NivexKit/Foundation/Running/MainLoop.hpp"
 
 #include <chrono>
 #include <condition_variable>

@@ -4,7 +4,7 @@
 #include "NIVEX/CommandLine/Console.hpp"
 #include "NIVEX/Model/AppModel.hpp"
 
-#include "NivexKit/Foundation/RunLoop.hpp"
+#include "NivexKit/Foundation/Running/RunLoop.hpp"
 
 namespace nivex::commandline {
 

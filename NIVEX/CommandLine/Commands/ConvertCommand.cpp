@@ -2,8 +2,8 @@
 #include "NIVEX/CommandLine/FormatNames.hpp"
 
 #include "NivexKit/Foundation/ConversionError.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
-#include "NivexKit/Foundation/Unicode.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
+#include "NivexKit/Foundation/Text/Unicode.hpp"
 
 #include <algorithm>
 

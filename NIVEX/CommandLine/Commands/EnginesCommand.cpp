@@ -1,7 +1,7 @@
 #include "NIVEX/CommandLine/Commands/Commands.hpp"
 #include "NIVEX/CommandLine/JsonLines.hpp"
 
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 namespace nivex::commandline {
 

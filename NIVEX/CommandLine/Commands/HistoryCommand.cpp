@@ -1,8 +1,8 @@
 #include "NIVEX/CommandLine/Commands/Commands.hpp"
 
-#include "NivexKit/Execution/HistoryFile.hpp"
-#include "NivexKit/Foundation/ByteCount.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Execution/History/HistoryFile.hpp"
+#include "NivexKit/Foundation/Text/ByteCount.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <algorithm>
 #include <ctime>

@@ -3,8 +3,8 @@
 #include "NIVEX/CommandLine/FileList.hpp"
 #include "NIVEX/CommandLine/JsonLines.hpp"
 
-#include "NivexKit/Foundation/StringTable.hpp"
-#include "NivexKit/Foundation/Unicode.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
+#include "NivexKit/Foundation/Text/Unicode.hpp"
 
 #include <algorithm>
 

@@ -2,10 +2,10 @@
 #include "NIVEX/CommandLine/FormatNames.hpp"
 
 #include "NivexKit/Contract/OptionRanges.hpp"
-#include "NivexKit/Foundation/ByteSource.hpp"
-#include "NivexKit/Foundation/OutputFile.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
-#include "NivexKit/Foundation/Unicode.hpp"
+#include "NivexKit/Foundation/Bytes/ByteSource.hpp"
+#include "NivexKit/Foundation/Files/OutputFile.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
+#include "NivexKit/Foundation/Text/Unicode.hpp"
 #include "NivexKit/Recipes/ConversionRecipe.hpp"
 #include "NivexKit/Recipes/TargetCapabilities.hpp"
 

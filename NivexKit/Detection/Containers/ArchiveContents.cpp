@@ -1,7 +1,7 @@
 #include "NivexKit/Archive/Deflate.hpp"
 #include "NivexKit/Detection/Containers/ContainerInspectors.hpp"
 #include "NivexKit/Detection/Containers/InspectorSupport.hpp"
-#include "NivexKit/Foundation/ByteReader.hpp"
+#include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "NivexKit/Detection/Signatures/SniffResult.hpp"
-#include "NivexKit/Foundation/ByteSource.hpp"
+#include "NivexKit/Foundation/Bytes/ByteSource.hpp"
 
 #include <optional>
 #include <vector>

@@ -1,7 +1,7 @@
 #include "NivexKit/Detection/Containers/StructuralCheck.hpp"
 
-#include "NivexKit/Foundation/ByteReader.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Bytes/ByteReader.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <algorithm>
 #include <string_view>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "NivexKit/Formats/FormatID.hpp"
-#include "NivexKit/Foundation/ByteSource.hpp"
+#include "NivexKit/Foundation/Bytes/ByteSource.hpp"
 
 #include <cstdint>
 #include <filesystem>

@@ -1,9 +1,9 @@
 #include "NivexKit/Detection/Containers/ZipInspector.hpp"
 
 #include "NivexKit/Archive/ZipArchive.hpp"
-#include "NivexKit/Foundation/ByteReader.hpp"
+#include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 #include "NivexKit/Foundation/ConversionError.hpp"
-#include "NivexKit/Foundation/Unicode.hpp"
+#include "NivexKit/Foundation/Text/Unicode.hpp"
 
 #include <algorithm>
 #include <initializer_list>

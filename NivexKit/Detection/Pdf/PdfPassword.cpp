@@ -1,8 +1,8 @@
 #include "NivexKit/Detection/Pdf/PdfPassword.hpp"
 
 #include "NivexKit/Detection/Pdf/PdfSyntax.hpp"
-#include "NivexKit/Foundation/Cipher.hpp"
-#include "NivexKit/Foundation/Digest.hpp"
+#include "NivexKit/Foundation/Bytes/Cipher.hpp"
+#include "NivexKit/Foundation/Bytes/Digest.hpp"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,6 +1,6 @@
 #include "NivexKit/Detection/Signatures/BinaryShapes.hpp"
 
-#include "NivexKit/Foundation/ByteReader.hpp"
+#include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 #include "NivexKit/Detection/Signatures/TextHead.hpp"
 
-#include "NivexKit/Foundation/ByteReader.hpp"
-#include "NivexKit/Foundation/Unicode.hpp"
+#include "NivexKit/Foundation/Bytes/ByteReader.hpp"
+#include "NivexKit/Foundation/Text/Unicode.hpp"
 
 #include <array>
 #include <cstdint>

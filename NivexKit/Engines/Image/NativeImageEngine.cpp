@@ -3,7 +3,7 @@
 #include "NivexKit/Contract/LossAnalysis.hpp"
 #include "NivexKit/Contract/OutputBudget.hpp"
 #include "NivexKit/Engines/Image/PictureFormats.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,6 +1,6 @@
 #include "NivexKit/Engines/Optimization/OptimizationEngine.hpp"
 
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 namespace nivex {
 namespace {

@@ -1,7 +1,7 @@
 #include "NivexKit/Engines/Optimization/PictureShrinker.hpp"
 
 #include "NivexKit/Foundation/ConversionError.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <string>
 #include <utility>

@@ -2,11 +2,11 @@
 
 #include "NivexKit/Engines/Subtitle/Subtitles.hpp"
 #include "NivexKit/Formats/FormatRegistry.hpp"
-#include "NivexKit/Foundation/ByteSource.hpp"
-#include "NivexKit/Foundation/LargeBuffer.hpp"
-#include "NivexKit/Foundation/OutputFile.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
-#include "NivexKit/Foundation/TextDecoder.hpp"
+#include "NivexKit/Foundation/Bytes/ByteSource.hpp"
+#include "NivexKit/Foundation/Bytes/LargeBuffer.hpp"
+#include "NivexKit/Foundation/Files/OutputFile.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
+#include "NivexKit/Foundation/Text/TextDecoder.hpp"
 
 #include <algorithm>
 #include <optional>

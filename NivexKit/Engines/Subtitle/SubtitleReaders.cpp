@@ -1,6 +1,6 @@
 #include "NivexKit/Engines/Subtitle/SubtitleText.hpp"
 #include "NivexKit/Engines/Subtitle/Subtitles.hpp"
-#include "NivexKit/Foundation/Unicode.hpp"
+#include "NivexKit/Foundation/Text/Unicode.hpp"
 
 #include <algorithm>
 #include <tuple>

@@ -4,8 +4,8 @@
 #include "NivexWorkers/Image/Codecs/Progress.hpp"
 #include "NivexWorkers/Image/Pixels/Adaptation.hpp"
 
-#include "NivexKit/Foundation/ByteCount.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Text/ByteCount.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <algorithm>
 #include <cmath>

@@ -4,7 +4,7 @@
 
 #include "NivexKit/Contract/EngineRequest.hpp"
 #include "NivexKit/Formats/SourceProperties.hpp"
-#include "NivexKit/Foundation/ByteSource.hpp"
+#include "NivexKit/Foundation/Bytes/ByteSource.hpp"
 #include "NivexKit/Foundation/ConversionError.hpp"
 
 #include <filesystem>

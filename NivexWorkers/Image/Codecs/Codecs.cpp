@@ -1,6 +1,6 @@
 #include "NivexWorkers/Image/Codecs/Codec.hpp"
 
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <algorithm>
 #include <iterator>

@@ -1,7 +1,7 @@
 #include "NivexWorkers/Image/Codecs/PixelBuffer.hpp"
 
 #include "NivexKit/Foundation/ConversionError.hpp"
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <sys/mman.h>
 #include <unistd.h>

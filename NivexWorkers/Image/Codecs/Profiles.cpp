@@ -2,7 +2,7 @@
 
 #include "NivexWorkers/Image/Picture.hpp"
 
-#include "NivexKit/Foundation/ByteReader.hpp"
+#include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 
 namespace nivex::image {
 

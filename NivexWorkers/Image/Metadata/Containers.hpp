@@ -2,7 +2,7 @@
 
 #include "NivexWorkers/Image/Metadata/Metadata.hpp"
 
-#include "NivexKit/Foundation/ByteSource.hpp"
+#include "NivexKit/Foundation/Bytes/ByteSource.hpp"
 
 #include <filesystem>
 #include <span>

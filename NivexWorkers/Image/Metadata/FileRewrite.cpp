@@ -1,6 +1,6 @@
 #include "NivexWorkers/Image/Metadata/FileRewrite.hpp"
 
-#include "NivexKit/Foundation/StringTable.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <algorithm>
 #include <system_error>

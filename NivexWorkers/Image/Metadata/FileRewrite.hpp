@@ -1,8 +1,8 @@
 #pragma once
 
-#include "NivexKit/Foundation/ByteSource.hpp"
+#include "NivexKit/Foundation/Bytes/ByteSource.hpp"
 #include "NivexKit/Foundation/ConversionError.hpp"
-#include "NivexKit/Foundation/OutputFile.hpp"
+#include "NivexKit/Foundation/Files/OutputFile.hpp"
 
 #include <cstddef>
 #include <cstdint>

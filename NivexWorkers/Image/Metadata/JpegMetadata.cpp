@@ -6,7 +6,7 @@
 #include "NivexWorkers/Image/Structures/JpegSegments.hpp"
 #include "NivexWorkers/Image/Structures/PhotoshopResources.hpp"
 
-#include "NivexKit/Foundation/ByteReader.hpp"
+#include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 
 #include <algorithm>
 #include <map>

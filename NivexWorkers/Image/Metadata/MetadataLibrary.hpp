@@ -2,7 +2,7 @@
 
 #include "NivexWorkers/Image/Metadata/Metadata.hpp"
 
-#include "NivexKit/Foundation/ByteReader.hpp"
+#include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 
 #include <filesystem>
 #include <string>

@@ -6,7 +6,7 @@
 #include "NivexWorkers/Image/Structures/PngChunks.hpp"
 
 #include "NivexKit/Archive/Deflate.hpp"
-#include "NivexKit/Foundation/ByteReader.hpp"
+#include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 
 #include <algorithm>
 #include <charconv>

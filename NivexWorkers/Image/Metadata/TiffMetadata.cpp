@@ -5,7 +5,7 @@
 #include "NivexWorkers/Image/Metadata/MetadataLibrary.hpp"
 #include "NivexWorkers/Image/Structures/ByteWriter.hpp"
 
-#include "NivexKit/Foundation/ByteReader.hpp"
+#include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 
 #include <algorithm>
 #include <limits>

@@ -2,7 +2,7 @@
 
 #include "NivexWorkers/Image/Structures/ByteWriter.hpp"
 
-#include "NivexKit/Foundation/Digest.hpp"
+#include "NivexKit/Foundation/Bytes/Digest.hpp"
 
 #include <libxml/parser.h>
 #include <libxml/tree.h>

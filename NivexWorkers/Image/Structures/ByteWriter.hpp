@@ -1,6 +1,6 @@
 #pragma once
 
-#include "NivexKit/Foundation/ByteReader.hpp"
+#include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 
 #include <cstddef>
 #include <cstdint>

@@ -2,8 +2,8 @@
 
 #include "NivexWorkers/Image/Structures/ByteWriter.hpp"
 
-#include "NivexKit/Foundation/ByteReader.hpp"
-#include "NivexKit/Foundation/ByteSource.hpp"
+#include "NivexKit/Foundation/Bytes/ByteReader.hpp"
+#include "NivexKit/Foundation/Bytes/ByteSource.hpp"
 
 #include <cstdint>
 #include <optional>

@@ -1,6 +1,6 @@
 #include "NivexWorkers/Image/Structures/JpegSegments.hpp"
 
-#include "NivexKit/Foundation/ByteReader.hpp"
+#include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 
 #include <algorithm>
 #include <array>

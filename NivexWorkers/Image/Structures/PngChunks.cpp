@@ -3,7 +3,7 @@
 #include "NivexWorkers/Image/Structures/ByteWriter.hpp"
 
 #include "NivexKit/Archive/CRC32.hpp"
-#include "NivexKit/Foundation/ByteReader.hpp"
+#include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 
 #include <span>
 

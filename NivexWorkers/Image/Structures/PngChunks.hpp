@@ -1,6 +1,6 @@
 #pragma once
 
-#include "NivexKit/Foundation/ByteSource.hpp"
+#include "NivexKit/Foundation/Bytes/ByteSource.hpp"
 
 #include <cstddef>
 #include <cstdint>

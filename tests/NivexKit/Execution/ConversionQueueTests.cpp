@@ -1,5 +1,5 @@
 #include "NivexKit/Execution/ConversionQueue.hpp"
-#include "NivexKit/Foundation/WithTimeout.hpp"
+#include "NivexKit/Foundation/Running/WithTimeout.hpp"
 #include "tests/Support/ConversionScene.hpp"
 #include "tests/Support/ManualMainLoop.hpp"
 

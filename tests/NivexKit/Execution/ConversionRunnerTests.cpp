@@ -1,6 +1,6 @@
 #include "NivexKit/Execution/ConversionRunner.hpp"
 #include "NivexKit/Foundation/ConversionError.hpp"
-#include "NivexKit/Foundation/WithTimeout.hpp"
+#include "NivexKit/Foundation/Running/WithTimeout.hpp"
 #include "tests/Support/ConversionScene.hpp"
 
 #include <gtest/gtest.h>

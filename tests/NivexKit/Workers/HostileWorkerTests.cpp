@@ -1,4 +1,4 @@
-#include "NivexKit/Foundation/WithTimeout.hpp"
+#include "NivexKit/Foundation/Running/WithTimeout.hpp"
 #include "tests/NivexKit/Workers/WorkerTestSupport.hpp"
 
 #include <gtest/gtest.h>

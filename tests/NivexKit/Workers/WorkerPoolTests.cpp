@@ -1,3 +1,4 @@
+#include "NivexKit/Texts/Language.hpp"
 #include "tests/NivexKit/Workers/WorkerTestSupport.hpp"
 
 #include <gtest/gtest.h>
@@ -40,7 +41,7 @@ TEST(WorkerPool, IsAnsweredInTheLanguageInUse)
 {
     HostileHouse house;
     const auto refusal = [&](Language language) {
-        StringTable::use(language);
+        showTextsIn(language);
         try {
             house.pool.render(house.call("render"), {});
         } catch (const ConversionError& error) {

@@ -1,5 +1,5 @@
-#include "NivexWorkers/Image/Codecs/HeifColors.hpp"
-#include "NivexWorkers/Image/Codecs/HeifReferences.hpp"
+#include "NivexWorkers/Image/Codecs/Heif/HeifColors.hpp"
+#include "NivexWorkers/Image/Codecs/Heif/HeifReferences.hpp"
 #include "NivexWorkers/Image/Codecs/Profiles.hpp"
 #include "NivexWorkers/Image/Codecs/Texture.hpp"
 #include "NivexWorkers/Image/Structures/IsoBoxes.hpp"

@@ -1,0 +1,81 @@
+#include "NivexKit/Foundation/Bytes/ByteSource.hpp"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+namespace nivex {
+
+std::vector<std::byte> ByteSource::read(std::uint64_t offset, std::size_t count) const
+{
+    if (offset >= size())
+        return {};
+    std::vector<std::byte> bytes(static_cast<std::size_t>(std::min<std::uint64_t>(count, size() - offset)));
+    bytes.resize(read(offset, std::span{bytes}));
+    return bytes;
+}
+
+std::size_t MemorySource::read(std::uint64_t offset, std::span<std::byte> buffer) const
+{
+    if (offset >= bytes_.size() || buffer.empty())
+        return 0;
+    const auto available = bytes_.subspan(static_cast<std::size_t>(offset));
+    const std::size_t count = std::min(buffer.size(), available.size());
+    std::memcpy(buffer.data(), available.data(), count);
+    return count;
+}
+
+std::optional<FileSource> FileSource::open(const std::filesystem::path& file)
+{
+    // Without O_NONBLOCK, opening a named pipe waits for a writer that may never come.
+    const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (descriptor < 0)
+        return std::nullopt;
+    struct stat status {};
+    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
+        ::close(descriptor);
+        errno = EINVAL;
+        return std::nullopt;
+    }
+    return FileSource{descriptor, static_cast<std::uint64_t>(status.st_size)};
+}
+
+FileSource::FileSource(FileSource&& other) noexcept
+    : descriptor_{std::exchange(other.descriptor_, -1)}, size_{other.size_}
+{
+}
+
+FileSource& FileSource::operator=(FileSource&& other) noexcept
+{
+    std::swap(descriptor_, other.descriptor_);
+    std::swap(size_, other.size_);
+    return *this;
+}
+
+FileSource::~FileSource()
+{
+    if (descriptor_ >= 0)
+        ::close(descriptor_);
+}
+
+std::size_t FileSource::read(std::uint64_t offset, std::span<std::byte> buffer) const
+{
+    std::size_t filled = 0;
+    while (filled < buffer.size()) {
+        const ssize_t count =
+            ::pread(descriptor_, buffer.data() + filled, buffer.size() - filled, static_cast<off_t>(offset + filled));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            break;
+        filled += static_cast<std::size_t>(count);
+    }
+    return filled;
+}
+
+} // namespace nivex

@@ -1,0 +1,93 @@
+#include "NivexWorkers/Image/Codecs/Heif/HeifReferences.hpp"
+
+#include "NivexWorkers/Image/Structures/IsoBoxes.hpp"
+
+#include <algorithm>
+#include <cstdint>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace nivex::image {
+namespace {
+
+/// Which items are parts of which.
+class ItemGraph {
+public:
+    void add(std::uint32_t whole, std::uint32_t part)
+    {
+        parts_[whole].push_back(part);
+        ++wholes_[part];
+        wholes_.try_emplace(whole, 0);
+    }
+
+    /// Takes items away that are part of nothing that is left. In a circle none is the first.
+    bool isCircular() const
+    {
+        auto wholes = wholes_;
+        std::vector<std::uint32_t> free;
+        for (const auto& [item, count] : wholes)
+            if (count == 0)
+                free.push_back(item);
+        std::size_t taken = 0;
+        for (; !free.empty(); ++taken) {
+            const auto parts = parts_.find(free.back());
+            free.pop_back();
+            if (parts == parts_.end())
+                continue;
+            for (const std::uint32_t part : parts->second)
+                if (--wholes[part] == 0)
+                    free.push_back(part);
+        }
+        return taken < wholes.size();
+    }
+
+private:
+    std::unordered_map<std::uint32_t, std::vector<std::uint32_t>> parts_;
+    std::unordered_map<std::uint32_t, std::size_t> wholes_; // how many an item is part of
+};
+
+/// Enters what a box "iref" (ISO/IEC 14496-12, 8.11.12) says.
+void addReferences(std::span<const std::byte> box, ItemGraph& graph)
+{
+    ByteReader head{box, ByteOrder::big};
+    const bool hasWideIdentifiers = head.u8() != 0;
+    head.skip(3);
+    eachBox(head.bytes(head.left()), [&](std::string_view type, std::span<const std::byte> contents) {
+        const bool isDerived = type == "dimg";
+        if (!isDerived && type != "auxl")
+            return;
+        ByteReader reader{contents, ByteOrder::big};
+        const auto identifier = [&] { return hasWideIdentifiers ? reader.u32() : reader.u16(); };
+        const std::uint32_t from = identifier();
+        for (std::size_t left = reader.u16(); left > 0; --left) {
+            const std::uint32_t to = identifier();
+            if (reader.failed())
+                return;
+            if (isDerived)
+                graph.add(from, to);
+            else
+                graph.add(to, from);
+        }
+    });
+}
+
+} // namespace
+
+bool hasCircularItems(const ByteSource& file)
+{
+    constexpr std::uint64_t mostBytes = 4u << 20; // of references: a million tiles
+    constexpr std::uint64_t versionAndFlags = 4;
+    ItemGraph graph;
+    for (auto box = boxAt(file, 0); box; box = boxAt(file, box->end)) {
+        if (box->type != "meta")
+            continue;
+        for (auto inner = boxAt(file, box->contents + versionAndFlags); inner && inner->end <= box->end;
+             inner = boxAt(file, inner->end))
+            if (inner->type == "iref")
+                addReferences(file.read(inner->contents, std::min(inner->end - inner->contents, mostBytes)), graph);
+    }
+    return graph.isCircular();
+}
+
+} // namespace nivex::image
