@@ -14,7 +14,7 @@ void runOneJob(benchmark::State& state)
     const ConversionPlan plan = scene.plan({"srt", "vtt"});
     const std::filesystem::path input = scene.input();
     for (auto _ : state) {
-        const ConversionOutcome outcome = runner.run(plan, input, {}, SameFolderAsSource{}, {}, {});
+        const ConversionOutcome outcome = runner.run({.plan = plan, .input = input}, {}, {});
         std::filesystem::remove(outcome.outputs.front());
     }
 }

@@ -3,6 +3,7 @@
 #include "NivexKit/Contract/ConversionOptions.hpp"
 #include "NivexKit/Detection/DetectionResult.hpp"
 #include "NivexKit/Execution/ConversionOutcome.hpp"
+#include "NivexKit/Execution/OutputPlacement.hpp"
 #include "NivexKit/Foundation/Text/Uuid.hpp"
 #include "NivexKit/Planning/ConversionPlan.hpp"
 
@@ -44,7 +45,7 @@ struct ConversionJob {
     DetectionResult source; // its location is the file to convert
     ConversionPlan plan;
     ConversionOptions options;
-    OutputDestination destination;
+    OutputPlacement placement;
     State state;
     Time createdAt;
     std::optional<Time> startedAt;  // set when a run begins

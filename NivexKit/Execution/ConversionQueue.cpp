@@ -18,16 +18,17 @@ using Job = ConversionJob;
 /// The run of one job: what its thread needs, and what it has to tell the main thread.
 struct ConversionQueue::Task {
     Task(const Job& job, std::weak_ptr<const bool> queue)
-        : id{job.id}, plan{job.plan}, input{job.source.url}, options{job.options}, destination{job.destination},
+        : id{job.id}, work{.plan = job.plan,
+                           .input = job.source.url,
+                           .properties = job.source.properties,
+                           .options = job.options,
+                           .placement = job.placement},
           queueIsAlive{std::move(queue)}
     {
     }
 
     const Uuid id;
-    const ConversionPlan plan;
-    const std::filesystem::path input;
-    const ConversionOptions options;
-    const OutputDestination destination;
+    const ConversionTask work;
     const std::weak_ptr<const bool> queueIsAlive;
     std::stop_source cancellation;
 
@@ -70,7 +71,7 @@ ConversionQueue::~ConversionQueue()
 // Queuing and looking up
 
 Uuid ConversionQueue::enqueue(const std::vector<Request>& requests, const ConversionOptions& options,
-                              const OutputDestination& destination)
+                              const OutputPlacement& placement)
 {
     mainThread_.check();
     const Uuid batchID = newIdentifier_();
@@ -85,7 +86,7 @@ Uuid ConversionQueue::enqueue(const std::vector<Request>& requests, const Conver
                          .source = source,
                          .plan = plan,
                          .options = options,
-                         .destination = destination,
+                         .placement = placement,
                          .createdAt = now});
         index_.emplace(id, std::prev(jobs_.end()));
         waiting_.push_back(id);
@@ -194,8 +195,7 @@ void ConversionQueue::work(const std::shared_ptr<Task>& task)
     const auto onProgress = [this, &task](std::optional<double> fraction) { report(task, fraction); };
     Job::State state = Job::Cancelled{};
     try {
-        state = Job::Succeeded{
-            runner_.run(task->plan, task->input, task->options, task->destination, onProgress, cancellation)};
+        state = Job::Succeeded{runner_.run(task->work, onProgress, cancellation)};
     } catch (const ConversionError& error) {
         if (error.kind() != ConversionError::Kind::cancelled && !cancellation.stop_requested())
             state = Job::Failed{error.message()};

@@ -45,7 +45,7 @@ public:
 
     /// Queues a job for each request, in order, and returns the identifier of their batch.
     Uuid enqueue(const std::vector<Request>& requests, const ConversionOptions& options,
-                 const OutputDestination& destination);
+                 const OutputPlacement& placement);
 
     /// All jobs in the order queued.
     const std::list<ConversionJob>& jobs() const;

@@ -11,6 +11,7 @@
 #include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -211,6 +212,35 @@ Files moveAllIntoPlace(const Files& files, const fs::path& folder, NameNumbers& 
     return placed;
 }
 
+std::string baseNameFor(const ConversionTask& task)
+{
+    const fs::path named = task.placement.fileName ? fs::path{*task.placement.fileName} : task.input;
+    return OutputNaming::sanitizedBaseName(named.stem().native());
+}
+
+/// Gives a file in the workspace the name that it shall have in the end.
+fs::path renamed(const fs::path& file, const fs::path& name)
+{
+    const fs::path location = file.parent_path() / "named" / name.filename();
+    std::error_code failure;
+    fs::create_directory(location.parent_path(), failure);
+    fs::rename(file, location, failure);
+    if (failure)
+        throw destinationError(failure.value(), location.parent_path());
+    return location;
+}
+
+/// A volume may keep no dates: then the results are simply new.
+void copyDate(const fs::path& source, const Files& results)
+{
+    struct stat status {};
+    if (::stat(source.c_str(), &status) != 0)
+        return;
+    const timespec dates[] = {{.tv_sec = 0, .tv_nsec = UTIME_OMIT}, status.st_mtim};
+    for (const fs::path& result : results)
+        ::utimensat(AT_FDCWD, result.c_str(), dates, AT_SYMLINK_NOFOLLOW);
+}
+
 bool exceedsBudget(const Files& files, std::int64_t maximumBytes)
 {
     return std::any_of(files.begin(), files.end(),
@@ -240,22 +270,20 @@ ConversionRunner::ConversionRunner(const EngineList& engines, const FormatRegist
         engines_[engine->id()] = engine;
 }
 
-ConversionOutcome ConversionRunner::run(const ConversionPlan& plan, const fs::path& input,
-                                        const ConversionOptions& options, const OutputDestination& destination,
-                                        const ProgressCallback& progress, const std::stop_token& cancellation) const
+ConversionOutcome ConversionRunner::run(const ConversionTask& task, const ProgressCallback& progress,
+                                        const std::stop_token& cancellation) const
 {
+    const auto& [plan, input, properties, options, placement] = task;
     checkTargetSize(plan, options);
-    const fs::path folder = writableFolder(input, destination);
+    const fs::path folder = writableFolder(input, placement.destination);
     checkSource(input);
     leftovers_->visit(folder);
     const RunEnd end{std::make_shared<TemporaryWorkspace>(TemporaryWorkspace::create(fs::absolute(folder))),
                      std::make_shared<ProgressGate>(progress)};
 
     // Engines may work in another process, with another current folder.
-    const EngineRequest common{.input = fs::absolute(input),
-                               .options = options,
-                               .baseName = OutputNaming::sanitizedBaseName(input.stem().native()),
-                               .limits = limits_};
+    const EngineRequest common{
+        .input = fs::absolute(input), .options = options, .baseName = baseNameFor(task), .limits = limits_};
     const StepRun steps{engines_, *registry_, common, end.workspace, end.progress, cancellation};
     Files files = steps.run(plan.steps);
     if (const auto maximum = options.maxFileBytes) {
@@ -266,6 +294,11 @@ ConversionOutcome ConversionRunner::run(const ConversionPlan& plan, const fs::pa
     checkCancellation(cancellation);
     checkFolder(folder); // gone or closed meanwhile: the reason to give for outputs that went with it
     verifyOutputs(files, end.workspace->root(), input);
+
+    if (placement.fileName && files.size() == 1)
+        files.front() = renamed(files.front(), *placement.fileName);
+    if (placement.keepsDate)
+        copyDate(input, files);
 
     ConversionOutcome outcome{.outputs = moveAllIntoPlace(files, folder, *numbers_)};
     for (const fs::path& output : outcome.outputs)

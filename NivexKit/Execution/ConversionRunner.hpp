@@ -2,13 +2,12 @@
 
 #include "NivexKit/Contract/BudgetShrinker.hpp"
 #include "NivexKit/Contract/ConversionEngine.hpp"
-#include "NivexKit/Contract/ConversionOptions.hpp"
 #include "NivexKit/Execution/ConversionOutcome.hpp"
+#include "NivexKit/Execution/ConversionTask.hpp"
 #include "NivexKit/Execution/Placing/LeftoverSweep.hpp"
 #include "NivexKit/Execution/Placing/NameNumbers.hpp"
 #include "NivexKit/Formats/FormatRegistry.hpp"
 #include "NivexKit/Foundation/ResourceLimits.hpp"
-#include "NivexKit/Planning/ConversionPlan.hpp"
 
 #include <cstdint>
 #include <filesystem>
@@ -30,15 +29,14 @@ public:
 
     const ResourceLimits& limits() const { return limits_; }
 
-    /// Converts `input`, blocking, and returns what stands in the destination now. The input is only read. After any
-    /// other end than success the destination is as it was before.
+    /// Converts the task's input, blocking, and returns what stands in the destination now. The input is only read.
+    /// After any other end than success the destination is as it was before.
     ///
     /// progress      called on any thread, one call at a time and none after the return
     /// cancellation  ends the run with ConversionError::cancelled, at once even when an engine does not notice
     /// errors        ConversionError; what else an engine throws is passed on
-    ConversionOutcome run(const ConversionPlan& plan, const std::filesystem::path& input,
-                          const ConversionOptions& options, const OutputDestination& destination,
-                          const ProgressCallback& progress, const std::stop_token& cancellation) const;
+    ConversionOutcome run(const ConversionTask& task, const ProgressCallback& progress,
+                          const std::stop_token& cancellation) const;
 
     /// The bytes of a file, or of the files in a folder; what cannot be measured counts as nothing.
     static std::int64_t size(const std::filesystem::path& of);

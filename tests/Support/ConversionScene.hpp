@@ -54,7 +54,7 @@ struct ConversionScene {
                           const ConversionOptions& options = {}, const ProgressCallback& progress = {},
                           std::shared_ptr<const BudgetShrinker> shrinker = {}) const
     {
-        return runner(std::move(shrinker)).run(plan, input, options, SameFolderAsSource{}, progress, {});
+        return runner(std::move(shrinker)).run({.plan = plan, .input = input, .options = options}, progress, {});
     }
 
     /// The error of a run; one that no test expects when there is none.
@@ -63,7 +63,8 @@ struct ConversionScene {
                             const ProgressCallback& progress = {}, const std::stop_token& cancellation = {}) const
     {
         try {
-            runner().run(plan, input, options, destination, progress, cancellation);
+            runner().run({.plan = plan, .input = input, .options = options, .placement = destination}, progress,
+                         cancellation);
         } catch (const ConversionError& error) {
             return error;
         }

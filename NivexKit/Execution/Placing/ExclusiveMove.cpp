@@ -94,7 +94,7 @@ ErrorNumber writeAll(const FileDescriptor& to, const std::byte* bytes, std::size
     return 0;
 }
 
-/// Copies contents and permissions and waits until the disk has them.
+/// Copies contents, permissions and date and waits until the disk has them.
 ErrorNumber copyContents(const fs::path& file, const FileDescriptor& to)
 {
     const FileDescriptor from{::open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC)};
@@ -115,6 +115,8 @@ ErrorNumber copyContents(const fs::path& file, const FileDescriptor& to)
     }
     if (::fchmod(to.get(), status.st_mode & 07777) != 0 && errno != EPERM && errno != EOPNOTSUPP)
         return errno; // a volume without permissions refuses them, which harms nobody
+    const timespec dates[] = {{.tv_sec = 0, .tv_nsec = UTIME_OMIT}, status.st_mtim};
+    ::futimens(to.get(), dates); // the same holds for dates
     return ::fsync(to.get()) == 0 ? 0 : errno;
 }
 

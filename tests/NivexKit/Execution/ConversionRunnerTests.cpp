@@ -42,6 +42,22 @@ TEST(ConversionRunner, PutsTheResultInPlaceAndLeavesNothingElse)
     EXPECT_EQ(fs::status(outcome.outputs.front()).permissions(), fs::status(input).permissions());
 }
 
+TEST(ConversionRunner, GivesTheResultTheNameAndTheDateThatAreWanted)
+{
+    ConversionScene scene;
+    const fs::path input = scene.input();
+    fs::last_write_time(input, fs::last_write_time(input) - std::chrono::hours{1000});
+    scene.folder.write("Plage.webvtt", "somebody's");
+    ConversionTask task{.plan = scene.plan({"srt", "vtt"}), .input = input};
+    task.placement.fileName = "Plage.webvtt";
+    task.placement.keepsDate = true;
+    const Files outputs = scene.runner().run(task, {}, {}).outputs;
+    EXPECT_EQ(outputs, Files{scene.folder / "Plage 2.webvtt"});
+    EXPECT_EQ(fs::last_write_time(outputs.front()), fs::last_write_time(input));
+    task.placement = SameFolderAsSource{};
+    EXPECT_GT(fs::last_write_time(scene.runner().run(task, {}, {}).outputs.front()), fs::last_write_time(input));
+}
+
 TEST(ConversionRunner, HandsEachStepWhatThePreviousOneMade)
 {
     ConversionScene scene;
