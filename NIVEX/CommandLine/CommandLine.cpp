@@ -17,15 +17,12 @@ struct Dispatcher {
 
     ExitStatus operator()(const Printout& printout) const
     {
-        std::string_view text = printout.text;
-        while (text.ends_with('\n'))
-            text.remove_suffix(1);
-        session.console.result(text);
+        session.console.page(printout.text);
         return ExitStatus::done;
     }
     ExitStatus operator()(const UsageError& error) const
     {
-        session.console.note("nivex : " + error.message);
+        session.console.error(error.message);
         return ExitStatus::wrongUsage;
     }
     ExitStatus operator()(const IdentifyArguments& arguments) const { return identify(session, arguments); }
@@ -71,12 +68,12 @@ int runCommandLine(const std::vector<std::string>& arguments)
     try {
         status = std::visit(Dispatcher{session}, invocation);
     } catch (const RecipeError& error) {
-        console.note("nivex : " + error.message());
+        console.error(error.message());
     } catch (const std::exception& error) {
-        console.note("nivex : " + filled("erreur interne : {}"_fr, {error.what()}));
+        console.error(filled("erreur interne : {}"_fr, {error.what()}));
     }
     if (console.resultsLost() && status == ExitStatus::done) {
-        console.note("nivex : " + "les résultats n'ont pas pu être écrits"_fr.localized());
+        console.error("les résultats n'ont pas pu être écrits"_fr);
         status = ExitStatus::someFailed;
     }
     return static_cast<int>(status);

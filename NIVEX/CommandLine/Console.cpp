@@ -1,12 +1,47 @@
 #include "NIVEX/CommandLine/Console.hpp"
 
+#include "NivexKit/Foundation/EnumTable.hpp"
+#include "NivexKit/Foundation/Text/TerminalText.hpp"
+
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
 
 namespace nivex::commandline {
 namespace {
+
+struct MeaningRow {
+    Meaning value;
+    std::string_view colour; // the parameters of "select graphic rendition"
+};
+constexpr MeaningRow meanings[] = {
+    {Meaning::plain, ""},     {Meaning::name, "1"},     {Meaning::success, "32"},
+    {Meaning::warning, "33"}, {Meaning::failure, "31"}, {Meaning::aside, "2"},
+};
+static_assert(inCaseOrder(meanings, Meaning::aside));
+
+constexpr std::string_view emptyFoot = "\r\033[K";
+
+bool wantsColours(int descriptor)
+{
+    const char* refused = std::getenv("NO_COLOR");
+    const char* terminal = std::getenv("TERM");
+    return ::isatty(descriptor) == 1 && !(refused && *refused) && terminal && std::string_view{terminal} != "dumb";
+}
+
+std::string rendered(const Line& line, bool showsColours)
+{
+    std::string text;
+    for (const Line::Part& part : line.parts()) {
+        const std::string_view colour = showsColours ? rowOf(meanings, part.meaning).colour : std::string_view{};
+        const std::string shown = terminalText(part.text);
+        if (colour.empty())
+            text.append(shown);
+        else
+            text.append("\033[").append(colour).append("m").append(shown).append("\033[0m");
+    }
+    return text;
+}
 
 bool write(std::FILE* stream, std::string_view text)
 {
@@ -15,32 +50,56 @@ bool write(std::FILE* stream, std::string_view text)
 
 } // namespace
 
+bool Console::Stream::write(const Line& line, std::string_view end) const
+{
+    return commandline::write(file, rendered(line, showsColours).append(end));
+}
+
 Console::Console(bool quiet)
-    : showsProgress_{!quiet && ::isatty(STDERR_FILENO) == 1}, usesColours_{::isatty(STDOUT_FILENO) == 1 &&
-                                                                           !std::getenv("NO_COLOR")}
+    : results_{stdout, wantsColours(STDOUT_FILENO)}, notes_{stderr, wantsColours(STDERR_FILENO)},
+      showsProgress_{!quiet && ::isatty(STDERR_FILENO) == 1}
 {
 }
 
-void Console::result(std::string_view line)
+void Console::printResult(const Line& line)
 {
-    clearProgress();
-    if (!write(stdout, line) || !write(stdout, "\n") || std::fflush(stdout) != 0)
+    if (!results_.write(line, "\n") || std::fflush(results_.file) != 0)
         resultsLost_ = true;
 }
 
-void Console::note(std::string_view line)
+void Console::result(const Line& line)
 {
     clearProgress();
-    write(stderr, line);
-    write(stderr, "\n");
+    printResult(line);
 }
 
-void Console::progress(std::string_view line)
+void Console::jsonResult(const JsonValue& object) { jsonResult(writeJson(object)); }
+
+void Console::jsonResult(std::string json) { result(terminalJson(std::move(json))); }
+
+void Console::page(std::string_view text)
+{
+    while (text.ends_with('\n'))
+        text.remove_suffix(1);
+    for (std::size_t end; (end = text.find('\n')) != std::string_view::npos; text.remove_prefix(end + 1))
+        result(text.substr(0, end));
+    result(text);
+}
+
+void Console::note(const Line& line)
+{
+    clearProgress();
+    notes_.write(line, "\n");
+}
+
+void Console::error(const std::string& message) { note(failed("nivex") + " : " + message); }
+
+void Console::progress(const Line& line)
 {
     if (!showsProgress_)
         return;
-    write(stderr, "\r\033[K");
-    write(stderr, line);
+    write(notes_.file, emptyFoot);
+    notes_.write(line, "");
     progressShown_ = true;
 }
 
@@ -48,13 +107,8 @@ void Console::clearProgress()
 {
     if (!progressShown_)
         return;
-    write(stderr, "\r\033[K");
+    write(notes_.file, emptyFoot);
     progressShown_ = false;
-}
-
-std::string Console::emphasized(std::string_view text) const
-{
-    return usesColours_ ? "\033[1m" + std::string{text} + "\033[0m" : std::string{text};
 }
 
 } // namespace nivex::commandline

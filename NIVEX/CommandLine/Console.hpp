@@ -1,38 +1,56 @@
 #pragma once
 
+#include "NIVEX/CommandLine/Line.hpp"
+
 #include "NivexKit/Foundation/Text/Json.hpp"
 
+#include <cstdio>
 #include <string>
 #include <string_view>
 
 namespace nivex::commandline {
 
 /// Where a command's words go: results on standard output, each flushed as it is known; everything else on standard
-/// error. One thread.
+/// error. Every word that a command has for a person takes this way, and nothing passes here that steers a terminal:
+/// names and messages of others are shown, never obeyed. One thread.
 class Console {
 public:
     explicit Console(bool quiet = false);
 
     /// A line of the result.
-    void result(std::string_view line);
-    void jsonResult(const JsonValue& object) { result(writeJson(object)); }
+    void result(const Line& line);
+    /// The same for a reader that is a program: the strings arrive exactly as they are.
+    void jsonResult(const JsonValue& object);
+    void jsonResult(std::string json);
+    /// A text of several lines, such as the help.
+    void page(std::string_view text);
 
     /// A line for the person watching. A progress bar on the terminal is taken away first.
-    void note(std::string_view line);
+    void note(const Line& line);
+    /// The one line that says why a call was not understood or could not go on.
+    void error(const std::string& message);
 
     /// What stands at the foot of the terminal while work goes on; nothing unless standard error is a terminal.
-    void progress(std::string_view line);
+    void progress(const Line& line);
     void clearProgress();
-
-    /// "film.srt : …" in bold on a terminal that allows colours.
-    std::string emphasized(std::string_view text) const;
 
     /// True once standard output could not be written: a closed pipe, a full disk.
     bool resultsLost() const { return resultsLost_; }
 
 private:
+    /// One of the two streams.
+    struct Stream {
+        std::FILE* file;
+        bool showsColours;
+
+        bool write(const Line& line, std::string_view end) const;
+    };
+
+    void printResult(const Line& line);
+
+    Stream results_;
+    Stream notes_;
     bool showsProgress_;
-    bool usesColours_;
     bool progressShown_ = false;
     bool resultsLost_ = false;
 };

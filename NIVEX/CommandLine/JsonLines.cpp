@@ -3,6 +3,7 @@
 #include "NivexKit/Foundation/Bytes/Base64.hpp"
 #include "NivexKit/Foundation/Text/Unicode.hpp"
 
+#include <algorithm>
 #include <cmath>
 
 namespace nivex::commandline {
@@ -28,12 +29,19 @@ JsonArray issues(const DetectionResult& detection)
     return list;
 }
 
-/// A path as given; where its bytes are not UTF-8 they stand beside it in base64.
-void setPath(JsonObject& object, const std::filesystem::path& path)
+/// The same for several paths: beside those whose bytes are UTF-8 stands null.
+void setPaths(JsonObject& object, std::string_view name, std::string_view nameOfBytes,
+              std::span<const std::filesystem::path> paths)
 {
-    object.set("path", shownPath(path));
-    if (!isValidUtf8(path.native()))
-        object.set("pathBytes", base64(path.native()));
+    JsonArray shown;
+    JsonArray bytes;
+    for (const std::filesystem::path& path : paths) {
+        shown.emplace_back(shownPath(path));
+        bytes.emplace_back(isValidUtf8(path.native()) ? JsonValue{} : JsonValue{base64(path.native())});
+    }
+    object.set(name, std::move(shown));
+    if (!std::ranges::all_of(bytes, &JsonValue::isNull))
+        object.set(nameOfBytes, std::move(bytes));
 }
 
 JsonArray optionNames(const ConversionOptionKinds& options)
@@ -63,10 +71,17 @@ JsonObject planObject(const ConversionPlan& plan)
 
 } // namespace
 
+void setPath(JsonObject& object, std::string_view name, const std::filesystem::path& path)
+{
+    object.set(name, shownPath(path));
+    if (!isValidUtf8(path.native()))
+        object.set(std::string{name} + "Bytes", base64(path.native()));
+}
+
 JsonObject identifyLine(const DetectionResult& detection)
 {
     JsonObject line;
-    setPath(line, detection.url);
+    setPath(line, "path", detection.url);
     line.set("format", idOrNull(detection.format));
     line.set("formatName", detection.format ? JsonValue{detection.format->longName} : JsonValue{});
     line.set("family", detection.format ? JsonValue{storedName(detection.format->family)} : JsonValue{});
@@ -83,7 +98,7 @@ JsonObject identifyLine(const DetectionResult& detection)
 JsonObject plansLine(const DetectionResult& detection, std::span<const ConversionPlan> plans)
 {
     JsonObject line;
-    setPath(line, detection.url);
+    setPath(line, "path", detection.url);
     line.set("source", idOrNull(detection.format));
     JsonArray list;
     for (const ConversionPlan& plan : plans)
@@ -132,18 +147,17 @@ JsonObject engineLine(const ConversionEngine& engine)
 
 JsonObject finishedLine(const FinishedFile& file)
 {
-    JsonArray outputs;
-    for (const std::filesystem::path& output : file.outputs)
-        outputs.emplace_back(shownPath(output));
-    return {{"source", shownPath(file.source)},
-            {"sourceFormat", file.sourceFormat ? JsonValue{file.sourceFormat->rawValue} : JsonValue{}},
-            {"target", file.target.rawValue},
-            {"state", file.state},
-            {"outputs", std::move(outputs)},
-            {"totalBytes", file.totalBytes},
-            {"message", file.message},
-            {"warnings", texts(file.warnings)},
-            {"seconds", std::round(file.seconds * 1000) / 1000}};
+    JsonObject line;
+    setPath(line, "source", file.source);
+    line.set("sourceFormat", file.sourceFormat ? JsonValue{file.sourceFormat->rawValue} : JsonValue{});
+    line.set("target", file.target.rawValue);
+    line.set("state", file.state);
+    setPaths(line, "outputs", "outputBytes", file.outputs);
+    line.set("totalBytes", file.totalBytes);
+    line.set("message", file.message);
+    line.set("warnings", texts(file.warnings));
+    line.set("seconds", std::round(file.seconds * 1000) / 1000);
+    return line;
 }
 
 } // namespace nivex::commandline

@@ -14,6 +14,9 @@ namespace nivex::commandline {
 
 // The objects that --json prints. Their member names are a contract: members may be added, none renamed.
 
+/// Sets a path as a text; where its bytes are not UTF-8 they stand beside it in base64, under the name with "Bytes".
+void setPath(JsonObject& object, std::string_view name, const std::filesystem::path& path);
+
 JsonObject identifyLine(const DetectionResult& detection);
 JsonObject plansLine(const DetectionResult& detection, std::span<const ConversionPlan> plans);
 JsonObject formatLine(const FileFormat& format, bool readable, bool writable);

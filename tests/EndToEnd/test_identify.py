@@ -78,6 +78,63 @@ class Identify(NivexCase):
         self.assertEqual([line["path"] for line in lines], ["a/2.srt", "a/b/1.srt"])
 
 
+class HostileNames(NivexCase):
+    """Names that would paint the terminal, write lines of their own or read backwards."""
+
+    NAME = "a\x1b[31m\n\x9b2J\u2028\u202egpj\u2066"
+
+    def shown(self, result):
+        """What a person reads of a call, which must steer nothing."""
+        told = (result.stdout + result.stderr).decode()
+        self.assertNotRegex(told, "[\x00-\x09\x0b-\x1f\x7f-\x9f\u061c\u200e\u200f\u2028-\u202e\u2066-\u206f]")
+        return told
+
+    def test_they_are_shown_and_never_obeyed(self):
+        source, damaged = self.NAME + ".srt", "b" + self.NAME + ".pdf\x1b[1m"
+        self.write(source, subrip(1))
+        self.write(damaged, "%PDF-1.4")
+        self.write("raccourci\x1b.json", "{}")
+        calls = [
+            (["identify", source], 0), (["identify", damaged], 0), (["plans", source], 0), (["plans", damaged], None),
+            (["convert", source, damaged, "--to", "vtt", "--dry-run"], 1),
+            (["convert", source, damaged, "--to", "vtt"], 1), (["history"], 0),
+            (["convert", source, "--to", self.NAME], 2), (["convert", source, "--" + self.NAME], 2),
+            (["convert", source, "--to", "vtt", "--quality", self.NAME], 2),
+            (["formats", self.NAME], 2), ([self.NAME], 2), (["identify", "--files-from", self.NAME], 1),
+            (["recipe", "check", "raccourci\x1b.json"], 1), (["recipe", "check", self.NAME], 1),
+            (["recipe", "new", self.NAME + ".json", "--to", "vtt", "--name", self.NAME], 1),
+            (["recipe", "new", self.NAME + ".json", "--to", "vtt", "--name", "sain"], 0),
+        ]
+        for arguments, status in calls:
+            with self.subTest(arguments):
+                self.assertNotEqual(self.shown(self.run_nivex(*arguments, expect=status)), "")
+
+    def test_programs_get_them_exactly(self):
+        source = self.NAME + ".srt"
+        self.write(source, subrip(1))
+        for arguments in (["identify", source], ["plans", source], ["convert", source, "--to", "vtt"], ["history"]):
+            with self.subTest(arguments):
+                result = self.run_nivex(*arguments, "--json")
+                line = json.loads(self.shown(result))
+                self.assertIn(source, [line.get("path"), line.get("source"), line.get("sourceName")])
+
+    def test_bytes_that_are_no_text_stand_beside(self):
+        name = b"\xff\xfe/film.srt"
+        self.write(os.fsdecode(name), subrip(1))
+
+        def bytes_of(arguments, member):
+            return self.json_lines(*arguments)[0][member]
+
+        name_as_given = os.fsdecode(name)
+        self.assertEqual(base64.b64decode(bytes_of(["plans", name_as_given], "pathBytes")), name)
+        convert = ["convert", name_as_given, "--to", "vtt"]
+        self.assertEqual(base64.b64decode(bytes_of(convert + ["--dry-run"], "pathBytes")), name)
+        done, = self.json_lines(*convert)
+        self.assertEqual(base64.b64decode(done["sourceBytes"]), name)
+        output, = [base64.b64decode(each) for each in done["outputBytes"]]
+        self.assertTrue((self.folder / os.fsdecode(output)).is_file())
+
+
 class WrongUsage(NivexCase):
     def test_one_french_line_and_status_two(self):
         self.write("film.srt", subrip(1))

@@ -16,7 +16,7 @@ ExitStatus convert(Session& session, const ConvertArguments& arguments)
     const FormatRegistry& registry = session.model.registry();
     const FileFormat* target = formatNamed(registry, arguments.target);
     if (!target) {
-        session.console.note("nivex : " + unknownFormat(registry, arguments.target));
+        session.console.error(unknownFormat(registry, arguments.target));
         return ExitStatus::wrongUsage;
     }
     return runBatch(session, {.run = arguments.run,

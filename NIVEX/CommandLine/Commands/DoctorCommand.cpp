@@ -1,4 +1,5 @@
 #include "NIVEX/CommandLine/Commands/Commands.hpp"
+#include "NIVEX/CommandLine/JsonLines.hpp"
 
 #include "NivexKit/Foundation/Text/StringTable.hpp"
 #include "NivexKit/Foundation/Text/Unicode.hpp"
@@ -62,7 +63,7 @@ JsonObject toJson(Session& session, const Report& report)
     }
     JsonObject folders;
     for (const auto& [name, folder] : report.folders)
-        folders.set(name, shownPath(folder));
+        setPath(folders, name, folder);
     return {{"engines", std::move(engines)},
             {"workers", std::move(workers)},
             {"sandbox", toJson(report.sandbox)},
@@ -72,7 +73,7 @@ JsonObject toJson(Session& session, const Report& report)
 void show(Session& session, const Report& report)
 {
     Console& console = session.console;
-    const auto heading = [&](Text text) { console.result(console.emphasized(text.localized())); };
+    const auto heading = [&](Text text) { console.result(emphasized(text)); };
     heading("Moteurs"_fr);
     for (const auto& engine : session.model.engines())
         console.result("  " + engine->displayName() + " : " +

@@ -12,7 +12,7 @@ ExitStatus engines(Session& session, const EnginesArguments& arguments)
             session.console.jsonResult(engineLine(*engine));
             continue;
         }
-        session.console.result(session.console.emphasized(engine->id().rawValue) + " : " + engine->displayName());
+        session.console.result(emphasized(engine->id().rawValue) + " : " + engine->displayName());
         const EngineAvailability availability = engine->availability();
         session.console.result("    " +
                                availability.reason().value_or(filled("{} conversions directes"_fr,

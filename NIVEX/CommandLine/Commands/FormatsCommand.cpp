@@ -42,7 +42,7 @@ ExitStatus formats(Session& session, const FormatsArguments& arguments)
             continue;
         }
         if (family != format.family)
-            session.console.result(session.console.emphasized(displayName(format.family)));
+            session.console.result(emphasized(displayName(format.family)));
         family = format.family;
         session.console.result("  " + format.id.rawValue + " : " + describe(format, readable, writable));
     }

@@ -54,9 +54,9 @@ ExitStatus history(Session& session, const HistoryListArguments& arguments)
     for (const HistoryEntry& entry :
          entries.first(std::min(entries.size(), arguments.limit.value_or(entries.size())))) {
         if (arguments.json)
-            session.console.result(storedText(entry));
+            session.console.jsonResult(storedText(entry));
         else
-            session.console.result(shownDate(entry.date) + "  " + session.console.emphasized(entry.sourceName) + " → " +
+            session.console.result(shownDate(entry.date) + "  " + emphasized(entry.sourceName) + " → " +
                                    entry.targetFormat.rawValue + " : " + outcome(entry));
     }
     return ExitStatus::done;
@@ -74,7 +74,7 @@ ExitStatus historyRetention(Session& session, const HistoryRetentionArguments& a
         const std::error_code failure = session.model.preferencesFile().update(
             [&](Preferences& preferences) { preferences.retention = *arguments.retention; });
         if (failure) {
-            session.console.note("nivex : " + "les préférences n'ont pas pu être enregistrées"_fr.localized());
+            session.console.error("les préférences n'ont pas pu être enregistrées"_fr);
             return ExitStatus::someFailed;
         }
         session.model.history().setRetention(*arguments.retention);

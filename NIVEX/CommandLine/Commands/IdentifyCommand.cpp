@@ -17,7 +17,7 @@ constexpr std::size_t filesAtOnce = 256;
 
 void show(Console& console, const DetectionResult& detection)
 {
-    console.result(console.emphasized(shownPath(detection.url)) + " : " + describe(detection));
+    console.result(emphasized(shownPath(detection.url)) + " : " + describe(detection));
     for (const DetectionIssue& issue : detection.issues)
         console.result("    " + issue.message());
 }

@@ -13,13 +13,13 @@ namespace {
 
 void show(Console& console, const DetectionResult& detection, const std::vector<ConversionPlan>& plans)
 {
-    console.result(console.emphasized(shownPath(detection.url)) + " : " + describe(detection));
+    console.result(emphasized(shownPath(detection.url)) + " : " + describe(detection));
     for (const DetectionIssue& issue : detection.issues)
         console.result("    " + issue.message());
     if (plans.empty() && detection.isUsable())
         console.result("    " + "Aucun format de sortie n'est disponible sur cette machine."_fr.localized());
     for (const ConversionPlan& plan : plans) {
-        console.result("  " + console.emphasized(plan.target.id.rawValue) + " : " + describeRoute(plan));
+        console.result("  " + emphasized(plan.target.id.rawValue) + " : " + describeRoute(plan));
         for (const std::string& warning : plan.warnings())
             console.result("      " + warning);
     }

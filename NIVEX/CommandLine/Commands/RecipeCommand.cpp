@@ -1,5 +1,6 @@
 #include "NIVEX/CommandLine/Batch.hpp"
 #include "NIVEX/CommandLine/FormatNames.hpp"
+#include "NIVEX/CommandLine/JsonLines.hpp"
 
 #include "NivexKit/Contract/OptionRanges.hpp"
 #include "NivexKit/Foundation/Bytes/ByteSource.hpp"
@@ -97,11 +98,20 @@ struct ShownValue {
 
 void show(Console& console, const ConversionRecipe& recipe)
 {
-    console.result(console.emphasized(recipe.name));
+    console.result(emphasized(recipe.name));
     for (const RecipeStep& step : recipe.steps) {
         const std::string value = std::visit(ShownValue{}, step);
         console.result("  " + title(blockKind(step)) + (value.empty() ? "" : " : " + value));
     }
+}
+
+JsonObject keptRecipeLine(const RecipeLibrary::Kept& kept)
+{
+    JsonObject line{{"id", kept.recipe.id.text()},
+                    {"name", kept.recipe.name},
+                    {"target", kept.recipe.target().value_or(FormatID{}).rawValue}};
+    setPath(line, "file", kept.file);
+    return line;
 }
 
 } // namespace
@@ -129,7 +139,7 @@ ExitStatus newRecipe(Session& session, const RecipeNewArguments& arguments)
     if (!arguments.target.empty()) {
         const FileFormat* target = formatNamed(session.model.registry(), arguments.target);
         if (!target) {
-            session.console.note("nivex : " + unknownFormat(session.model.registry(), arguments.target));
+            session.console.error(unknownFormat(session.model.registry(), arguments.target));
             return ExitStatus::wrongUsage;
         }
         steps.push_back(step::Convert{target->id});
@@ -158,7 +168,7 @@ ExitStatus recipeFile(Session& session, const RecipeFileArguments& arguments)
     if (arguments.action == RecipeFileArguments::Action::check)
         session.console.result(filled("« {} » est un raccourci valable."_fr, {recipe.name}));
     else if (arguments.json)
-        session.console.result(writeJson(parseJson(recipe.exportData())));
+        session.console.jsonResult(parseJson(recipe.exportData()));
     else
         show(session.console, recipe);
     showWarnings(session, recipe);
@@ -169,14 +179,10 @@ ExitStatus listRecipes(Session& session, const RecipeListArguments& arguments)
 {
     const RecipeLibrary::Listing listing = session.model.recipes().list();
     for (const RecipeLibrary::Kept& kept : listing.recipes) {
-        const std::string target = kept.recipe.target().value_or(FormatID{}).rawValue;
         if (arguments.json)
-            session.console.jsonResult(JsonObject{{"id", kept.recipe.id.text()},
-                                                  {"name", kept.recipe.name},
-                                                  {"target", target},
-                                                  {"file", shownPath(kept.file)}});
+            session.console.jsonResult(keptRecipeLine(kept));
         else
-            session.console.result(kept.recipe.name + " → " + target);
+            session.console.result(kept.recipe.name + " → " + kept.recipe.target().value_or(FormatID{}).rawValue);
     }
     for (const RecipeLibrary::Unreadable& unreadable : listing.unreadable)
         session.console.note(shownPath(unreadable.file) + " : " + unreadable.message);
