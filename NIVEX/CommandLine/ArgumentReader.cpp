@@ -22,26 +22,65 @@ std::string choices()
     return names;
 }
 
-template <class Enum>
-void addChoice(CLI::App& command, const char* option, std::optional<Enum>& place, Text description)
+/// What stands for the value of a setting in the help.
+constexpr const char* placeholder(SettingUnit unit)
 {
-    const std::string described = description.localized() + " : " + choices<Enum>();
-    addText(command, option, "CHOIX", described, [option, &place](const std::string& value) {
-        place = optionStoredAs<Enum>(value);
-        if (!place)
-            throw BadValue{filled("valeur refusée pour {} : « {} » (au choix : {})"_fr,
-                                  {option, validUtf8(value), choices<Enum>()})};
-    });
+    switch (unit) {
+    case SettingUnit::none:
+        return "CHOIX";
+    case SettingUnit::share:
+        return "0..1";
+    case SettingUnit::pixels:
+        return "PX";
+    case SettingUnit::dotsPerInch:
+        return "N";
+    case SettingUnit::bytes:
+        return "TAILLE";
+    case SettingUnit::bitsPerSecond:
+        return "BITS";
+    }
+    return "";
 }
 
-template <class Number>
-void addNumber(CLI::App& command, const char* option, const char* placeholder, std::optional<Number>& place,
-               const OptionRange<Number>& range, Text description)
+template <class Field>
+using ValueOf = typename ConversionSetting<Field>::Value;
+
+template <class Field>
+ValueOf<Field> readValue(const ConversionSetting<Field>& setting, const std::string& text)
 {
-    addText(command, option, placeholder, description, [option, &place, &range](const std::string& value) {
-        place = numberOf<Number>(option, value);
-        hold(*place, range);
-    });
+    using Value = ValueOf<Field>;
+    const std::string option = typedName(setting);
+    if constexpr (std::is_enum_v<Value>) {
+        if (const auto value = optionStoredAs<Value>(text))
+            return *value;
+        throw BadValue{
+            filled("valeur refusée pour {} : « {} » (au choix : {})"_fr, {option, validUtf8(text), choices<Value>()})};
+    } else {
+        Value value{};
+        if constexpr (std::is_same_v<Value, std::int64_t>)
+            value = setting.unit == SettingUnit::bytes ? sizeOf(option, text) : numberOf<Value>(option, text);
+        else
+            value = numberOf<Value>(option, text);
+        if (setting.range && !setting.range->contains(value))
+            throw BadValue{setting.range->whenOutside};
+        return value;
+    }
+}
+
+template <class Field>
+void addSetting(CLI::App& command, const ConversionSetting<Field>& setting, OptionOverrides& overrides)
+{
+    using Value = ValueOf<Field>;
+    std::string description = setting.description;
+    if constexpr (std::is_same_v<Value, bool>) {
+        command.add_flag_callback(
+            typedName(setting), [&] { overrides.set(setting.field, true); }, description);
+    } else {
+        if constexpr (std::is_enum_v<Value>)
+            description += " : " + choices<Value>();
+        addText(command, typedName(setting), placeholder(setting.unit), description,
+                [&](const std::string& text) { overrides.set(setting.field, readValue(setting, text)); });
+    }
 }
 
 // No argument holds a NUL byte, so it cannot be taken for a part of one.
@@ -53,7 +92,7 @@ std::string protectedWord(const std::string& word) { return protection + word; }
 
 std::string unprotected(const std::string& word) { return word.starts_with(protection) ? word.substr(1) : word; }
 
-void refuse(const char* option, const std::string& value)
+void refuse(const std::string& option, const std::string& value)
 {
     throw BadValue{filled("valeur refusée pour {} : « {} »"_fr, {option, validUtf8(value)})};
 }
@@ -83,7 +122,7 @@ void addFlag(CLI::App& command, const char* names, bool& place, Text description
     command.add_flag(names, place, description.localized());
 }
 
-void addText(CLI::App& command, const char* names, const char* placeholder, const std::string& description,
+void addText(CLI::App& command, const std::string& names, const char* placeholder, const std::string& description,
              const TextReader& read)
 {
     const auto readPlain = [read](const std::string& value) { read(unprotected(value)); };
@@ -130,27 +169,7 @@ void addRun(CLI::App& command, RunArguments& run)
 
 void addOverrides(CLI::App& command, OptionOverrides& overrides)
 {
-    addNumber(command, "--quality", "0..1", overrides.quality, optionRanges::quality,
-              "Qualité des images avec perte"_fr);
-    addChoice(command, "--metadata", overrides.metadata, "Métadonnées"_fr);
-    addChoice(command, "--color-profile", overrides.colorProfile, "Profil colorimétrique"_fr);
-    addNumber(command, "--max-dimension", "PX", overrides.maxPixelDimension, optionRanges::maxPixelDimension,
-              "Grand côté maximal, en pixels"_fr);
-    addChoice(command, "--flatten-background", overrides.flattenBackground, "Fond des images opaques"_fr);
-    addNumber(command, "--dpi", "N", overrides.renderDPI, optionRanges::renderDPI,
-              "Résolution de rendu des pages, en points par pouce"_fr);
-    addChoice(command, "--page-background", overrides.pageBackground, "Fond des pages"_fr);
-    command.add_flag_callback(
-        "--remove-background", [&overrides] { overrides.removeBackground = true; }, std::string{"Détoure le sujet"_fr});
-    addText(command, "--max-size", "TAILLE", "Poids cible, par exemple 500KB ou 2MB"_fr,
-            [&overrides](const std::string& value) {
-                overrides.maxFileBytes = sizeOf("--max-size", value);
-                hold(*overrides.maxFileBytes, optionRanges::maxFileBytes);
-            });
-    addChoice(command, "--video-quality", overrides.videoQuality, "Définition vidéo"_fr);
-    addChoice(command, "--video-codec", overrides.videoCodec, "Codec vidéo"_fr);
-    addNumber(command, "--audio-bit-rate", "BITS", overrides.audioBitRate, optionRanges::audioBitRate,
-              "Débit du son, en bits par seconde"_fr);
+    forEachSetting([&](const auto& setting) { addSetting(command, setting, overrides); });
 }
 
 FormatFamily familyNamed(const std::string& name)
@@ -163,7 +182,7 @@ FormatFamily familyNamed(const std::string& name)
     throw BadValue{filled("famille inconnue : « {} »."_fr, {validUtf8(name)}) + suggestion(name, names)};
 }
 
-std::int64_t sizeOf(const char* option, const std::string& text)
+std::int64_t sizeOf(const std::string& option, const std::string& text)
 {
     const auto size = parseSize(text);
     if (!size)

@@ -2,7 +2,7 @@
 
 #include "NIVEX/CommandLine/Arguments.hpp"
 
-#include "NivexKit/Contract/OptionRanges.hpp"
+#include "NivexKit/Contract/ConversionSettings.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
 #include "NivexKit/Foundation/Text/Unicode.hpp"
 
@@ -35,7 +35,7 @@ CLI::App& addCommand(CLI::App& parent, const char* name, Text description);
 void speakFrench(CLI::App& app);
 
 void addFlag(CLI::App& command, const char* names, bool& place, Text description);
-void addText(CLI::App& command, const char* names, const char* placeholder, const std::string& description,
+void addText(CLI::App& command, const std::string& names, const char* placeholder, const std::string& description,
              const TextReader& read);
 /// A positional argument.
 void addWord(CLI::App& command, const char* name, Text description, const TextReader& read);
@@ -44,10 +44,17 @@ void addSelection(CLI::App& command, FileSelection& selection);
 void addRun(CLI::App& command, RunArguments& run);
 void addOverrides(CLI::App& command, OptionOverrides& overrides);
 
-[[noreturn]] void refuse(const char* option, const std::string& value);
+/// "--dpi".
+template <class Field>
+std::string typedName(const ConversionSetting<Field>& setting)
+{
+    return "--" + std::string{setting.typed};
+}
+
+[[noreturn]] void refuse(const std::string& option, const std::string& value);
 
 template <class Number>
-Number numberOf(const char* option, const std::string& text)
+Number numberOf(const std::string& option, const std::string& text)
 {
     Number number{};
     const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -56,16 +63,9 @@ Number numberOf(const char* option, const std::string& text)
     return number;
 }
 
-template <class Number>
-void hold(Number value, const OptionRange<Number>& range)
-{
-    if (!range.contains(value))
-        throw BadValue{range.whenOutside};
-}
-
 /// The family of that stored name; refuses any other with a suggestion.
 FormatFamily familyNamed(const std::string& name);
 /// A size such as 500KB; refuses what is none.
-std::int64_t sizeOf(const char* option, const std::string& text);
+std::int64_t sizeOf(const std::string& option, const std::string& text);
 
 } // namespace nivex::commandline

@@ -244,7 +244,7 @@ struct Completeness {
     }
     std::string operator()(const OptimizeArguments& optimize) const
     {
-        if (!optimize.run.overrides.maxFileBytes)
+        if (!optimize.run.overrides.has(&ConversionOptions::maxFileBytes))
             return "optimize a besoin de --max-size TAILLE"_fr;
         return files("optimize", optimize.run.selection);
     }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "NivexKit/Contract/ConversionOptions.hpp"
+#include "NivexKit/Contract/ConversionSettings.hpp"
 #include "NivexKit/Execution/History/HistoryRetention.hpp"
 #include "NivexKit/Formats/FormatFamily.hpp"
 #include "NivexKit/Recipes/RecipeStep.hpp"
@@ -23,35 +23,6 @@ struct FileSelection {
     bool recursive = false;                         // walk folders
 };
 
-/// The conversion settings named on the command line; what is absent keeps the user's preference.
-struct OptionOverrides {
-    std::optional<double> quality;
-    std::optional<MetadataPolicy> metadata;
-    std::optional<ColorProfilePolicy> colorProfile;
-    std::optional<std::int64_t> maxPixelDimension;
-    std::optional<FlattenBackground> flattenBackground;
-    std::optional<double> renderDPI;
-    std::optional<PageBackground> pageBackground;
-    std::optional<bool> removeBackground;
-    std::optional<std::int64_t> maxFileBytes;
-    std::optional<VideoQuality> videoQuality;
-    std::optional<VideoCodec> videoCodec;
-    std::optional<std::int64_t> audioBitRate;
-
-    /// One option of the command line and the kind that an edge must honour for it to have an effect.
-    struct Given {
-        const char* name;
-        ConversionOptionKind kind;
-        bool isGiven;
-    };
-
-    ConversionOptions appliedTo(ConversionOptions base) const;
-    /// The options that the call names.
-    std::vector<Given> given() const;
-    /// The same as the blocks of a recipe.
-    std::vector<RecipeStep> blocks() const;
-};
-
 struct IdentifyArguments {
     FileSelection selection;
     bool json = false;
@@ -72,7 +43,7 @@ struct RunArguments {
     bool json = false;
     bool quiet = false;
     bool dryRun = false;
-    OptionOverrides overrides;
+    OptionOverrides overrides; // the settings that were typed
 };
 
 struct ConvertArguments {
@@ -82,7 +53,7 @@ struct ConvertArguments {
 };
 
 struct OptimizeArguments {
-    RunArguments run; // `overrides.maxFileBytes` is present
+    RunArguments run; // with a target size among the overrides
 };
 
 struct FormatsArguments {

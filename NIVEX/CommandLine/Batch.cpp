@@ -1,5 +1,6 @@
 #include "NIVEX/CommandLine/Batch.hpp"
 
+#include "NIVEX/CommandLine/ArgumentReader.hpp"
 #include "NIVEX/CommandLine/Descriptions.hpp"
 #include "NIVEX/CommandLine/FileList.hpp"
 #include "NIVEX/CommandLine/Interrupts.hpp"
@@ -131,9 +132,10 @@ OutputDestination Batch::destinationOf(const ListedFile& file)
 std::vector<std::string> Batch::warningsOf(const ConversionPlan& plan) const
 {
     std::vector<std::string> warnings = plan.warnings();
-    for (const OptionOverrides::Given& given : request_.run.overrides.given())
-        if (!plan.options.contains(given.kind) && !plan.refused.contains(given.kind))
-            warnings.push_back(filled("L'option {} est sans effet sur cette conversion."_fr, {given.name}));
+    request_.run.overrides.forEachGiven([&](const auto& setting) {
+        if (!plan.options.contains(setting.kind) && !plan.refused.contains(setting.kind))
+            warnings.push_back(filled("L'option {} est sans effet sur cette conversion."_fr, {typedName(setting)}));
+    });
     return warnings;
 }
 

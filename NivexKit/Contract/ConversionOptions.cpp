@@ -1,5 +1,6 @@
 #include "NivexKit/Contract/ConversionOptions.hpp"
 
+#include "NivexKit/Contract/ConversionSettings.hpp"
 #include "NivexKit/Foundation/EnumTable.hpp"
 
 namespace nivex {
@@ -116,24 +117,6 @@ void readInto(Enum& field, const JsonValue& json, std::string_view member)
     field = *value;
 }
 
-/// Names every field with its JSON member, in the order in which they are written.
-template <class Options, class Visit>
-void forEachField(Options& options, Visit visit)
-{
-    visit("quality", options.quality);
-    visit("metadata", options.metadata);
-    visit("colorProfile", options.colorProfile);
-    visit("maxPixelDimension", options.maxPixelDimension);
-    visit("flattenBackground", options.flattenBackground);
-    visit("renderDPI", options.renderDPI);
-    visit("pageBackground", options.pageBackground);
-    visit("removeBackground", options.removeBackground);
-    visit("maxFileBytes", options.maxFileBytes);
-    visit("videoQuality", options.videoQuality);
-    visit("videoCodec", options.videoCodec);
-    visit("audioBitRate", options.audioBitRate);
-}
-
 template <class Value>
 JsonValue fieldToJson(const Value& value)
 {
@@ -204,9 +187,9 @@ std::vector<ConversionOptionKind> ConversionOptionKinds::list() const
 JsonValue toJson(const ConversionOptions& options)
 {
     JsonObject json;
-    forEachField(options, [&](std::string_view member, const auto& field) {
-        if (JsonValue value = fieldToJson(field); !value.isNull())
-            json.set(member, std::move(value));
+    forEachSetting([&](const auto& setting) {
+        if (JsonValue value = fieldToJson(options.*setting.field); !value.isNull())
+            json.set(setting.stored, std::move(value));
     });
     return json;
 }
@@ -217,9 +200,9 @@ ConversionOptions conversionOptionsFromJson(const JsonValue& json)
     if (!object)
         throw JsonError{"conversion options: not an object"};
     ConversionOptions options;
-    forEachField(options, [&](std::string_view member, auto& field) {
-        if (const JsonValue* value = object->find(member))
-            readInto(field, *value, member);
+    forEachSetting([&](const auto& setting) {
+        if (const JsonValue* value = object->find(setting.stored))
+            readInto(options.*setting.field, *value, setting.stored);
     });
     return options;
 }

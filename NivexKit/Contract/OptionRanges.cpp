@@ -1,21 +1,19 @@
 #include "NivexKit/Contract/OptionRanges.hpp"
 
+#include "NivexKit/Contract/ConversionSettings.hpp"
+
 namespace nivex {
 
 std::optional<Text> rangeViolation(const ConversionOptions& options)
 {
-    using namespace optionRanges;
-    if (options.maxPixelDimension && !maxPixelDimension.contains(*options.maxPixelDimension))
-        return maxPixelDimension.whenOutside;
-    if (!quality.contains(options.quality))
-        return quality.whenOutside;
-    if (!renderDPI.contains(options.renderDPI))
-        return renderDPI.whenOutside;
-    if (options.maxFileBytes && !maxFileBytes.contains(*options.maxFileBytes))
-        return maxFileBytes.whenOutside;
-    if (!audioBitRate.contains(options.audioBitRate))
-        return audioBitRate.whenOutside;
-    return std::nullopt;
+    std::optional<Text> violation;
+    forEachSetting([&](const auto& setting) {
+        using Setting = std::remove_cvref_t<decltype(setting)>;
+        const std::optional<typename Setting::Value> value = options.*setting.field;
+        if (!violation && value && setting.range && !setting.range->contains(*value))
+            violation = setting.range->whenOutside;
+    });
+    return violation;
 }
 
 } // namespace nivex

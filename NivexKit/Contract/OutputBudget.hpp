@@ -17,7 +17,7 @@ struct OutputBudget {
     static bool isOffered(const FormatID& target);
 
     /// Throws `unsupported` unless the target size is absent or between 1 byte and 1 GB. What a person may choose is
-    /// narrower (optionRanges::maxFileBytes); here only nonsense is refused.
+    /// narrower (the range of the setting); here only nonsense is refused.
     static void validate(std::optional<std::int64_t> maximumBytes);
 
     /// Throws `encodingFailed` for the first file that is larger than the maximum, and `outputVerificationFailed` for

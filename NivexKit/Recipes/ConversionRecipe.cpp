@@ -7,28 +7,6 @@
 namespace nivex {
 namespace {
 
-/// Lets each setting block write its option; the other kinds have none.
-struct OptionSetter {
-    ConversionOptions& options;
-
-    void operator()(const step::Resize& block) { options.maxPixelDimension = block.value; }
-    void operator()(const step::Quality& block) { options.quality = block.value; }
-    void operator()(const step::Metadata& block) { options.metadata = block.value; }
-    void operator()(const step::ColorProfile& block) { options.colorProfile = block.value; }
-    void operator()(const step::Flatten& block) { options.flattenBackground = block.value; }
-    void operator()(const step::RenderDPI& block) { options.renderDPI = block.value; }
-    void operator()(const step::Page& block) { options.pageBackground = block.value; }
-    void operator()(const step::RemoveBackground& block) { options.removeBackground = block.value; }
-    void operator()(const step::MaxFileBytes& block) { options.maxFileBytes = block.value; }
-    void operator()(const step::VideoDefinition& block) { options.videoQuality = block.value; }
-    void operator()(const step::Codec& block) { options.videoCodec = block.value; }
-    void operator()(const step::AudioBitRate& block) { options.audioBitRate = block.value; }
-    template <class Other>
-    void operator()(const Other&)
-    {
-    }
-};
-
 /// Tests a file against each condition block; the other kinds accept every file.
 struct Condition {
     const DetectionResult& file;
@@ -68,10 +46,20 @@ ConversionOptions ConversionRecipe::options(const ConversionOptions& base) const
     validated();
     const bool startsAfresh =
         std::ranges::any_of(steps, [](const Step& each) { return std::holds_alternative<step::ResetDefaults>(each); });
-    ConversionOptions options = startsAfresh ? ConversionOptions{} : base;
+    return settings().appliedTo(startsAfresh ? ConversionOptions{} : base);
+}
+
+OptionOverrides ConversionRecipe::settings() const
+{
+    OptionOverrides settings;
     for (const Step& each : steps)
-        std::visit(OptionSetter{options}, each);
-    return options;
+        std::visit(
+            [&]<class Block>(const Block& block) {
+                if constexpr (SetsAnOption<Block>)
+                    settings.set(Block::field, block.value);
+            },
+            each);
+    return settings;
 }
 
 bool ConversionRecipe::accepts(const DetectionResult& file, std::string_view locale) const

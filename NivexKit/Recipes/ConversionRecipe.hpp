@@ -45,6 +45,9 @@ struct ConversionRecipe {
     /// Throws RecipeError when the recipe is not valid.
     ConversionOptions options(const ConversionOptions& base) const;
 
+    /// The settings of the blocks alone.
+    OptionOverrides settings() const;
+
     /// Whether a file meets every condition. `locale` ("fr_FR") says how file names are compared.
     bool accepts(const DetectionResult& file, std::string_view locale = {}) const;
 

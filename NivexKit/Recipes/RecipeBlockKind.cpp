@@ -12,50 +12,47 @@ struct BlockKindRow {
     std::string_view stored;
     Text title;
     Text category;
-    std::optional<ConversionOptionKind> requiredOption;
     Text detail;
 };
 
 using Kind = RecipeBlockKind;
-using Option = ConversionOptionKind;
-using std::nullopt;
 // clang-format off
 constexpr BlockKindRow blockKinds[] = {
-    {Kind::convert,           "convert",           "Format de sortie"_fr,             "Général"_fr,             nullopt,
+    {Kind::convert,           "convert",           "Format de sortie"_fr,             "Général"_fr,
      "Une seule sortie par recette, parmi les formats disponibles sur ce Mac."_fr},
-    {Kind::resize,            "resize",            "Dimensions de l’image"_fr,        "Images"_fr,              Option::dimensions,
+    {Kind::resize,            "resize",            "Dimensions de l’image"_fr,        "Images"_fr,
      "Limite le grand côté de l’image en conservant ses proportions."_fr},
-    {Kind::quality,           "quality",           "Qualité d’image"_fr,              "Images"_fr,              Option::quality,
+    {Kind::quality,           "quality",           "Qualité d’image"_fr,              "Images"_fr,
      "Qualité des encodeurs d’image avec perte. Sans effet sur les formats sans perte."_fr},
-    {Kind::metadata,          "metadata",          "Métadonnées"_fr,                  "Confidentialité"_fr,     Option::metadata,
+    {Kind::metadata,          "metadata",          "Métadonnées"_fr,                  "Confidentialité"_fr,
      "Les moteurs compatibles conservent ou retirent les données descriptives."_fr},
-    {Kind::colorProfile,      "colorProfile",      "Profil colorimétrique"_fr,        "Images"_fr,              Option::colorProfile,
+    {Kind::colorProfile,      "colorProfile",      "Profil colorimétrique"_fr,        "Images"_fr,
      "sRGB pour le Web, Display P3 pour les écrans compatibles, CMJN pour l’impression."_fr},
-    {Kind::flattenBackground, "flattenBackground", "Fond des images opaques"_fr,      "Images"_fr,              Option::background,
+    {Kind::flattenBackground, "flattenBackground", "Fond des images opaques"_fr,      "Images"_fr,
      "Couleur utilisée quand le format de sortie ne conserve pas la transparence."_fr},
-    {Kind::renderDPI,         "renderDPI",         "Résolution de rendu"_fr,          "Pages et documents"_fr,  Option::renderResolution,
+    {Kind::renderDPI,         "renderDPI",         "Résolution de rendu"_fr,          "Pages et documents"_fr,
      "Résolution de rastérisation des pages PDF et des dessins vectoriels compatibles."_fr},
-    {Kind::pageBackground,    "pageBackground",    "Fond des pages"_fr,               "Pages et documents"_fr,  Option::background,
+    {Kind::pageBackground,    "pageBackground",    "Fond des pages"_fr,               "Pages et documents"_fr,
      "Fond blanc ou transparent lors du rendu des pages compatibles."_fr},
-    {Kind::removeBackground,  "removeBackground",  "Détourage du sujet"_fr,           "Images"_fr,              Option::removeBackground,
+    {Kind::removeBackground,  "removeBackground",  "Détourage du sujet"_fr,           "Images"_fr,
      "Vision isole le sujet des photos. Le résultat dépend de l’image."_fr},
-    {Kind::maxFileBytes,      "maxFileBytes",      "Poids cible"_fr,                  "Images"_fr,              Option::targetSize,
+    {Kind::maxFileBytes,      "maxFileBytes",      "Poids cible"_fr,                  "Images"_fr,
      "Réduit la qualité pour atteindre le plafond. Échec explicite si le moteur ne peut pas l’atteindre."_fr},
-    {Kind::videoQuality,      "videoQuality",      "Définition vidéo"_fr,             "Vidéo"_fr,               Option::videoQuality,
+    {Kind::videoQuality,      "videoQuality",      "Définition vidéo"_fr,             "Vidéo"_fr,
      "Définition maximale de la vidéo réencodée ; aucun agrandissement promis."_fr},
-    {Kind::videoCodec,        "videoCodec",        "Codec vidéo"_fr,                  "Vidéo"_fr,               Option::videoQuality,
+    {Kind::videoCodec,        "videoCodec",        "Codec vidéo"_fr,                  "Vidéo"_fr,
      "H.264 ou HEVC ; ProRes en MOV à la définition d’origine."_fr},
-    {Kind::audioBitRate,      "audioBitRate",      "Débit AAC"_fr,                    "Audio"_fr,               Option::audioQuality,
+    {Kind::audioBitRate,      "audioBitRate",      "Débit AAC"_fr,                    "Audio"_fr,
      "Débit de l’encodage M4A AAC, adapté par le moteur au nombre de canaux."_fr},
-    {Kind::sourceFamily,      "sourceFamily",      "Si la famille correspond"_fr,     "Conditions d’entrée"_fr, nullopt,
+    {Kind::sourceFamily,      "sourceFamily",      "Si la famille correspond"_fr,     "Conditions d’entrée"_fr,
      "Garde uniquement les fichiers dont le contenu détecté appartient à cette famille."_fr},
-    {Kind::sourceFormat,      "sourceFormat",      "Si le format correspond"_fr,      "Conditions d’entrée"_fr, nullopt,
+    {Kind::sourceFormat,      "sourceFormat",      "Si le format correspond"_fr,      "Conditions d’entrée"_fr,
      "Vérifie le vrai format du fichier, pas seulement son extension."_fr},
-    {Kind::nameContains,      "nameContains",      "Si le nom contient"_fr,           "Conditions d’entrée"_fr, nullopt,
+    {Kind::nameContains,      "nameContains",      "Si le nom contient"_fr,           "Conditions d’entrée"_fr,
      "Garde les noms contenant ce texte, sans tenir compte des majuscules."_fr},
-    {Kind::inputSizeLimit,    "inputSizeLimit",    "Si le poids est inférieur à"_fr,  "Conditions d’entrée"_fr, nullopt,
+    {Kind::inputSizeLimit,    "inputSizeLimit",    "Si le poids est inférieur à"_fr,  "Conditions d’entrée"_fr,
      "Garde les fichiers sous ce plafond avant conversion. Toutes les conditions se cumulent."_fr},
-    {Kind::resetDefaults,     "resetDefaults",     "Réglages indépendants"_fr,        "Général"_fr,             nullopt,
+    {Kind::resetDefaults,     "resetDefaults",     "Réglages indépendants"_fr,        "Général"_fr,
      "Part des valeurs standard d’NIVEX plutôt que des préférences de ce Mac. L’ordre du bloc est sans effet."_fr},
 };
 // clang-format on
@@ -81,10 +78,5 @@ std::string title(RecipeBlockKind kind) { return rowOf(blockKinds, kind).title; 
 std::string category(RecipeBlockKind kind) { return rowOf(blockKinds, kind).category; }
 
 std::string detail(RecipeBlockKind kind) { return rowOf(blockKinds, kind).detail; }
-
-std::optional<ConversionOptionKind> requiredOption(RecipeBlockKind kind)
-{
-    return rowOf(blockKinds, kind).requiredOption;
-}
 
 } // namespace nivex

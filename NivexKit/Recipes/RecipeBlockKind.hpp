@@ -1,7 +1,5 @@
 #pragma once
 
-#include "NivexKit/Contract/ConversionOptions.hpp"
-
 #include <optional>
 #include <span>
 #include <string>
@@ -42,8 +40,5 @@ std::optional<RecipeBlockKind> blockKindStoredAs(std::string_view stored);
 std::string title(RecipeBlockKind kind);
 std::string category(RecipeBlockKind kind);
 std::string detail(RecipeBlockKind kind);
-
-/// What the target must support for a block of this kind to take effect; none for blocks that always do.
-std::optional<ConversionOptionKind> requiredOption(RecipeBlockKind kind);
 
 } // namespace nivex

@@ -26,7 +26,7 @@ JsonValue toJson(const Value& value)
 JsonValue toJson(const RecipeStep& step)
 {
     return std::visit(
-        []<RecipeBlockKind kind, class Value>(const RecipeBlock<kind, Value>& block) -> JsonValue {
+        []<RecipeBlockKind kind, class Value, auto field>(const RecipeBlock<kind, Value, field>& block)->JsonValue {
             JsonObject payload;
             if constexpr (!std::is_same_v<Value, std::monostate>)
                 payload.set(payloadKey, toJson(block.value));

@@ -11,9 +11,51 @@ constexpr bool inKindOrder(std::index_sequence<index...>)
 {
     return ((std::variant_alternative_t<index, RecipeStep>::kind == static_cast<RecipeBlockKind>(index)) && ...);
 }
-static_assert(inKindOrder(std::make_index_sequence<std::variant_size_v<RecipeStep>>{}));
+constexpr std::make_index_sequence<std::variant_size_v<RecipeStep>> everyIndex;
+static_assert(inKindOrder(everyIndex));
+
+template <class Block>
+constexpr std::optional<ConversionOptionKind> requiredBy()
+{
+    if constexpr (SetsAnOption<Block>)
+        return settingOf<Block::field>().kind;
+    else
+        return std::nullopt;
+}
+
+template <std::size_t... index>
+constexpr std::array<std::optional<ConversionOptionKind>, sizeof...(index)>
+requiredByEach(std::index_sequence<index...>)
+{
+    return {requiredBy<std::variant_alternative_t<index, RecipeStep>>()...};
+}
+
+template <class Block>
+void addBlock(const OptionOverrides& overrides, std::vector<RecipeStep>& blocks)
+{
+    if constexpr (SetsAnOption<Block>)
+        if (overrides.has(Block::field))
+            // The field may be optional, but one that was set holds a value.
+            blocks.push_back(Block{*std::optional<decltype(Block::value)>{overrides.values().*Block::field}});
+}
+
+template <std::size_t... index>
+std::vector<RecipeStep> addedBlocks(const OptionOverrides& overrides, std::index_sequence<index...>)
+{
+    std::vector<RecipeStep> blocks;
+    (addBlock<std::variant_alternative_t<index, RecipeStep>>(overrides, blocks), ...);
+    return blocks;
+}
 
 } // namespace
+
+std::optional<ConversionOptionKind> requiredOption(RecipeBlockKind kind)
+{
+    static constexpr auto required = requiredByEach(everyIndex);
+    return required[static_cast<std::size_t>(kind)];
+}
+
+std::vector<RecipeStep> settingBlocks(const OptionOverrides& overrides) { return addedBlocks(overrides, everyIndex); }
 
 RecipeStep initialStep(RecipeBlockKind kind)
 {

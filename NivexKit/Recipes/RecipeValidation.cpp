@@ -1,4 +1,3 @@
-#include "NivexKit/Contract/OptionRanges.hpp"
 #include "NivexKit/Formats/FormatRegistry.hpp"
 #include "NivexKit/Foundation/Text/Unicode.hpp"
 #include "NivexKit/Recipes/ConversionRecipe.hpp"
@@ -44,14 +43,9 @@ void requireKnown(const FormatID& format, Text otherwise)
     require(FormatRegistry::standard().format(format) != nullptr, otherwise);
 }
 
-/// Checks the value of one block; kinds without a rule accept every value of their type.
+/// Checks the value of one block; kinds without a rule or range accept every value of their type.
 struct ValueRule {
     void operator()(const step::Convert& block) const { requireKnown(block.value, "Format inconnu."_fr); }
-    void operator()(const step::Resize& block) const { requireInside(optionRanges::maxPixelDimension, block.value); }
-    void operator()(const step::Quality& block) const { requireInside(optionRanges::quality, block.value); }
-    void operator()(const step::RenderDPI& block) const { requireInside(optionRanges::renderDPI, block.value); }
-    void operator()(const step::MaxFileBytes& block) const { requireInside(optionRanges::maxFileBytes, block.value); }
-    void operator()(const step::AudioBitRate& block) const { requireInside(optionRanges::audioBitRate, block.value); }
     void operator()(const step::SourceFormat& block) const { requireKnown(block.value, "Format source inconnu."_fr); }
     void operator()(const step::NameContains& block) const
     {
@@ -60,8 +54,11 @@ struct ValueRule {
     }
     void operator()(const step::InputSizeLimit& block) const { requireInside(inputSizes, block.value); }
     template <class Other>
-    void operator()(const Other&) const
+    void operator()(const Other& block) const
     {
+        if constexpr (SetsAnOption<Other>)
+            if (const auto& range = settingOf<Other::field>().range)
+                requireInside(*range, block.value);
     }
 };
 

@@ -76,8 +76,8 @@ std::string locale(const Environment& environment)
 
 /// What a block holds, as a person reads it.
 struct ShownValue {
-    template <RecipeBlockKind kind, class Value>
-    std::string operator()(const RecipeBlock<kind, Value>& block) const
+    template <RecipeBlockKind kind, class Value, auto field>
+    std::string operator()(const RecipeBlock<kind, Value, field>& block) const
     {
         return text(block.value);
     }
@@ -144,7 +144,7 @@ ExitStatus newRecipe(Session& session, const RecipeNewArguments& arguments)
         }
         steps.push_back(step::Convert{target->id});
     }
-    for (RecipeStep& block : arguments.settings.blocks())
+    for (RecipeStep& block : settingBlocks(arguments.settings))
         steps.push_back(std::move(block));
     steps.insert(steps.end(), arguments.conditions.begin(), arguments.conditions.end());
     if (arguments.resetDefaults)
