@@ -19,7 +19,7 @@ std::span<const std::byte> part(std::span<const std::byte> bytes, std::uint64_t 
 
 } // namespace
 
-std::span<const std::byte> HeaderBytes::slice(std::uint64_t offset, std::size_t count)
+std::span<const std::byte> HeaderBytes::slice(std::uint64_t offset, std::size_t count) const
 {
     if (offset >= size())
         return {};
@@ -42,7 +42,14 @@ std::span<const std::byte> HeaderBytes::slice(std::uint64_t offset, std::size_t 
     return std::span{window.bytes}.first(std::min(count, window.bytes.size()));
 }
 
-bool HeaderBytes::hasText(std::uint64_t offset, std::string_view text)
+std::size_t HeaderBytes::read(std::uint64_t offset, std::span<std::byte> buffer) const
+{
+    const auto found = slice(offset, buffer.size());
+    std::copy(found.begin(), found.end(), buffer.begin());
+    return found.size();
+}
+
+bool HeaderBytes::hasText(std::uint64_t offset, std::string_view text) const
 {
     return reader(offset, text.size(), ByteOrder::big).text(text.size()) == text;
 }

@@ -1,6 +1,7 @@
 #include "NivexKit/Detection/Containers/ContainerInspectors.hpp"
 #include "NivexKit/Detection/Containers/InspectorSupport.hpp"
-#include "NivexKit/Foundation/Bytes/ByteReader.hpp"
+#include "NivexKit/Detection/HeaderBytes.hpp"
+#include "NivexKit/Structures/IsoBoxes.hpp"
 
 #include <algorithm>
 #include <optional>
@@ -10,19 +11,6 @@ namespace {
 
 using Candidates = std::vector<FormatID>;
 
-// Boxes looked at in all, before the walk gives up.
-constexpr int maxBoxes = 2'048;
-
-struct Extent {
-    std::uint64_t begin = 0;
-    std::uint64_t end = 0;
-};
-
-struct Box {
-    std::string type;
-    Extent content;
-};
-
 /// What the tracks of a file are.
 struct Tracks {
     bool hasVideo = false;
@@ -30,71 +18,28 @@ struct Tracks {
     std::vector<std::string> codecs; // four characters each
 };
 
-/// Walks the boxes of a file by reading their headers only.
-class BoxWalk {
-public:
-    explicit BoxWalk(const ByteSource& source) : source_{source} {}
-
-    Tracks tracks()
-    {
-        each({0, source_.size()}, [&](const Box& box) {
-            if (box.type == "moov")
-                each(box.content, [&](const Box& part) {
-                    if (part.type == "trak")
-                        readTrack(part.content);
-                });
-        });
-        return tracks_;
+void readTrack(const HeaderBytes& file, const IsoBox& track, Tracks& tracks)
+{
+    if (const auto handler = findBox(file, track, {boxType("mdia"), boxType("hdlr")})) {
+        tracks.hasVideo = tracks.hasVideo || file.hasText(handler->begin + 8, "vide");
+        tracks.hasAudio = tracks.hasAudio || file.hasText(handler->begin + 8, "soun");
     }
+    constexpr std::uint64_t firstCodec = 12; // behind version, flags, count and the size of the first description
+    if (const auto codecs = findBox(file, track, {boxType("mdia"), boxType("minf"), boxType("stbl"), boxType("stsd")}))
+        tracks.codecs.push_back(textAt(file, codecs->begin + firstCodec, 4));
+}
 
-private:
-    template <class Visit>
-    void each(Extent within, Visit visit)
-    {
-        std::uint64_t offset = within.begin;
-        while (within.end - offset >= 8 && ++visited_ < maxBoxes) {
-            const auto bytes = source_.read(offset, std::size_t{16});
-            ByteReader header{bytes, ByteOrder::big};
-            std::uint64_t size = header.u32();
-            Box box{.type = std::string{header.text(4)}, .content = {}};
-            const std::uint64_t headerSize = size == 1 ? 16 : 8;
-            if (size == 1)
-                size = header.u64();
-            else if (size == 0)
-                size = within.end - offset;
-            if (header.failed() || size < headerSize || size > within.end - offset)
-                return;
-            box.content = {offset + headerSize, offset + size};
-            visit(box);
-            offset += size;
-        }
+Tracks tracksOf(const HeaderBytes& file)
+{
+    Tracks tracks;
+    if (const auto movie = findBox(file, {.begin = 0, .end = file.size()}, {boxType("moov")})) {
+        IsoBoxes parts{file, *movie};
+        while (const auto part = parts.next())
+            if (part->type == boxType("trak"))
+                readTrack(file, *part, tracks);
     }
-
-    void readTrack(Extent track)
-    {
-        each(track, [&](const Box& box) {
-            if (box.type == "mdia" || box.type == "minf" || box.type == "stbl")
-                readTrack(box.content);
-            else if (box.type == "hdlr")
-                readHandler(box.content);
-            else if (box.type == "stsd")
-                readDescription(box.content);
-        });
-    }
-
-    void readHandler(Extent handler)
-    {
-        const std::string type = textAt(source_, handler.begin + 8, 4);
-        tracks_.hasVideo = tracks_.hasVideo || type == "vide";
-        tracks_.hasAudio = tracks_.hasAudio || type == "soun";
-    }
-
-    void readDescription(Extent description) { tracks_.codecs.push_back(textAt(source_, description.begin + 12, 4)); }
-
-    const ByteSource& source_;
-    int visited_ = 0;
-    Tracks tracks_;
-};
+    return tracks;
+}
 
 bool isProtected(const Tracks& tracks)
 {
@@ -127,7 +72,7 @@ Finding isoMedia(const ByteSource& source, const SniffResult& sniff)
     const FormatID first = sniff.candidates.empty() ? FormatID{} : sniff.candidates.front();
     if (std::find(std::begin(pictures), std::end(pictures), first.rawValue) != std::end(pictures))
         return {};
-    const Tracks tracks = BoxWalk{source}.tracks();
+    const Tracks tracks = tracksOf(HeaderBytes{source, {}});
     Finding finding{.isEncrypted = isProtected(tracks)};
     const bool holdsLossless = std::find(tracks.codecs.begin(), tracks.codecs.end(), "alac") != tracks.codecs.end();
     const bool declaresBrand = textAt(source, 4, 4) == "ftyp";

@@ -2,6 +2,7 @@
 
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
+#include "NivexKit/Structures/IsoBoxes.hpp"
 
 #include <algorithm>
 #include <string_view>
@@ -97,28 +98,10 @@ Problem missingEnd(const ByteSource& source, const EndMarker& end)
 /// What identifies a box or a chunk: four characters, "ftyp".
 using Code = std::string;
 
-struct Box {
-    Code type;
-    std::uint64_t size = 0; // 0: up to the end of the file
-};
-
-/// The box at `offset`; none where no header can be read there.
-std::optional<Box> boxAt(const ByteSource& source, std::uint64_t offset)
+bool isIndex(const IsoBox& box)
 {
-    const auto bytes = source.read(offset, std::size_t{16});
-    ByteReader header{bytes, ByteOrder::big};
-    Box box;
-    box.size = header.u32();
-    box.type = header.text(4);
-    const std::uint64_t shortest = box.size == 1 ? 16 : 8;
-    if (box.size == 1)
-        box.size = header.u64();
-    const bool spelled = std::all_of(box.type.begin(), box.type.end(), [](char c) { return c < 0 || c >= ' '; });
-    const bool possible = box.size == 0 || (spelled && box.size >= shortest);
-    return header.failed() || !possible ? std::nullopt : std::optional{box};
+    return box.type == boxType("moov") || box.type == boxType("moof") || box.type == boxType("meta");
 }
-
-bool isIndex(const Code& type) { return type == "moov" || type == "moof" || type == "meta"; }
 
 Text cutFile() { return "fichier tronqué"_fr; }
 Text invalidStructure() { return "structure de fichier invalide"_fr; }
@@ -186,24 +169,21 @@ Problem isoMediaProblem(const ByteSource& source)
 {
     bool hasIndex = false;
     bool hasMedia = false;
-    std::uint64_t offset = 0;
-    for (int step = 0; step < maxSteps && offset < source.size(); ++step) {
-        const auto box = boxAt(source, offset);
-        if (!box && hasIndex)
+    IsoBoxes boxes{source};
+    for (int step = 0; step < maxSteps; ++step) {
+        const auto box = boxes.next();
+        if (const auto& cut = boxes.cutBox()) {
+            const bool isNeeded = isIndex(*cut) || cut->type == boxType("mdat") || cut->offset == 0;
+            return isNeeded || !hasIndex ? Problem{cutFile()} : std::nullopt;
+        }
+        if (!box && (hasIndex || (boxes.position() == source.size() && !hasMedia)))
             return std::nullopt;
         if (!box)
-            return source.size() - offset < 16 ? cutFile() : invalidStructure();
-        const bool isMedia = box->type == "mdat";
-        const bool needed = isIndex(box->type) || isMedia || offset == 0;
-        if (box->size > source.size() - offset)
-            return needed || !hasIndex ? Problem{cutFile()} : std::nullopt;
-        if (box->size == 0)
-            return std::nullopt;
-        hasIndex = hasIndex || isIndex(box->type);
-        hasMedia = hasMedia || isMedia;
-        offset += box->size;
+            return boxes.reachedEnd() ? Problem{cutFile()} : Problem{invalidStructure()};
+        hasIndex = hasIndex || isIndex(*box);
+        hasMedia = hasMedia || box->type == boxType("mdat");
     }
-    return hasMedia && !hasIndex ? Problem{cutFile()} : std::nullopt;
+    return std::nullopt;
 }
 
 Problem riffProblem(const ByteSource& source)

@@ -1,7 +1,7 @@
 // HEIF and AVIF: the items of the "meta" box and their properties.
 #include "NivexKit/Detection/Images/ImageHeaderReaders.hpp"
 #include "NivexKit/Detection/Images/ImageLocation.hpp"
-#include "NivexKit/Detection/Images/IsoBoxes.hpp"
+#include "NivexKit/Structures/IsoBoxes.hpp"
 
 #include <algorithm>
 #include <unordered_map>
@@ -312,16 +312,15 @@ private:
 /// The frames of an image sequence: the samples of its longest track.
 std::int64_t sampleCount(HeaderBytes& file, const IsoBox& movie)
 {
-    constexpr std::uint32_t path[] = {boxType("mdia"), boxType("minf"), boxType("stbl"), boxType("stsz")};
     std::int64_t longest = 0;
     IsoBoxes tracks{file, movie};
     while (const auto track = tracks.next()) {
-        std::optional<IsoBox> box = track->type == boxType("trak") ? track : std::nullopt;
-        for (const std::uint32_t type : path)
-            box = box ? findBox(file, *box, type) : std::nullopt;
-        if (!box)
+        if (track->type != boxType("trak"))
             continue;
-        ByteReader reader = file.reader(box->begin + 8, 4, ByteOrder::big); // behind version and common size
+        const auto sizes = findBox(file, *track, {boxType("mdia"), boxType("minf"), boxType("stbl"), boxType("stsz")});
+        if (!sizes)
+            continue;
+        ByteReader reader = file.reader(sizes->begin + 8, 4, ByteOrder::big); // behind version and common size
         longest = std::max<std::int64_t>(longest, reader.u32());
     }
     return longest;
@@ -330,7 +329,7 @@ std::int64_t sampleCount(HeaderBytes& file, const IsoBox& movie)
 /// How long an image sequence takes; 0 where that is not told.
 double duration(HeaderBytes& file, const IsoBox& movie)
 {
-    const auto header = findBox(file, movie, boxType("mvhd"));
+    const auto header = findBox(file, movie, {boxType("mvhd")});
     if (!header)
         return 0;
     ByteReader reader = file.reader(header->begin, 32, ByteOrder::big);
@@ -367,8 +366,7 @@ bool readHeifHeader(HeaderBytes& file, SourceProperties& image)
 
 bool readCr3Header(HeaderBytes& file, SourceProperties& image)
 {
-    const auto movie = findBox(file, {.begin = 0, .end = file.size()}, boxType("moov"));
-    const auto maker = movie ? findBox(file, *movie, boxType("uuid")) : std::nullopt;
+    const auto maker = findBox(file, {.begin = 0, .end = file.size()}, {boxType("moov"), boxType("uuid")});
     if (!maker || !file.hasText(maker->begin, canonIdentifier))
         return false;
     constexpr std::uint16_t widthTag = 256;

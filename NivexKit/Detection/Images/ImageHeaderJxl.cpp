@@ -1,6 +1,6 @@
 #include "NivexKit/Detection/Images/ImageHeaderReaders.hpp"
 #include "NivexKit/Detection/Images/ImageLocation.hpp"
-#include "NivexKit/Detection/Images/IsoBoxes.hpp"
+#include "NivexKit/Structures/IsoBoxes.hpp"
 
 #include <algorithm>
 

@@ -1,7 +1,8 @@
 // Metadata in the boxes of JP2 (ISO 15444-1, annex I): boxes "uuid" whose contents their first sixteen bytes tell.
 #include "NivexWorkers/Image/Metadata/Containers.hpp"
 #include "NivexWorkers/Image/Metadata/FileRewrite.hpp"
-#include "NivexWorkers/Image/Structures/IsoBoxes.hpp"
+
+#include "NivexKit/Structures/IsoBoxes.hpp"
 
 #include <optional>
 #include <string>
@@ -19,9 +20,9 @@ constexpr std::size_t identifierBytes = 16;
 /// The identifier of a "uuid" box; empty for others.
 std::string identifierOf(const IsoBox& box, const ByteSource& file)
 {
-    if (box.type != "uuid" || box.end - box.contents < identifierBytes)
+    if (box.type != boxType("uuid") || box.size() < identifierBytes)
         return {};
-    return std::string{asText(file.read(box.contents, identifierBytes))};
+    return std::string{asText(file.read(box.begin, identifierBytes))};
 }
 
 bool isMetadata(std::string_view identifier)
@@ -43,11 +44,12 @@ std::string uuidBox(std::string_view identifier, std::string_view contents)
 Metadata readJpeg2000Metadata(const ByteSource& file)
 {
     Metadata metadata;
-    for (auto box = boxAt(file, 0); box; box = boxAt(file, box->end)) {
+    IsoBoxes boxes{file};
+    while (const auto box = boxes.next()) {
         const std::string identifier = identifierOf(*box, file);
-        if (!isMetadata(identifier) || box->end - box->contents > mostBlockBytes)
+        if (!isMetadata(identifier) || box->size() > mostBlockBytes)
             continue;
-        const std::uint64_t begin = box->contents + identifierBytes;
+        const std::uint64_t begin = box->begin + identifierBytes;
         auto contents = file.read(begin, static_cast<std::size_t>(box->end - begin));
         if (identifier == exifIdentifier)
             metadata.exif = std::move(contents);
@@ -62,17 +64,18 @@ Metadata readJpeg2000Metadata(const ByteSource& file)
 void writeJpeg2000Metadata(const std::filesystem::path& path, const Metadata& metadata)
 {
     FileRewrite file{path};
-    for (auto box = boxAt(file.old(), 0); box; box = boxAt(file.old(), box->end)) {
+    IsoBoxes boxes{file.old()};
+    while (const auto box = boxes.next()) {
         // Before the pixels, whose box may go on to the end of the file.
-        if (box->type == "jp2c") {
+        if (box->type == boxType("jp2c")) {
             file.write(uuidBox(exifIdentifier, asText(metadata.exif)));
             file.write(uuidBox(xmpIdentifier, metadata.xmp));
             file.write(uuidBox(iptcIdentifier, asText(metadata.iptc)));
-            file.copyRest(box->begin);
+            file.copyRest(box->offset);
             return file.commit();
         }
         if (!isMetadata(identifierOf(*box, file.old())))
-            file.copy(box->begin, box->end - box->begin);
+            file.copy(box->offset, box->end - box->offset);
     }
     throw metadataFailure();
 }

@@ -3,9 +3,9 @@
 #include "NivexWorkers/Image/Metadata/ExifBlock.hpp"
 #include "NivexWorkers/Image/Metadata/FileRewrite.hpp"
 #include "NivexWorkers/Image/Metadata/MetadataLibrary.hpp"
-#include "NivexWorkers/Image/Structures/ByteWriter.hpp"
 
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
+#include "NivexKit/Foundation/Bytes/ByteWriter.hpp"
 
 #include <algorithm>
 #include <limits>

@@ -1,9 +1,9 @@
 // Metadata in the chunks of WebP (RFC 9649, section 2).
 #include "NivexWorkers/Image/Metadata/Containers.hpp"
 #include "NivexWorkers/Image/Metadata/FileRewrite.hpp"
-#include "NivexWorkers/Image/Structures/ByteWriter.hpp"
 
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
+#include "NivexKit/Foundation/Bytes/ByteWriter.hpp"
 
 #include <optional>
 #include <string>

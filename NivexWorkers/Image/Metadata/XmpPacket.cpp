@@ -1,8 +1,7 @@
 #include "NivexWorkers/Image/Metadata/XmpPacket.hpp"
 
-#include "NivexWorkers/Image/Structures/ByteWriter.hpp"
-
 #include "NivexKit/Foundation/Bytes/Digest.hpp"
+#include "NivexKit/Foundation/Text/Hexadecimal.hpp"
 
 #include <libxml/parser.h>
 #include <libxml/tree.h>

@@ -1,8 +1,7 @@
 #include "NivexWorkers/Image/Structures/PhotoshopResources.hpp"
 
-#include "NivexWorkers/Image/Structures/ByteWriter.hpp"
-
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
+#include "NivexKit/Foundation/Bytes/ByteWriter.hpp"
 
 namespace nivex::image {
 

@@ -1,9 +1,8 @@
 #include "NivexWorkers/Image/Structures/PngChunks.hpp"
 
-#include "NivexWorkers/Image/Structures/ByteWriter.hpp"
-
 #include "NivexKit/Archive/CRC32.hpp"
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
+#include "NivexKit/Foundation/Bytes/ByteWriter.hpp"
 
 #include <span>
 

@@ -3,10 +3,10 @@
 #include "NivexWorkers/Image/Codecs/Codec.hpp"
 #include "NivexWorkers/Image/Codecs/PixelBuffer.hpp"
 #include "NivexWorkers/Image/Codecs/Rows.hpp"
-#include "NivexWorkers/Image/Structures/ByteWriter.hpp"
 
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 #include "NivexKit/Foundation/Bytes/ByteSource.hpp"
+#include "NivexKit/Foundation/Bytes/ByteWriter.hpp"
 #include "NivexKit/Foundation/Files/OutputFile.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
 

@@ -1,8 +1,8 @@
 // The formats of one picture that NIVEX reads and writes itself, row by row: BMP and TGA.
 #include "NivexWorkers/Image/Codecs/Bitmaps/BitmapImage.hpp"
 #include "NivexWorkers/Image/Codecs/Rows.hpp"
-#include "NivexWorkers/Image/Structures/ByteWriter.hpp"
 
+#include "NivexKit/Foundation/Bytes/ByteWriter.hpp"
 #include "NivexKit/Foundation/Files/OutputFile.hpp"
 
 #include <algorithm>

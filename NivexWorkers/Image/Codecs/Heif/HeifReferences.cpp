@@ -1,10 +1,9 @@
 #include "NivexWorkers/Image/Codecs/Heif/HeifReferences.hpp"
 
-#include "NivexWorkers/Image/Structures/IsoBoxes.hpp"
+#include "NivexKit/Structures/IsoBoxes.hpp"
 
 #include <algorithm>
 #include <cstdint>
-#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -53,11 +52,14 @@ void addReferences(std::span<const std::byte> box, ItemGraph& graph)
     ByteReader head{box, ByteOrder::big};
     const bool hasWideIdentifiers = head.u8() != 0;
     head.skip(3);
-    eachBox(head.bytes(head.left()), [&](std::string_view type, std::span<const std::byte> contents) {
-        const bool isDerived = type == "dimg";
-        if (!isDerived && type != "auxl")
-            return;
-        ByteReader reader{contents, ByteOrder::big};
+    const auto list = head.bytes(head.left());
+    const MemorySource source{list};
+    IsoBoxes references{source};
+    while (const auto reference = references.next()) {
+        const bool isDerived = reference->type == boxType("dimg");
+        if (!isDerived && reference->type != boxType("auxl"))
+            continue;
+        ByteReader reader{list.subspan(reference->begin, reference->size()), ByteOrder::big};
         const auto identifier = [&] { return hasWideIdentifiers ? reader.u32() : reader.u16(); };
         const std::uint32_t from = identifier();
         for (std::size_t left = reader.u16(); left > 0; --left) {
@@ -69,7 +71,7 @@ void addReferences(std::span<const std::byte> box, ItemGraph& graph)
             else
                 graph.add(to, from);
         }
-    });
+    }
 }
 
 } // namespace
@@ -79,13 +81,14 @@ bool hasCircularItems(const ByteSource& file)
     constexpr std::uint64_t mostBytes = 4u << 20; // of references: a million tiles
     constexpr std::uint64_t versionAndFlags = 4;
     ItemGraph graph;
-    for (auto box = boxAt(file, 0); box; box = boxAt(file, box->end)) {
-        if (box->type != "meta")
+    IsoBoxes boxes{file};
+    while (const auto box = boxes.next()) {
+        if (box->type != boxType("meta"))
             continue;
-        for (auto inner = boxAt(file, box->contents + versionAndFlags); inner && inner->end <= box->end;
-             inner = boxAt(file, inner->end))
-            if (inner->type == "iref")
-                addReferences(file.read(inner->contents, std::min(inner->end - inner->contents, mostBytes)), graph);
+        IsoBoxes parts{file, box->begin + versionAndFlags, box->end};
+        while (const auto part = parts.next())
+            if (part->type == boxType("iref"))
+                addReferences(file.read(part->begin, std::min(part->size(), mostBytes)), graph);
     }
     return graph.isCircular();
 }

@@ -2,8 +2,8 @@
 #include "NivexWorkers/Image/Codecs/Bitmaps/BitmapImage.hpp"
 #include "NivexWorkers/Image/Codecs/Icons/Icons.hpp"
 #include "NivexWorkers/Image/Codecs/Vips/VipsFiles.hpp"
-#include "NivexWorkers/Image/Structures/ByteWriter.hpp"
 
+#include "NivexKit/Foundation/Bytes/ByteWriter.hpp"
 #include "NivexKit/Foundation/Files/OutputFile.hpp"
 
 #include <algorithm>

@@ -2,10 +2,10 @@
 
 #include "NivexWorkers/Image/Codecs/Codec.hpp"
 #include "NivexWorkers/Image/Codecs/Profiles.hpp"
-#include "NivexWorkers/Image/Structures/IsoBoxes.hpp"
 
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
+#include "NivexKit/Structures/IsoBoxes.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -27,7 +27,11 @@ constexpr std::uint16_t mostComponents = 64;
 template <class Visit>
 void eachInnerBox(std::span<const std::byte> contents, Visit visit)
 {
-    if (!eachBox(contents, visit))
+    const MemorySource source{contents};
+    IsoBoxes boxes{source};
+    while (const auto box = boxes.next())
+        visit(box->type, contents.subspan(box->begin, box->size()));
+    if (!boxes.reachedEnd())
         throw damaged();
 }
 
@@ -143,8 +147,8 @@ double metres(ByteReader& reader, std::uint32_t numerator, std::uint32_t denomin
 
 void readResolution(std::span<const std::byte> box, File& file)
 {
-    eachInnerBox(box, [&](std::string_view type, std::span<const std::byte> contents) {
-        if (type != "resc" && type != "resd")
+    eachInnerBox(box, [&](std::uint32_t type, std::span<const std::byte> contents) {
+        if (type != boxType("resc") && type != boxType("resd"))
             return;
         ByteReader reader{contents, damaged(), ByteOrder::big};
         std::uint32_t numbers[4]; // vertical numerator and denominator, horizontal ones
@@ -157,19 +161,19 @@ void readResolution(std::span<const std::byte> box, File& file)
 
 void readHeaderBox(const ByteSource& source, const IsoBox& box, File& file, std::vector<ChannelDefinition>& definitions)
 {
-    if (box.end - box.contents > largestHeaderBox)
+    if (box.size() > largestHeaderBox)
         throw damaged();
-    const auto contents = source.read(box.contents, static_cast<std::size_t>(box.end - box.contents));
-    eachInnerBox(contents, [&](std::string_view type, std::span<const std::byte> inner) {
-        if (type == "colr")
+    const auto contents = source.read(box.begin, static_cast<std::size_t>(box.size()));
+    eachInnerBox(contents, [&](std::uint32_t type, std::span<const std::byte> inner) {
+        if (type == boxType("colr"))
             readColors(inner, file);
-        else if (type == "pclr" && file.palette.rows == 0)
+        else if (type == boxType("pclr") && file.palette.rows == 0)
             readPalette(inner, file.palette);
-        else if (type == "cmap" && file.channels.empty())
+        else if (type == boxType("cmap") && file.channels.empty())
             readMapping(inner, file);
-        else if (type == "cdef")
+        else if (type == boxType("cdef"))
             definitions = readDefinitions(inner);
-        else if (type == "res ")
+        else if (type == boxType("res "))
             readResolution(inner, file);
     });
 }
@@ -318,15 +322,15 @@ Jpeg2000File readJpeg2000File(const ByteSource& source)
     if (ByteReader{head, ByteOrder::big}.u16() == startOfCodestream) {
         file.codestreamEnd = source.size();
     } else {
-        for (std::uint64_t position = 0; position < source.size() && file.codestreamEnd == 0;) {
-            const auto box = boxAt(source, position);
+        IsoBoxes boxes{source};
+        while (file.codestreamEnd == 0) {
+            const auto box = boxes.next();
             if (!box)
                 throw damaged();
-            if (box->type == "jp2h")
+            if (box->type == boxType("jp2h"))
                 readHeaderBox(source, *box, file, definitions);
-            else if (box->type == "jp2c")
-                file.codestreamBegin = box->contents, file.codestreamEnd = box->end;
-            position = box->end;
+            else if (box->type == boxType("jp2c"))
+                file.codestreamBegin = box->begin, file.codestreamEnd = box->end;
         }
     }
     if (file.codestreamEnd - file.codestreamBegin < 2)

@@ -1,8 +1,7 @@
 #include "NivexWorkers/Image/Codecs/Pdf/PdfFile.hpp"
 
-#include "NivexWorkers/Image/Structures/ByteWriter.hpp"
-
 #include "NivexKit/Foundation/Bytes/Digest.hpp"
+#include "NivexKit/Foundation/Text/Hexadecimal.hpp"
 
 #include <cmath>
 #include <cstdlib>

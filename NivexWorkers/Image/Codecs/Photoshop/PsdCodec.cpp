@@ -2,9 +2,9 @@
 #include "NivexWorkers/Image/Codecs/Bitmaps/BitmapImage.hpp"
 #include "NivexWorkers/Image/Codecs/Profiles.hpp"
 #include "NivexWorkers/Image/Codecs/Rows.hpp"
-#include "NivexWorkers/Image/Structures/ByteWriter.hpp"
 #include "NivexWorkers/Image/Structures/PhotoshopResources.hpp"
 
+#include "NivexKit/Foundation/Bytes/ByteWriter.hpp"
 #include "NivexKit/Foundation/Files/OutputFile.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
 

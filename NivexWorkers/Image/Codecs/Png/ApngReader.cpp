@@ -2,7 +2,8 @@
 // first frame that other programs show as the picture in IDAT.
 #include "NivexWorkers/Image/Codecs/Codec.hpp"
 #include "NivexWorkers/Image/Codecs/Png/Apng.hpp"
-#include "NivexWorkers/Image/Structures/ByteWriter.hpp"
+
+#include "NivexKit/Foundation/Bytes/ByteWriter.hpp"
 
 #include <algorithm>
 #include <cmath>

@@ -2,8 +2,8 @@
 #include "NivexWorkers/Image/Codecs/Heif/HeifReferences.hpp"
 #include "NivexWorkers/Image/Codecs/Profiles.hpp"
 #include "NivexWorkers/Image/Codecs/Texture.hpp"
-#include "NivexWorkers/Image/Structures/IsoBoxes.hpp"
 
+#include "NivexKit/Structures/IsoBoxes.hpp"
 #include "tests/NivexWorkers/Image/PictureScene.hpp"
 #include "tests/Support/Bytes.hpp"
 

@@ -1,8 +1,9 @@
 #include "NivexWorkers/Image/Metadata/Containers.hpp"
 #include "NivexWorkers/Image/Metadata/ExifBlock.hpp"
 #include "NivexWorkers/Image/Metadata/XmpPacket.hpp"
-#include "NivexWorkers/Image/Structures/ByteWriter.hpp"
 #include "NivexWorkers/Image/Structures/JpegSegments.hpp"
+
+#include "NivexKit/Foundation/Bytes/ByteWriter.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

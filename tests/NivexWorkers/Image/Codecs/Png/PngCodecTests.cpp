@@ -1,6 +1,6 @@
-#include "NivexWorkers/Image/Structures/ByteWriter.hpp"
 #include "NivexWorkers/Image/Structures/PngChunks.hpp"
 
+#include "NivexKit/Foundation/Bytes/ByteWriter.hpp"
 #include "tests/NivexWorkers/Image/PictureScene.hpp"
 #include "tests/Support/Bytes.hpp"
 

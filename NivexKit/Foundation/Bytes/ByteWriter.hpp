@@ -5,12 +5,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-namespace nivex::image {
+namespace nivex {
 
 /// Puts numbers and slices one after another into a buffer.
 class ByteWriter {
@@ -49,16 +48,4 @@ private:
     std::vector<std::byte> bytes_;
 };
 
-/// Two capital digits for each byte.
-inline std::string hexadecimal(std::string_view bytes)
-{
-    constexpr std::string_view digits = "0123456789ABCDEF";
-    std::string text;
-    for (const std::byte byte : std::as_bytes(std::span{bytes})) {
-        text += digits[std::to_integer<std::size_t>(byte >> 4)];
-        text += digits[std::to_integer<std::size_t>(byte & std::byte{15})];
-    }
-    return text;
-}
-
-} // namespace nivex::image
+} // namespace nivex
