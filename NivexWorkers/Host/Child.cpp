@@ -9,6 +9,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <new>
 
@@ -83,12 +84,20 @@ WorkerReply replyTo(const WorkerRequest& request, const Handlers& handlers, cons
     }
 }
 
-SandboxPosture enter(const WorkerRequest& request, SandboxLayerState endsWithParent)
+int spokenLandlockVersion(const Handlers& handlers)
+{
+    return std::min(landlockVersion(), handlers.maxLandlockVersion.value_or(landlockVersion()));
+}
+
+SandboxPosture enter(const WorkerRequest& request, const Handlers& handlers, SandboxLayerState endsWithParent)
 {
     SandboxPosture posture;
     posture.layers.push_back(std::move(endsWithParent));
-    for (SandboxLayerState& state : enterSandbox(
-             {.readable = request.work.input, .writable = request.work.workingDirectory, .limits = request.limits}))
+    const SandboxPolicy policy{.readable = request.work.input,
+                               .writable = request.work.workingDirectory,
+                               .limits = request.limits,
+                               .landlockVersion = spokenLandlockVersion(handlers)};
+    for (SandboxLayerState& state : enterSandbox(policy))
         posture.layers.push_back(std::move(state));
     return posture;
 }
@@ -114,7 +123,7 @@ void runChild(int channel, pid_t server, const Handlers& handlers)
         showTextsIn(request.language);
         settleIn(request.work.workingDirectory);
         watchMemory(request.limits.memoryBytes);
-        const SandboxPosture posture = enter(request, std::move(endsWithParent));
+        const SandboxPosture posture = enter(request, handlers, std::move(endsWithParent));
         const std::vector<std::string> missing = posture.missing();
         if (missing.empty() || request.acceptsMissingLayers || request.task == WorkerTask::describe)
             replies.send(replyTo(request, handlers, posture, replies));

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -29,6 +30,9 @@ struct Handlers {
 
     /// Draws one page of the input, counted from 0; returns the picture it wrote below the working directory.
     std::function<std::filesystem::path(const EngineID&, const EngineRequest&, std::int64_t page)> render;
+
+    /// Speaks at most this version of Landlock, to see that nothing rests on what is newer.
+    std::optional<int> maxLandlockVersion = std::nullopt;
 };
 
 /// The whole main program of a worker: forks a child for each request that arrives on the control socket, and ends when

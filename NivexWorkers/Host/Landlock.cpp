@@ -40,7 +40,8 @@ constexpr std::uint64_t writeRights = readRights | LANDLOCK_ACCESS_FS_WRITE_FILE
                                       LANDLOCK_ACCESS_FS_MAKE_REG | LANDLOCK_ACCESS_FS_REFER | fsTruncate;
 constexpr std::uint64_t rightsOfVersion1 = (1u << 13) - 1;
 
-// What libraries read that were installed by the system; what is missing is skipped.
+// What libraries read that were installed by the system; what is missing is skipped. Of a process's own folder only
+// what tells of the process: next to it the kernel shows the machine's connections and mounts.
 constexpr const char* readablePlaces[] = {
     "/usr/lib",
     "/usr/lib64",
@@ -58,7 +59,15 @@ constexpr const char* readablePlaces[] = {
     "/dev/zero",
     "/dev/random",
     "/dev/urandom",
-    "/proc/self",
+    "/proc/self/auxv",
+    "/proc/self/cgroup",
+    "/proc/self/cmdline",
+    "/proc/self/comm",
+    "/proc/self/fd",
+    "/proc/self/maps",
+    "/proc/self/stat",
+    "/proc/self/statm",
+    "/proc/self/status",
     "/proc/cpuinfo",
     "/proc/meminfo",
     "/proc/stat",
@@ -148,9 +157,8 @@ std::string restrictionFailure(int version, const fs::path& readable, const fs::
 
 } // namespace
 
-std::vector<SandboxLayerState> restrictFiles(const fs::path& readable, const fs::path& writable)
+std::vector<SandboxLayerState> restrictFiles(int version, const fs::path& readable, const fs::path& writable)
 {
-    const int version = landlockVersion();
     const std::string failure = restrictionFailure(version, readable, writable);
     const std::string name = "Landlock " + std::to_string(version);
     const auto state = [&](SandboxLayer layer, int needed) -> SandboxLayerState {

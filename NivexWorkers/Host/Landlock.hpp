@@ -11,8 +11,9 @@ namespace nivex::worker {
 /// in the folder `writable`, and reaches neither the network nor other programs where the kernel's version can refuse
 /// that. Either path may be empty.
 ///
+/// version  to speak: `landlockVersion()`, or an older one to be as restricted as an older kernel can
 /// returns  the state of the layers `files`, `network` and `signals`
-std::vector<SandboxLayerState> restrictFiles(const std::filesystem::path& readable,
+std::vector<SandboxLayerState> restrictFiles(int version, const std::filesystem::path& readable,
                                              const std::filesystem::path& writable);
 
 } // namespace nivex::worker

@@ -78,9 +78,9 @@ std::vector<SandboxLayerState> enterSandbox(const SandboxPolicy& policy)
     std::vector<SandboxLayerState> states;
     states.push_back(stateOf(SandboxLayer::noNewPrivileges, dropPrivileges()));
     states.push_back(stateOf(SandboxLayer::limits, setLimits(policy.limits)));
-    for (SandboxLayerState& state : restrictFiles(policy.readable, policy.writable))
+    for (SandboxLayerState& state : restrictFiles(policy.landlockVersion, policy.readable, policy.writable))
         states.push_back(std::move(state));
-    states.push_back(stateOf(SandboxLayer::calls, refuseCalls()));
+    states.push_back(stateOf(SandboxLayer::calls, refuseCalls(policy.landlockVersion)));
     return states;
 }
 

@@ -13,6 +13,7 @@ struct SandboxPolicy {
     std::filesystem::path readable; // the one input, a file or a folder; empty for none
     std::filesystem::path writable; // the one folder to write in; empty for none
     WorkerLimits limits;
+    int landlockVersion = nivex::landlockVersion();
 };
 
 /// Ties this process to the life of its parent; ends it at once when the parent has ended already. The first thing a

@@ -108,7 +108,9 @@ TEST(WorkerPool, SaysWhyAProgramIsNotAvailable)
     WorkerCall call = house.call("copy");
     call.program = "absent";
     EXPECT_EQ(house.failure(call), ConversionError::engineUnavailable(missing));
-    EXPECT_EQ(house.pool.programs(), (std::vector<std::string>{"checked", "hostile"}));
+    EXPECT_EQ(house.pool.programs(),
+              (std::vector<std::string>{"checked", "hostile", "hostile-landlock2", "hostile-landlock3",
+                                        "hostile-landlock5", "hostile-landlock6"}));
 }
 
 TEST(WorkerPool, GivesUpOnAProgramThatIsNoWorker)

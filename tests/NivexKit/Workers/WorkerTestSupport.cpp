@@ -23,7 +23,7 @@ WorkerCall HostileHouse::call(std::string misdeed, std::string object) const
 {
     fs::remove_all(workingDirectory);
     fs::create_directory(workingDirectory);
-    WorkerCall result{.program = "hostile", .engine = misdeed};
+    WorkerCall result{.program = program, .engine = misdeed};
     result.timeLimit = std::chrono::seconds{60}; // so that a fault in the sandbox is a failed test, not a hanging one
     result.request.input = input;
     result.request.workingDirectory = workingDirectory;

@@ -15,7 +15,10 @@ class HostileHouse {
 public:
     static WorkerPool::Settings settings();
 
-    explicit HostileHouse(WorkerPool::Settings settings = HostileHouse::settings()) : pool{std::move(settings)} {}
+    explicit HostileHouse(WorkerPool::Settings settings = HostileHouse::settings()) : pool{std::move(settings)}
+    {
+        std::filesystem::create_symlink(foreign, link);
+    }
 
     /// A call that asks for a misdeed; `object` is what it is done to.
     WorkerCall call(std::string misdeed, std::string object = "result") const;
@@ -29,12 +32,18 @@ public:
     /// Does an honest conversion and says whether its result is right.
     bool worksOn();
 
+    std::string program = "hostile";
     WorkerPool pool;
     TemporaryFolder folder;
     std::filesystem::path input = folder.write("input", "hello");
     std::filesystem::path foreign = folder.write("foreign/secret", "secret");
+    std::filesystem::path link = folder / "foreign/link"; // to the secret
     std::filesystem::path workingDirectory = folder / "work";
 };
+
+/// The test worker as the kernel lets it be, and speaking the older versions of Landlock.
+inline constexpr const char* hostilePrograms[] = {"hostile", "hostile-landlock2", "hostile-landlock3",
+                                                  "hostile-landlock5", "hostile-landlock6"};
 
 /// Opens a process so that its end can be waited for, however soon its number is used again.
 ProcessHandle processOf(int number);

@@ -2,165 +2,26 @@
 // the outputs is its object where it needs one.
 #include "NivexWorkers/Host/ForkServer.hpp"
 
-#include <fcntl.h>
-#include <linux/capability.h>
-#include <sched.h>
+#include "tests/Support/HostileWorker/Attempts.hpp"
+
 #include <signal.h>
-#include <spawn.h>
-#include <sys/prctl.h>
-#include <sys/ptrace.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
-#include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
+#include <charconv>
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <functional>
 #include <map>
 #include <stdexcept>
 #include <string>
-#include <thread>
+#include <string_view>
 #include <vector>
 
+namespace nivex::testing {
 namespace {
 
 namespace fs = std::filesystem;
-using nivex::EngineRequest;
-using nivex::ProgressCallback;
-
-/// What became of a system call.
-std::string outcome(long result) { return result >= 0 ? "done" : ::strerrorname_np(errno); }
-
-std::string opened(const fs::path& path, int flags) { return outcome(::open(path.c_str(), flags | O_CLOEXEC, 0600)); }
-
-std::string startedProgram()
-{
-    char name[] = "/bin/true";
-    char* const arguments[] = {name, nullptr};
-    errno = ::posix_spawn(nullptr, name, nullptr, nullptr, arguments, nullptr);
-    return outcome(errno == 0 ? 0 : -1);
-}
-
-std::string becameProgram()
-{
-    char name[] = "/bin/true";
-    char* const arguments[] = {name, nullptr};
-    return outcome(::execv(name, arguments));
-}
-
-/// Forks without end, children included; "done" when a single fork works.
-std::string forkedWithoutEnd()
-{
-    std::string last = "done";
-    for (int i = 0; i < 1'000; ++i) {
-        const pid_t child = ::fork();
-        if (child == 0)
-            ::_exit(0);
-        if (child > 0)
-            return "done";
-        last = outcome(child);
-    }
-    return last;
-}
-
-std::string raisedLimit()
-{
-    const rlimit none{.rlim_cur = RLIM_INFINITY, .rlim_max = RLIM_INFINITY};
-    return outcome(::setrlimit(RLIMIT_FSIZE, &none));
-}
-
-std::string loweredLimitOfParent()
-{
-    const rlimit none{.rlim_cur = 0, .rlim_max = 0};
-    return outcome(::prlimit(::getppid(), RLIMIT_NOFILE, &none, nullptr));
-}
-
-std::string limitsInForce()
-{
-    std::string text;
-    for (const auto resource : {RLIMIT_AS, RLIMIT_CPU, RLIMIT_FSIZE, RLIMIT_CORE}) {
-        rlimit limit{};
-        ::getrlimit(resource, &limit);
-        text += std::to_string(limit.rlim_cur) + " ";
-    }
-    return text;
-}
-
-/// What a codec does in a normal day; "done" when all of it works.
-std::string didWhatCodecsDo(const EngineRequest& request)
-{
-    const fs::path folder = request.workingDirectory;
-    int sum = 0;
-    std::thread{[&sum] { sum = 1; }}.join();
-    if (sum != 1)
-        return "no thread";
-    for (const char* path :
-         {"/usr/lib", "/usr/share", "/etc/ld.so.cache", "/dev/urandom", "/proc/self/status", "/dev/null"})
-        if (const std::string result = opened(path, O_RDONLY); result != "done")
-            return std::string{path} + ": " + result;
-    if (opened("/dev/null", O_WRONLY) != "done")
-        return "no /dev/null";
-    fs::create_directories(folder / "a" / "b");
-    fs::copy_file(request.input, folder / "a" / "copy");
-    fs::rename(folder / "a" / "copy", folder / "a" / "b" / "copy");
-    fs::resize_file(folder / "a" / "b" / "copy", 1);
-    fs::remove_all(folder / "a");
-    if (const char* temporary = std::getenv("TMPDIR"); !temporary || folder != temporary)
-        return "TMPDIR is elsewhere";
-    if (::raise(0) != 0)
-        return "no signal to itself";
-    return "done";
-}
-
-using Attempt = std::function<std::string(const EngineRequest&)>;
-
-const fs::path object(const EngineRequest& request) { return request.baseName; }
-
-// clang-format off
-const std::map<std::string, Attempt> attempts = {
-    {"read elsewhere",   [](auto& request) { return opened(object(request), O_RDONLY); }},
-    {"list elsewhere",   [](auto& request) { return opened(object(request).parent_path(), O_RDONLY | O_DIRECTORY); }},
-    {"write elsewhere",  [](auto& request) { return opened(object(request), O_WRONLY); }},
-    {"create elsewhere", [](auto& request) { return opened(object(request).string() + "-new", O_WRONLY | O_CREAT); }},
-    {"remove elsewhere", [](auto& request) { return outcome(::unlink(object(request).c_str())); }},
-    {"empty elsewhere",  [](auto& request) { return outcome(::truncate(object(request).c_str(), 0)); }},
-    {"open to empty",    [](auto& request) { return opened(object(request), O_RDONLY | O_TRUNC); }},
-    {"permit elsewhere", [](auto& request) { return outcome(::chmod(object(request).c_str(), 0777)); }},
-    {"write input",      [](auto& request) { return opened(request.input, O_WRONLY); }},
-    {"remove input",     [](auto& request) { return outcome(::unlink(request.input.c_str())); }},
-    {"permit input",     [](auto& request) { return outcome(::chmod(request.input.c_str(), 0777)); }},
-    {"take input",       [](auto& request) { return outcome(::rename(request.input.c_str(), "taken")); }},
-    {"link input",       [](auto& request) { return outcome(::link(request.input.c_str(), "linked")); }},
-    {"make link",        [](auto&) { return outcome(::symlink("/etc/passwd", "linked")); }},
-    {"make pipe",        [](auto&) { return outcome(::mkfifo("pipe", 0600)); }},
-    {"connect",          [](auto&) { return outcome(::socket(AF_INET, SOCK_STREAM, 0)); }},
-    {"local socket",     [](auto&) { return outcome(::socket(AF_UNIX, SOCK_STREAM, 0)); }},
-    {"start program",    [](auto&) { return startedProgram(); }},
-    {"become program",   [](auto&) { return becameProgram(); }},
-    {"fork",             [](auto&) { return forkedWithoutEnd(); }},
-    {"signal parent",    [](auto&) { return outcome(::kill(::getppid(), SIGTERM)); }},
-    {"signal group",     [](auto&) { return outcome(::kill(0, SIGTERM)); }},
-    {"signal everybody", [](auto&) { return outcome(::kill(-1, SIGTERM)); }},
-    {"signal object",    [](auto& request) { return outcome(::kill(std::stoi(request.baseName), SIGTERM)); }},
-    {"trace parent",     [](auto&) { return outcome(::ptrace(PTRACE_ATTACH, ::getppid(), nullptr, nullptr)); }},
-    {"parent's memory",  [](auto&) { return opened("/proc/" + std::to_string(::getppid()) + "/mem", O_RDONLY); }},
-    {"outlive",          [](auto&) { return outcome(::prctl(PR_SET_PDEATHSIG, 0)); }},
-    {"raise limit",      [](auto&) { return raisedLimit(); }},
-    {"parent's limits",  [](auto&) { return loweredLimitOfParent(); }},
-    {"namespace",        [](auto&) { return outcome(::unshare(CLONE_NEWUSER)); }},
-    {"own ring",         [](auto&) { return outcome(::syscall(SYS_io_uring_setup, 1, nullptr)); }},
-    {"counters",         [](auto&) { return outcome(::syscall(SYS_perf_event_open, nullptr, 0, -1, -1, 0)); }},
-    {"keys",             [](auto&) { return outcome(::syscall(SYS_keyctl, 0, -3, 0)); }},
-    {"limits",           [](auto&) { return limitsInForce(); }},
-    {"codec",            [](auto& request) { return didWhatCodecsDo(request); }},
-    {"parent",           [](auto&) { return std::to_string(::getppid()); }},
-};
-// clang-format on
 
 /// The stream socket among the open descriptors.
 int channel()
@@ -251,13 +112,14 @@ const std::map<std::string, Misdeed> misdeeds = {
 };
 // clang-format on
 
-std::vector<fs::path> convert(const nivex::EngineID& engine, const EngineRequest& request,
-                              const ProgressCallback& progress)
+std::vector<fs::path> convert(const EngineID& engine, const EngineRequest& request, const ProgressCallback& progress)
 {
     const fs::path output = request.workingDirectory / "output";
-    if (const auto attempt = attempts.find(engine.rawValue); attempt != attempts.end()) {
-        std::ofstream{output} << attempt->second(request);
-        return {output};
+    for (const Attempts& attempts : {attemptsOnFiles(), attemptsOnProcesses(), attemptsOnMemory()}) {
+        if (const auto attempt = attempts.find(engine.rawValue); attempt != attempts.end()) {
+            std::ofstream{output} << attempt->second(request);
+            return {output};
+        }
     }
     if (const auto misdeed = misdeeds.find(engine.rawValue); misdeed != misdeeds.end())
         misdeed->second(request, progress);
@@ -266,23 +128,38 @@ std::vector<fs::path> convert(const nivex::EngineID& engine, const EngineRequest
     return {request.outputLocation()};
 }
 
-} // namespace
-
-int main(int argumentCount, char** arguments)
+/// The version of Landlock that the program's own name ends in: nivex-worker-hostile-landlock2 knows only the second.
+std::optional<int> landlockVersionIn(std::string_view program)
 {
-    return nivex::worker::serve(argumentCount, arguments,
-                                {
-                                    .warmUp = {},
-                                    .libraries =
-                                        [] {
-                                            return std::vector<nivex::LibraryVersion>{{"libhostile", "1.0"}};
-                                        },
-                                    .convert = convert,
-                                    .probe =
-                                        [](const auto&, const auto& request) {
-                                            return nivex::SourceProperties{
-                                                .pixelWidth = static_cast<std::int64_t>(fs::file_size(request.input))};
-                                        },
-                                    .render = {},
-                                });
+    constexpr std::string_view label = "-landlock";
+    const std::size_t found = program.rfind(label);
+    if (found == std::string_view::npos)
+        return std::nullopt;
+    int version = 0;
+    std::from_chars(program.data() + found + label.size(), program.data() + program.size(), version);
+    return version;
 }
+
+int serveHostile(int argumentCount, char** arguments)
+{
+    const worker::Handlers handlers{
+        .warmUp = {},
+        .libraries =
+            [] {
+                return std::vector<LibraryVersion>{{"libhostile", "1.0"}};
+            },
+        .convert = convert,
+        .probe =
+            [](const auto&, const auto& request) {
+                return SourceProperties{.pixelWidth = static_cast<std::int64_t>(fs::file_size(request.input))};
+            },
+        .render = {},
+        .maxLandlockVersion = landlockVersionIn(arguments[0]),
+    };
+    return worker::serve(argumentCount, arguments, handlers);
+}
+
+} // namespace
+} // namespace nivex::testing
+
+int main(int argumentCount, char** arguments) { return nivex::testing::serveHostile(argumentCount, arguments); }
