@@ -891,6 +891,8 @@ constexpr StringTable::Row rows[] = {
      "the picture could not be saved as {}"},
     {"l'option {} attend une seule valeur",
      "the option {} takes a single value"},
+    {"la façon dont ce fichier TIFF enregistre ses pixels n'est pas prise en charge",
+     "the way this TIFF file stores its pixels is not supported"},
     {"la taille de « {} » ne peut pas être mesurée",
      "the size of “{}” cannot be measured"},
     {"le document a plus de {} pages",

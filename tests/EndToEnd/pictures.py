@@ -278,6 +278,11 @@ def pam_frames(path):
     return frames
 
 
+def has_profile(path):
+    data = path.read_bytes()
+    return b"acsp" in data or b"iCCP" in data or "inks" in path.name
+
+
 def imagemagick_sees(files, folder):
     """The frames that ImageMagick sees in each file that it can read, by path."""
     folder.mkdir()
@@ -299,13 +304,13 @@ def imagemagick_sees(files, folder):
             run("mogrify", "-quiet", *options, "-format", "pam", *[numbered(n, files[n].suffix) for n in numbers],
                 check=False)
 
-    groups = {"inks": [], "films": [], "turned": [], "premultiplied": [], "others": []}
+    groups = {"profiled": [], "films": [], "turned": [], "premultiplied": [], "others": []}
     for number, path in enumerate(files):
         numbered(number, path.suffix).symlink_to(path)
-        groups["inks" if "inks" in path.name else "films" if path.suffix in (".gif", ".webp") else
+        groups["profiled" if has_profile(path) else "films" if path.suffix in (".gif", ".webp") else
                "turned" if path.suffix == ".tga" else "premultiplied" if path.suffix == ".exr" else
                "others"].append(number)
-    in_parallel(read_one, groups["inks"])                # mogrify gives inks another look than convert
+    in_parallel(read_one, groups["profiled"])            # mogrify obeys no profile
     in_parallel(read_premultiplied, groups["premultiplied"])
     read_many(groups["films"], "-coalesce", "-depth", "16")
     read_many(groups["turned"], *standard)               # a TGA is turned on reading and then said to lie

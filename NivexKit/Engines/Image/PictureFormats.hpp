@@ -34,11 +34,12 @@ struct PictureFormat {
     std::int64_t longestSide = 0; // pixels; 0 where no picture that NIVEX accepts is too large
     bool isLossy = false;         // the encoder honours a quality, and 1.0 need not be lossless
     bool hasAlpha = false;
-    bool hasProfile = false;  // an ICC profile can be embedded; else pixels are sRGB
-    bool hasCmyk = false;     // four inks can be stored
-    bool hasMetadata = false; // Exif, XMP and what IPTC says can be embedded
-    bool hasIptc = false;     // IPTC datasets have a place of their own; else XMP says what they say
-    bool hasPalette = false;  // no more than 256 colours
+    bool hasProfile = false;         // an ICC profile can be embedded; else pixels are sRGB
+    bool refusesGreyProfile = false; // its readers take every profile for one of red, green and blue
+    bool hasCmyk = false;            // four inks can be stored
+    bool hasMetadata = false;        // Exif, XMP and what IPTC says can be embedded
+    bool hasIptc = false;            // IPTC datasets have a place of their own; else XMP says what they say
+    bool hasPalette = false;         // no more than 256 colours
 };
 
 /// Which pictures beyond the first a file of a format may hold, whoever wrote it, and its reader hands on.

@@ -1,10 +1,28 @@
 #include "NivexWorkers/Image/Codecs/Profiles.hpp"
 
+#include "NivexWorkers/Image/Codecs/Release.hpp"
 #include "NivexWorkers/Image/Picture.hpp"
 
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 
+#include <lcms2.h>
+
+#include <array>
+#include <cmath>
+#include <memory>
+
 namespace nivex::image {
+namespace {
+
+bool fits(std::string_view profile, const vips::VImage& image)
+{
+    const ProfileColors needed = isCmyk(image)   ? ProfileColors::cmyk
+                                 : isGrey(image) ? ProfileColors::grey
+                                                 : ProfileColors::rgb;
+    return colorsOfProfile(profile) == needed;
+}
+
+} // namespace
 
 ProfileColors colorsOfProfile(std::string_view profile)
 {
@@ -23,12 +41,54 @@ ProfileColors colorsOfProfile(std::string_view profile)
                               : ProfileColors::other;
 }
 
+std::optional<VipsIntent> readingIntent(std::string_view profile)
+{
+    constexpr std::array intents{VIPS_INTENT_RELATIVE, VIPS_INTENT_PERCEPTUAL, VIPS_INTENT_SATURATION,
+                                 VIPS_INTENT_ABSOLUTE}; // with the numbers of ICC.1
+    const std::unique_ptr<void, Release<cmsCloseProfile>> opened{
+        cmsOpenProfileFromMem(profile.data(), static_cast<cmsUInt32Number>(profile.size()))};
+    if (opened)
+        for (const VipsIntent intent : intents)
+            if (cmsIsIntentSupported(opened.get(), static_cast<cmsUInt32Number>(intent), LCMS_USED_AS_INPUT))
+                return intent;
+    return std::nullopt;
+}
+
+bool countsLight(std::string_view profile)
+{
+    const std::unique_ptr<void, Release<cmsCloseProfile>> opened{
+        cmsOpenProfileFromMem(profile.data(), static_cast<cmsUInt32Number>(profile.size()))};
+    if (!opened)
+        return false;
+    const std::unique_ptr<void, Release<cmsCloseProfile>> lab{cmsCreateLab4Profile(nullptr)};
+    const bool isGrey = colorsOfProfile(profile) == ProfileColors::grey;
+    const std::unique_ptr<void, Release<cmsDeleteTransform>> transform{
+        cmsCreateTransform(opened.get(), isGrey ? TYPE_GRAY_DBL : TYPE_RGB_DBL, lab.get(), TYPE_Lab_DBL,
+                           INTENT_RELATIVE_COLORIMETRIC, cmsFLAGS_NOCACHE | cmsFLAGS_NOOPTIMIZE)};
+    if (!transform)
+        return false;
+    const double half[] = {0.5, 0.5, 0.5};
+    double color[3]{};
+    cmsDoTransform(transform.get(), half, color, 1);
+    constexpr double lightnessOfHalf = 76.07; // CIE 15
+    return std::abs(color[0] - lightnessOfHalf) < 1;
+}
+
+vips::VImage withUsableProfile(const vips::VImage& image)
+{
+    if (!hasProfile(image))
+        return image;
+    const std::string_view profile = profileOf(image);
+    if (fits(profile, image) && readingIntent(profile))
+        return image;
+    vips::VImage bare = image.copy();
+    bare.remove(VIPS_META_ICC_NAME);
+    return bare;
+}
+
 void embedProfile(vips::VImage& image, std::string_view profile)
 {
-    const ProfileColors needed = isCmyk(image)   ? ProfileColors::cmyk
-                                 : isGrey(image) ? ProfileColors::grey
-                                                 : ProfileColors::rgb;
-    if (colorsOfProfile(profile) != needed)
+    if (!fits(profile, image))
         return;
     image = image.copy();
     vips_image_set_blob_copy(image.get_image(), VIPS_META_ICC_NAME, profile.data(), profile.size());

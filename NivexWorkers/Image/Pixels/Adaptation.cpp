@@ -1,5 +1,6 @@
 #include "NivexWorkers/Image/Pixels/Adaptation.hpp"
 
+#include "NivexWorkers/Image/Codecs/Profiles.hpp"
 #include "NivexWorkers/Image/Pixels/Colors.hpp"
 
 #include <algorithm>
@@ -70,8 +71,11 @@ VImage flattened(const VImage& image, FlattenBackground background)
     if (!image.has_alpha())
         return image;
     const double opaque = opaqueAlpha(image);
-    const double value = background == FlattenBackground::white ? opaque : 0; // white has the value of opaque alpha
-    return image.flatten(VImage::option()->set("background", std::vector<double>{value})->set("max_alpha", opaque));
+    const bool isWhite = background == FlattenBackground::white;
+    std::vector<double> ground{isWhite ? opaque : 0}; // white has the value of opaque alpha
+    if (isCmyk(image))
+        ground = {0, 0, 0, isWhite ? 0 : opaque};
+    return image.flatten(VImage::option()->set("background", ground)->set("max_alpha", opaque));
 }
 
 } // namespace
@@ -83,7 +87,7 @@ Picture adapted(Picture picture, const PictureFormat& target, const ConversionOp
     const VImage before = picture.first();
     const std::int64_t longest = longestSide(target, options);
     for (VImage& frame : picture.frames) {
-        frame = scaled(upright(frame), longest);
+        frame = scaled(upright(withUsableProfile(frame)), longest);
         if (!target.hasAlpha)
             frame = flattened(frame, options.flattenBackground);
         frame = inColors(frame, target, options.colorProfile);

@@ -1,5 +1,7 @@
 #include "NivexWorkers/Image/Pixels/Colors.hpp"
 
+#include "NivexWorkers/Image/Codecs/Profiles.hpp"
+
 namespace nivex::image {
 namespace {
 
@@ -22,7 +24,9 @@ VImage transformed(const VImage& image, const char* profile)
     VImage source = image;
     if (isGrey(image) && !hasProfile(image))
         source = image.colourspace(isDeep(image) ? VIPS_INTERPRETATION_RGB16 : VIPS_INTERPRETATION_sRGB);
+    const auto intent = readingIntent(profileOf(source)).value_or(VIPS_INTENT_RELATIVE);
     return source.icc_transform(profile, VImage::option()
+                                             ->set("intent", intent)
                                              ->set("embedded", true)
                                              ->set("input_profile", isCmyk(source) ? "cmyk" : "srgb")
                                              ->set("black_point_compensation", true)
@@ -52,12 +56,25 @@ VImage noDeeperThan(PixelDepth depth, const VImage& image)
     if (!isDeep(image) || depth != PixelDepth::eight)
         return image;
     if (isCmyk(image))
-        return image.msb();
+        return image.msb().copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_CMYK));
     return image.colourspace(isGrey(image) ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB);
+}
+
+/// Grey that a profile explains as sRGB's grey.
+VImage standardGrey(const VImage& image)
+{
+    constexpr int green = 1;
+    constexpr int alpha = 3;
+    const VImage rgb = withoutProfile(transformed(image, "srgb"));
+    const VImage grey = rgb.bands() > alpha ? rgb[green].bandjoin(rgb[alpha]) : rgb[green];
+    return grey.copy(VImage::option()->set("interpretation", image.interpretation()));
 }
 
 VImage preserved(const VImage& image, const PictureFormat& target)
 {
+    const bool isGreyed = isGrey(image) && hasProfile(image);
+    if (isGreyed && (!target.hasProfile || target.refusesGreyProfile))
+        return standardGrey(image);
     if (isCmyk(image) ? target.hasCmyk : target.hasProfile || !hasProfile(image))
         return image;
     const VImage converted = transformed(image, "srgb");

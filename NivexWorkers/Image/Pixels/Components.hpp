@@ -9,6 +9,9 @@ namespace nivex::image {
 /// pixel) become the nearest of these. Floating point counts as linear light, 1.0 as white.
 vips::VImage withUsualComponents(const vips::VImage& image);
 
+/// L*a*b* of floating point (relative to D50, as the space between profiles has it) as sRGB of 8 or 16 bits.
+vips::VImage labAsRgb(const vips::VImage& lab, int bits);
+
 /// Grey linear light, perhaps with alpha, as a frame of a Picture has it: linear light is always RGB.
 vips::VImage greyLightAsRgb(const vips::VImage& image);
 

@@ -86,19 +86,17 @@ VImage lazyImage(Bitmap&& source)
     return owner;
 }
 
-/// From stored L*a*b* (of D50, as the space between profiles has it) to sRGB.
+/// From stored L*a*b* to sRGB.
 VImage standardColours(const VImage& image, int bits)
 {
     const VImage lab = image.extract_band(0, VImage::option()->set("n", 3));
     const double unit = bits == 16 ? 256 : 1;
     const double lightness = 100 / (bits == 16 ? 65'535.0 : 255.0);
-    VImage colours =
-        lab.linear(std::vector<double>{lightness, 1 / unit, 1 / unit}, std::vector<double>{0, -128, -128})
-            .cast(VIPS_FORMAT_FLOAT)
-            .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_LAB))
-            .icc_export(VImage::option()->set("output_profile", "srgb")->set("pcs", VIPS_PCS_LAB)->set("depth", bits))
-            .copy();
-    colours.remove(VIPS_META_ICC_NAME);
+    const VImage colours =
+        labAsRgb(lab.linear(std::vector<double>{lightness, 1 / unit, 1 / unit}, std::vector<double>{0, -128, -128})
+                     .cast(VIPS_FORMAT_FLOAT)
+                     .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_LAB)),
+                 bits);
     return image.bands() == 3 ? colours
                               : colours.bandjoin(image.extract_band(3))
                                     .copy(VImage::option()->set("interpretation", colours.interpretation()));

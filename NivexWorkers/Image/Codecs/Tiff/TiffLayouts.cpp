@@ -4,10 +4,14 @@
 #include "NivexWorkers/Image/Codecs/PixelBuffer.hpp"
 #include "NivexWorkers/Image/Codecs/Profiles.hpp"
 
+#include "NivexKit/Foundation/Text/StringTable.hpp"
+
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <string_view>
 #include <vector>
 
@@ -18,6 +22,12 @@ using vips::VImage;
 
 constexpr unsigned mostBands = 16;
 constexpr tmsize_t mostBytesAtOnce = 256 << 20;
+
+ConversionError unsupportedTiff()
+{
+    return ConversionError::unsupported(
+        "la façon dont ce fichier TIFF enregistre ses pixels n'est pas prise en charge"_fr);
+}
 
 template <class Number>
 Number number(TIFF* tiff, std::uint32_t tag)
@@ -32,9 +42,10 @@ struct Layout {
     explicit Layout(TIFF* tiff)
         : width{number<std::uint32_t>(tiff, TIFFTAG_IMAGEWIDTH)}, height{number<std::uint32_t>(tiff,
                                                                                                TIFFTAG_IMAGELENGTH)},
-          bands{number<std::uint16_t>(tiff, TIFFTAG_SAMPLESPERPIXEL)},
-          bits{number<std::uint16_t>(tiff, TIFFTAG_BITSPERSAMPLE)}, colors{number<std::uint16_t>(tiff,
-                                                                                                 TIFFTAG_PHOTOMETRIC)},
+          bands{number<std::uint16_t>(tiff, TIFFTAG_SAMPLESPERPIXEL)}, bits{number<std::uint16_t>(
+                                                                           tiff, TIFFTAG_BITSPERSAMPLE)},
+          colors{number<std::uint16_t>(tiff, TIFFTAG_PHOTOMETRIC)}, compression{number<std::uint16_t>(
+                                                                        tiff, TIFFTAG_COMPRESSION)},
           isFloating{number<std::uint16_t>(tiff, TIFFTAG_SAMPLEFORMAT) == SAMPLEFORMAT_IEEEFP},
           isWhole{number<std::uint16_t>(tiff, TIFFTAG_SAMPLEFORMAT) == SAMPLEFORMAT_UINT},
           isPlanar{number<std::uint16_t>(tiff, TIFFTAG_PLANARCONFIG) == PLANARCONFIG_SEPARATE && bands > 1},
@@ -46,13 +57,29 @@ struct Layout {
     {
         return isPlanar && isTiled && (isWhole ? bits == 8 || bits == 16 : isFloating && bits == 32);
     }
-    bool isTwelveBits() const { return bits == 12 && isWhole && !isPlanar && !isTiled; }
+    /// Whole numbers that are no bytes; of grey alone libvips knows the narrow ones.
+    bool isPackedBits() const
+    {
+        const bool isNarrowGrey = bands == 1 && (bits == 1 || bits == 2 || bits == 4);
+        return isWhole && !isTiled && bits < 16 && bits != 8 && bits > 0 && !isNarrowGrey;
+    }
+    bool isHalfFloats() const { return isFloating && !isTiled && bits == 16; }
+    bool isDeep() const { return bits > 8; }
+    /// Brightness and colour differences that no JPEG stream holds, or one of TIFF 6.0's first idea of them.
+    bool isColorDifferences() const
+    {
+        return compression == COMPRESSION_OJPEG ||
+               (colors == PHOTOMETRIC_YCBCR && compression != COMPRESSION_JPEG && bits == 8);
+    }
+    /// JPEG streams of 12 bits, or lossless ones, which no library here decodes.
+    bool isStrangeJpeg() const { return compression == COMPRESSION_JPEG && bits != 8; }
 
     std::uint32_t width;
     std::uint32_t height;
     unsigned bands;
     unsigned bits;
     unsigned colors;
+    unsigned compression;
     bool isFloating;
     bool isWhole;
     bool isPlanar;
@@ -87,25 +114,83 @@ void readPlanesOfTiles(TIFF* tiff, const Layout& layout, PixelBuffer& pixels)
             }
 }
 
-/// Two components lie in three bytes, the higher bits first; they are spread over 16 bits.
-void readTwelveBits(TIFF* tiff, const Layout& layout, PixelBuffer& pixels)
+/// Turns the rows of strips into those of the picture; `spread` does it for one row of `count` components.
+template <class Spread>
+void readRows(TIFF* tiff, const Layout& layout, PixelBuffer& pixels, Spread spread)
 {
-    const std::size_t count = std::size_t{layout.width} * layout.bands;
+    const unsigned planes = layout.isPlanar ? layout.bands : 1;
+    const std::size_t step = layout.isPlanar ? layout.bands : 1;
+    const std::size_t count = layout.isPlanar ? layout.width : std::size_t{layout.width} * layout.bands;
     const tmsize_t rowBytes = TIFFScanlineSize(tiff);
-    if (rowBytes <= 0 || rowBytes > mostBytesAtOnce || static_cast<std::size_t>(rowBytes) < (count * 3 + 1) / 2)
+    if (rowBytes <= 0 || rowBytes > mostBytesAtOnce ||
+        static_cast<std::size_t>(rowBytes) < (count * layout.bits + 7) / 8)
         throw damaged();
-    std::vector<std::uint8_t> packed(static_cast<std::size_t>(rowBytes));
-    for (std::uint32_t y = 0; y < layout.height; ++y) {
-        if (TIFFReadScanline(tiff, packed.data(), y, 0) < 0)
-            throw damaged();
-        auto* const row = pixels.samples<std::uint16_t>(y);
-        for (std::size_t i = 0; i < count; ++i) {
-            const std::uint8_t* const at = packed.data() + i / 2 * 3 + i % 2;
-            const unsigned pair = unsigned{at[0]} << 8U | at[1];
-            const unsigned value = i % 2 == 0 ? pair >> 4U : pair & 0xFFFU;
-            row[i] = static_cast<std::uint16_t>(value << 4U | value >> 8U);
+    std::vector<std::uint8_t> stored(static_cast<std::size_t>(rowBytes));
+    for (unsigned plane = 0; plane < planes; ++plane)
+        for (std::uint32_t y = 0; y < layout.height; ++y) {
+            if (TIFFReadScanline(tiff, stored.data(), y, static_cast<std::uint16_t>(plane)) < 0)
+                throw damaged();
+            for (std::size_t i = 0; i < count; ++i)
+                spread(stored, i, pixels.row(y), i * step + plane);
         }
-    }
+}
+
+/// Components side by side, the higher bits first; they are spread over 8 or 16 bits.
+void readPackedBits(TIFF* tiff, const Layout& layout, PixelBuffer& pixels)
+{
+    const unsigned most = (1U << layout.bits) - 1;
+    const auto valueAt = [&](const std::vector<std::uint8_t>& row, std::size_t number) {
+        unsigned value = 0;
+        for (std::size_t bit = number * layout.bits; bit < (number + 1) * layout.bits; ++bit)
+            value = value << 1U | (unsigned{row[bit / 8]} >> (7 - bit % 8) & 1U);
+        return value;
+    };
+    if (layout.isDeep())
+        readRows(tiff, layout, pixels, [&](const auto& row, std::size_t i, std::byte* to, std::size_t place) {
+            const std::uint64_t value = valueAt(row, i);
+            reinterpret_cast<std::uint16_t*>(to)[place] =
+                static_cast<std::uint16_t>((value * 65'535 + most / 2) / most);
+        });
+    else
+        readRows(tiff, layout, pixels, [&](const auto& row, std::size_t i, std::byte* to, std::size_t place) {
+            reinterpret_cast<std::uint8_t*>(to)[place] =
+                static_cast<std::uint8_t>((valueAt(row, i) * 255 + most / 2) / most);
+        });
+}
+
+/// What libtiff makes red, green and blue itself, without alpha.
+VImage readColorDifferences(TIFF* tiff, const Layout& layout)
+{
+    char reason[1024] = "";
+    if (TIFFRGBAImageOK(tiff, reason) == 0)
+        throw unsupportedTiff();
+    PixelBuffer pixels{layout.width, layout.height, 4, VIPS_FORMAT_UCHAR, VIPS_INTERPRETATION_sRGB};
+    constexpr int stopOnError = 1;
+    const int asStored = number<std::uint16_t>(tiff, TIFFTAG_ORIENTATION);
+    if (TIFFReadRGBAImageOriented(tiff, layout.width, layout.height, reinterpret_cast<std::uint32_t*>(pixels.row(0)),
+                                  asStored, stopOnError) == 0)
+        throw damaged();
+    return pixels.image().extract_band(0, VImage::option()->set("n", 3));
+}
+
+/// A number of IEEE 754 of 16 bits.
+float floatOfHalf(std::uint16_t half)
+{
+    const int exponent = half >> 10 & 31;
+    const auto fraction = static_cast<float>(half & 1'023);
+    const float size = exponent == 0    ? std::ldexp(fraction, -24)
+                       : exponent == 31 ? (fraction == 0 ? std::numeric_limits<float>::infinity() : 0)
+                                        : std::ldexp(fraction + 1'024, exponent - 25);
+    return (half & 0x8000) != 0 ? -size : size;
+}
+
+void readHalfFloats(TIFF* tiff, const Layout& layout, PixelBuffer& pixels)
+{
+    readRows(tiff, layout, pixels, [](const auto& row, std::size_t i, std::byte* to, std::size_t place) {
+        std::uint16_t half; // libtiff has put its bytes into the order of the machine
+        std::memcpy(&half, row.data() + 2 * i, sizeof half);
+        reinterpret_cast<float*>(to)[place] = floatOfHalf(half);
+    });
 }
 
 /// Colours that are stored multiplied by their alpha are divided by it.
@@ -122,6 +207,14 @@ VImage withFreeColors(const VImage& image, TIFF* tiff)
     const VImage colors =
         image.unpremultiply(VImage::option()->set("max_alpha", opaque)->set("alpha_band", image.bands() - count));
     return format == VIPS_FORMAT_FLOAT ? colors : colors.rint().cast(format);
+}
+
+/// Grey that counts from white, with its alpha as it is.
+VImage withFirstInverted(const VImage& image)
+{
+    const VImage inverted = image[0].invert();
+    return image.bands() == 1 ? inverted
+                              : inverted.bandjoin(image.extract_band(1, VImage::option()->set("n", image.bands() - 1)));
 }
 
 /// What is told about the pixels, as libvips tells it.
@@ -145,29 +238,40 @@ void describe(VImage& image, TIFF* tiff)
 bool hasRareLayout(TIFF* tiff)
 {
     const Layout layout{tiff};
+    if (layout.isColorDifferences() || layout.isStrangeJpeg())
+        return true;
     const bool isKnown = layout.colors == PHOTOMETRIC_MINISWHITE || layout.colors == PHOTOMETRIC_MINISBLACK ||
                          layout.colors == PHOTOMETRIC_RGB || layout.colors == PHOTOMETRIC_SEPARATED;
     return isKnown && layout.bands >= 1 && layout.bands <= mostBands &&
-           (layout.isPlanesOfTiles() || layout.isTwelveBits());
+           (layout.isPlanesOfTiles() || layout.isPackedBits() || layout.isHalfFloats());
 }
 
 VImage readRareLayout(TIFF* tiff, const ResourceLimits& limits)
 {
     const Layout layout{tiff};
+    if (layout.isStrangeJpeg())
+        throw unsupportedTiff();
     requireAcceptableSize(layout.width, layout.height, 1, limits);
-    const VipsBandFormat format = layout.isFloating  ? VIPS_FORMAT_FLOAT
-                                  : layout.bits == 8 ? VIPS_FORMAT_UCHAR
-                                                     : VIPS_FORMAT_USHORT;
+    if (layout.isColorDifferences()) {
+        VImage image = readColorDifferences(tiff, layout);
+        describe(image, tiff);
+        return image;
+    }
+    const VipsBandFormat format = layout.isFloating ? VIPS_FORMAT_FLOAT
+                                  : layout.isDeep() ? VIPS_FORMAT_USHORT
+                                                    : VIPS_FORMAT_UCHAR;
     const bool isInks = layout.colors == PHOTOMETRIC_SEPARATED;
     PixelBuffer pixels{layout.width, layout.height, static_cast<int>(layout.bands), format,
                        isInks ? VIPS_INTERPRETATION_CMYK : VIPS_INTERPRETATION_MULTIBAND};
     if (layout.isPlanesOfTiles())
         readPlanesOfTiles(tiff, layout, pixels);
+    else if (layout.isHalfFloats())
+        readHalfFloats(tiff, layout, pixels);
     else
-        readTwelveBits(tiff, layout, pixels);
+        readPackedBits(tiff, layout, pixels);
     VImage image = withFreeColors(pixels.image(), tiff);
     if (layout.colors == PHOTOMETRIC_MINISWHITE)
-        image = image.invert();
+        image = withFirstInverted(image);
     describe(image, tiff);
     return image;
 }
