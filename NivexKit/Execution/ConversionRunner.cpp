@@ -7,6 +7,7 @@
 #include "NivexKit/Execution/ProgressGate.hpp"
 #include "NivexKit/Foundation/Files/DestinationError.hpp"
 #include "NivexKit/Foundation/Files/TemporaryWorkspace.hpp"
+#include "NivexKit/Foundation/Files/TreeRemoval.hpp"
 #include "NivexKit/Foundation/Running/WithTimeout.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
 
@@ -15,6 +16,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -191,25 +193,84 @@ private:
     std::stop_token cancellation_;
 };
 
-/// Moves all files or none: what has been placed goes again when a later file cannot be.
-Files moveAllIntoPlace(const Files& files, const fs::path& folder, NameNumbers& numbers)
-{
-    Files placed;
-    AvoidedLocations given;
-    try {
-        for (const fs::path& file : files) {
-            setOrdinaryPermissions(file);
-            placed.push_back(OutputNaming::moveIntoPlace(file, folder, given, &numbers));
-            given.insert(placed.back());
-        }
-    } catch (const ConversionError&) {
-        std::error_code ignored;
-        for (const fs::path& each : placed)
-            fs::remove_all(each, ignored);
-        numbers.forget();
-        throw;
+/// Puts files of a workspace into a folder, all or none: unless it is told to keep them, they go again with it.
+class Placement {
+public:
+    Placement(const OpenFolder& workspace, const OpenFolder& destination, NameNumbers& numbers)
+        : workspace_{workspace}, destination_{destination}, numbers_{numbers}
+    {
     }
-    return placed;
+    Placement(const Placement&) = delete;
+    Placement& operator=(const Placement&) = delete;
+    ~Placement()
+    {
+        if (isKept_ || placed_.empty())
+            return;
+        for (const Placed& each : placed_)
+            if (destination_.holds(each.name, each.identity)) // not what somebody put there since
+                removeTree(destination_, each.name);
+        numbers_.forget();
+    }
+
+    void place(const fs::path& file)
+    {
+        const auto parent = workspace_.folderBelow(file.parent_path().lexically_relative(workspace_.location()));
+        const std::string name = file.filename();
+        const auto status = parent ? parent->entry(name) : std::nullopt;
+        if (!status)
+            throw ConversionError::outputVerificationFailed("fichier produit introuvable"_fr);
+        setOrdinaryPermissions({*parent, name});
+        const fs::path location = OutputNaming::moveIntoPlace({*parent, name}, destination_, given_, &numbers_);
+        const auto there = destination_.entry(location.filename());
+        placed_.push_back({.name = location.filename(), .identity = FileIdentity::of(there.value_or(*status))});
+        given_.insert(location);
+        locations_.push_back(location);
+    }
+
+    Files keep()
+    {
+        isKept_ = true;
+        return locations_;
+    }
+
+private:
+    struct Placed {
+        std::string name;
+        FileIdentity identity;
+    };
+
+    const OpenFolder& workspace_;
+    const OpenFolder& destination_;
+    NameNumbers& numbers_;
+    AvoidedLocations given_;
+    std::vector<Placed> placed_;
+    Files locations_;
+    bool isKept_ = false;
+};
+
+void checkStillThere(const OpenFolder& destination)
+{
+    if (!destination.standsAtLocation())
+        throw ConversionError::destinationUnavailable("le dossier n'existe plus"_fr);
+}
+
+Files moveAllIntoPlace(const Files& files, const OpenFolder& workspace, const OpenFolder& destination,
+                       NameNumbers& numbers)
+{
+    checkStillThere(destination);
+    Placement placement{workspace, destination, numbers};
+    for (const fs::path& file : files)
+        placement.place(file);
+    checkStillThere(destination); // a folder that was renamed meanwhile took the files with it
+    return placement.keep();
+}
+
+OpenFolder openDestination(const fs::path& folder)
+{
+    auto opened = OpenFolder::open(folder);
+    if (!opened)
+        throw destinationError(errno, folder);
+    return *std::move(opened);
 }
 
 std::string baseNameFor(const ConversionTask& task)
@@ -278,6 +339,7 @@ ConversionOutcome ConversionRunner::run(const ConversionTask& task, const Progre
     const fs::path folder = writableFolder(input, placement.destination);
     checkSource(input);
     leftovers_->visit(folder);
+    const OpenFolder opened = openDestination(folder);
     const RunEnd end{std::make_shared<TemporaryWorkspace>(TemporaryWorkspace::create(fs::absolute(folder))),
                      std::make_shared<ProgressGate>(progress)};
 
@@ -292,7 +354,7 @@ ConversionOutcome ConversionRunner::run(const ConversionTask& task, const Progre
         OutputBudget::verify(files, *maximum);
     }
     checkCancellation(cancellation);
-    checkFolder(folder); // gone or closed meanwhile: the reason to give for outputs that went with it
+    checkStillThere(opened); // the reason to give for outputs that went with it
     verifyOutputs(files, end.workspace->root(), input);
 
     if (placement.fileName && files.size() == 1)
@@ -300,7 +362,7 @@ ConversionOutcome ConversionRunner::run(const ConversionTask& task, const Progre
     if (placement.keepsDate)
         copyDate(input, files);
 
-    ConversionOutcome outcome{.outputs = moveAllIntoPlace(files, folder, *numbers_)};
+    ConversionOutcome outcome{.outputs = moveAllIntoPlace(files, end.workspace->folder(), opened, *numbers_)};
     for (const fs::path& output : outcome.outputs)
         outcome.totalBytes += size(output);
     return outcome;

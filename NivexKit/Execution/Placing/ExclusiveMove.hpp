@@ -1,6 +1,8 @@
 #pragma once
 
-#include <filesystem>
+#include "NivexKit/Foundation/Files/OpenFolder.hpp"
+
+#include <string>
 
 namespace nivex {
 
@@ -13,13 +15,18 @@ enum class MoveMeans {
     reservation, // an empty file or folder of our own takes the name and is replaced
 };
 
+/// A name in a folder that is held open.
+struct Place {
+    const OpenFolder& folder;
+    std::string name;
+};
+
 /// Moves a file or folder to `target` unless something is there already, whoever put it there and however late. Across
-/// volumes it goes through a hidden copy beside the target, forced to the disk before it gets its name. What does not
-/// end as `moved` leaves `file` and the target's folder as they were.
+/// volumes it goes through a copy that has no name or a hidden one, forced to the disk before it gets its name. What
+/// does not end as `moved` leaves `file` and the target's folder as they were.
 ///
 /// best    the surest means to try; where the volume lacks it the next one is tried
 /// errors  ConversionError::destinationUnavailable when the move is impossible for another reason
-MoveResult moveExclusively(const std::filesystem::path& file, const std::filesystem::path& target,
-                           MoveMeans best = MoveMeans::renameWithoutReplacing);
+MoveResult moveExclusively(const Place& file, const Place& target, MoveMeans best = MoveMeans::renameWithoutReplacing);
 
 } // namespace nivex

@@ -1,14 +1,12 @@
 #include "NivexKit/Execution/Placing/OrdinaryPermissions.hpp"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <fstream>
 #include <string>
-#include <system_error>
 
 namespace nivex {
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -27,20 +25,22 @@ mode_t fileModeMask()
 
 } // namespace
 
-void setOrdinaryPermissions(const fs::path& location)
+void setOrdinaryPermissions(const Place& place)
 {
+    const FileDescriptor entry = place.folder.openBelow(place.name, O_PATH | O_NOFOLLOW);
     struct stat status {};
-    if (::lstat(location.c_str(), &status) != 0)
+    if (!entry.isOpen() || ::fstat(entry.get(), &status) != 0)
         return;
+    const std::string itself = "/proc/self/fd/" + std::to_string(entry.get());
     if (S_ISREG(status.st_mode))
-        ::chmod(location.c_str(), 0666 & ~fileModeMask());
+        ::chmod(itself.c_str(), 0666 & ~fileModeMask());
     if (!S_ISDIR(status.st_mode))
         return;
     // The set-group-ID bit stays: a shared folder hands it down so that its group can use what is in it.
-    ::chmod(location.c_str(), (0777 & ~fileModeMask()) | (status.st_mode & S_ISGID) | S_IRWXU);
-    std::error_code failure;
-    for (fs::directory_iterator each{location, failure}, end; !failure && each != end; each.increment(failure))
-        setOrdinaryPermissions(each->path());
+    ::chmod(itself.c_str(), (0777 & ~fileModeMask()) | (status.st_mode & S_ISGID) | S_IRWXU);
+    if (const auto folder = place.folder.folderBelow(place.name))
+        for (const std::string& name : folder->names())
+            setOrdinaryPermissions({*folder, name});
 }
 
 } // namespace nivex

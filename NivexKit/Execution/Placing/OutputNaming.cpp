@@ -1,6 +1,5 @@
 #include "NivexKit/Execution/Placing/OutputNaming.hpp"
 
-#include "NivexKit/Execution/Placing/ExclusiveMove.hpp"
 #include "NivexKit/Foundation/ConversionError.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
 #include "NivexKit/Foundation/Text/Unicode.hpp"
@@ -107,14 +106,15 @@ fs::path OutputNaming::uniqueURL(const fs::path& folder, std::string_view baseNa
     }
 }
 
-fs::path OutputNaming::moveIntoPlace(const fs::path& file, const fs::path& folder, const AvoidedLocations& avoiding,
+fs::path OutputNaming::moveIntoPlace(const Place& file, const OpenFolder& folder, const AvoidedLocations& avoiding,
                                      NameNumbers* numbers)
 {
-    const std::string baseName = sanitizedBaseName(file.stem().native());
-    const std::string extension = extensionOf(file);
+    const fs::path name = file.name;
+    const std::string baseName = sanitizedBaseName(name.stem().native());
+    const std::string extension = extensionOf(name);
     for (int attempt = 0; attempt < moveAttempts; ++attempt) {
-        fs::path location = uniqueURL(folder, baseName, extension, avoiding, numbers);
-        if (moveExclusively(file, location) == MoveResult::moved)
+        fs::path location = uniqueURL(folder.location(), baseName, extension, avoiding, numbers);
+        if (moveExclusively(file, {folder, location.filename()}) == MoveResult::moved)
             return location;
     }
     throw ConversionError::destinationUnavailable("impossible de trouver un nom de fichier libre"_fr);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "NivexKit/Execution/Placing/ExclusiveMove.hpp"
 #include "NivexKit/Execution/Placing/NameNumbers.hpp"
 
 #include <filesystem>
@@ -35,8 +36,8 @@ std::filesystem::path uniqueURL(const std::filesystem::path& folder, std::string
 
 /// Moves a file or folder into `folder` under a free name made from its own, and returns where it stands now.
 /// Throws ConversionError::destinationUnavailable; the file is then where it was and nothing stands in the folder.
-std::filesystem::path moveIntoPlace(const std::filesystem::path& file, const std::filesystem::path& folder,
-                                    const AvoidedLocations& avoiding, NameNumbers* numbers = nullptr);
+std::filesystem::path moveIntoPlace(const Place& file, const OpenFolder& folder, const AvoidedLocations& avoiding,
+                                    NameNumbers* numbers = nullptr);
 
 } // namespace OutputNaming
 } // namespace nivex

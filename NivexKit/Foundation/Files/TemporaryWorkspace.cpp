@@ -1,14 +1,15 @@
 #include "NivexKit/Foundation/Files/TemporaryWorkspace.hpp"
 
 #include "NivexKit/Foundation/Files/DestinationError.hpp"
+#include "NivexKit/Foundation/Files/PrivateFolders.hpp"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <optional>
 #include <string>
-#include <system_error>
+#include <vector>
 
 namespace nivex {
 
@@ -16,66 +17,58 @@ namespace fs = std::filesystem;
 
 namespace {
 
-bool isPrivate(const fs::path& folder)
+std::optional<dev_t> volumeOf(const fs::path& location)
 {
     struct stat status {};
-    return ::lstat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == ::geteuid() &&
-           (status.st_mode & 0022) == 0;
+    return ::stat(location.c_str(), &status) == 0 ? std::optional{status.st_dev} : std::nullopt;
 }
 
-/// The folder "NIVEX" in the system's temporary folder. Every user of the machine shares that one, so where the name is
-/// another user's the folder bears our number too.
-std::optional<fs::path> temporaryFolder()
+/// The private folders, those on the volume of a destination first.
+std::vector<fs::path> privateFoldersFor(const fs::path& destination)
 {
-    std::error_code failure;
-    const fs::path shared = fs::temp_directory_path(failure);
-    if (failure)
-        return std::nullopt;
-    for (const std::string& name : {std::string{"NIVEX"}, "NIVEX-" + std::to_string(::geteuid())}) {
-        const fs::path folder = shared / name;
-        if ((::mkdir(folder.c_str(), 0700) == 0 || errno == EEXIST) && isPrivate(folder))
-            return folder;
-    }
-    return std::nullopt;
+    std::vector<fs::path> folders = privateFolders();
+    if (const auto volume = volumeOf(destination))
+        std::ranges::stable_partition(folders,
+                                      [&](const fs::path& each) { return volumeOf(each.parent_path()) == volume; });
+    return folders;
 }
 
 } // namespace
 
 TemporaryWorkspace TemporaryWorkspace::create(const fs::path& folder)
 {
-    if (auto entry = WorkspaceEntry::createFolder(folder, WorkspaceEntry::hiddenPrefix))
-        return TemporaryWorkspace{std::move(*entry)};
-    const int failure = errno;
-    if (const auto elsewhere = temporaryFolder())
-        if (auto entry = WorkspaceEntry::createFolder(*elsewhere, {}))
-            return TemporaryWorkspace{std::move(*entry)};
+    int failure = 0;
+    if (!othersMayRenameIn(folder)) {
+        if (auto locked = LockedFolder::create(folder, LockedFolder::hiddenPrefix))
+            return TemporaryWorkspace{*std::move(locked)};
+        failure = errno;
+    }
+    for (const fs::path& elsewhere : privateFoldersFor(folder)) {
+        if (!preparePrivateFolder(elsewhere))
+            continue;
+        if (auto locked = LockedFolder::create(elsewhere, {}))
+            return TemporaryWorkspace{*std::move(locked)};
+        failure = failure == 0 ? errno : failure;
+    }
     throw destinationError(failure, folder);
 }
 
 void TemporaryWorkspace::removeLeftovers(const fs::path& folder)
 {
-    WorkspaceEntry::removeLeftovers(folder, WorkspaceEntry::hiddenPrefix);
+    LockedFolder::removeLeftovers(folder, LockedFolder::hiddenPrefix);
 }
 
 void TemporaryWorkspace::removeLeftovers()
 {
-    if (const auto folder = temporaryFolder())
-        WorkspaceEntry::removeLeftovers(*folder, {});
+    for (const fs::path& folder : privateFolders())
+        LockedFolder::removeLeftovers(folder, {});
 }
 
 fs::path TemporaryWorkspace::subfolder(std::string_view name) const
 {
-    fs::path folder = root() / name;
-    if (::mkdir(folder.c_str(), 0700) != 0)
+    if (::mkdirat(folder().descriptor(), std::string{name}.c_str(), 0700) != 0)
         throw destinationError(errno, root().parent_path());
-    return folder;
-}
-
-void TemporaryWorkspace::remove() noexcept
-{
-    std::error_code ignored;
-    if (!root().empty())
-        fs::remove_all(root(), ignored);
+    return root() / name;
 }
 
 } // namespace nivex

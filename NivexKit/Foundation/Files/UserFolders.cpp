@@ -40,7 +40,8 @@ Environment processEnvironment()
 UserFolders UserFolders::of(const Environment& environment)
 {
     return {.data = folder(environment, "XDG_DATA_HOME", ".local/share"),
-            .configuration = folder(environment, "XDG_CONFIG_HOME", ".config")};
+            .configuration = folder(environment, "XDG_CONFIG_HOME", ".config"),
+            .cache = folder(environment, "XDG_CACHE_HOME", ".cache")};
 }
 
 } // namespace nivex

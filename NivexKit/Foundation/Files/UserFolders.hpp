@@ -17,9 +17,10 @@ Environment processEnvironment();
 struct UserFolders {
     std::filesystem::path data;          // history and recipes
     std::filesystem::path configuration; // preferences
+    std::filesystem::path cache;         // what may be lost at any time
 
-    /// "NIVEX" below $XDG_DATA_HOME and $XDG_CONFIG_HOME; where these are not absolute paths, below ~/.local/share and
-    /// ~/.config.
+    /// "NIVEX" below $XDG_DATA_HOME, $XDG_CONFIG_HOME and $XDG_CACHE_HOME; where these are not absolute paths, below
+    /// ~/.local/share, ~/.config and ~/.cache.
     static UserFolders of(const Environment& environment);
 };
 

@@ -280,6 +280,40 @@ TEST(ConversionRunner, SaysSoWhenTheFolderVanishesDuringTheRun)
               ConversionError::destinationUnavailable("le dossier n'existe plus"));
 }
 
+TEST(ConversionRunner, SucceedsOnlyWithPathsThatAreThere)
+{
+    ConversionScene scene;
+    const fs::path folder = scene.folder / "holidays";
+    fs::create_directory(folder);
+    scene.engine->work = [&](const EngineRequest& request, const ProgressCallback&, const CancellationFlag&) {
+        const Files files = {written(request, "film.vtt")};
+        fs::rename(folder, scene.folder / "renamed");
+        fs::create_directory(folder); // another one of the same name
+        return files;
+    };
+    EXPECT_EQ(scene.failure(scene.plan({"srt", "vtt"}), scene.input(), {}, DestinationFolder{folder}),
+              ConversionError::destinationUnavailable("le dossier n'existe plus"));
+    EXPECT_TRUE(namesIn(scene.folder / "renamed").empty() && namesIn(folder).empty());
+}
+
+TEST(ConversionRunner, IsNotLedAstrayByASwappedWorkspace)
+{
+    ConversionScene scene;
+    const testing::TemporaryFolder precious;
+    precious.write("step-0/film.vtt", "keep");
+    scene.engine->work = [&](const EngineRequest& request, const ProgressCallback&, const CancellationFlag&) {
+        const Files files = {written(request, "film.vtt")};
+        const fs::path workspace = request.workingDirectory.parent_path();
+        fs::rename(workspace, scene.folder / "stolen");
+        fs::create_directory_symlink(precious.path(), workspace);
+        return files;
+    };
+    const ConversionOutcome outcome = scene.run(scene.plan({"srt", "vtt"}), scene.input());
+    EXPECT_EQ(testing::contentsOf(outcome.outputs.at(0)), "made");
+    EXPECT_EQ(testing::contentsOf(precious / "step-0" / "film.vtt"), "keep");
+    EXPECT_TRUE(namesIn(scene.folder / "stolen").empty());
+}
+
 TEST(ConversionRunner, AbandonsAnEngineThatIsTooLateOrCancelled)
 {
     ConversionScene scene;
@@ -293,7 +327,6 @@ TEST(ConversionRunner, AbandonsAnEngineThatIsTooLateOrCancelled)
         while (!release || !cancellation.isSet())
             std::this_thread::yield();
         progress(1.0); // to nobody: the run has ended
-        fs::create_directories(request.workingDirectory);
         return Files{written(request, "late.vtt")};
     };
     const auto count = [&](std::optional<double>) { ++reports; };

@@ -48,6 +48,13 @@ private:
     fs::path path_;
 };
 
+MoveResult move(const fs::path& file, const fs::path& target, MoveMeans means = MoveMeans::renameWithoutReplacing)
+{
+    const auto from = OpenFolder::open(file.parent_path());
+    const auto to = OpenFolder::open(target.parent_path());
+    return moveExclusively({from.value(), file.filename()}, {to.value(), target.filename()}, means);
+}
+
 TEST(ExclusiveMove, NeverReplacesAnythingByAnyMeans)
 {
     for (const MoveMeans means : allMeans) {
@@ -59,17 +66,21 @@ TEST(ExclusiveMove, NeverReplacesAnythingByAnyMeans)
         fs::create_directory(folder / "taken folder");
         fs::create_symlink(folder / "taken", folder / "link");
         for (const char* name : {"taken", "taken folder", "link"}) {
-            EXPECT_EQ(moveExclusively(file, folder / name, means), MoveResult::nameTaken) << name;
-            EXPECT_EQ(moveExclusively(tree, folder / name, means), MoveResult::nameTaken) << name;
+            EXPECT_EQ(move(file, folder / name, means), MoveResult::nameTaken) << name;
+            EXPECT_EQ(move(tree, folder / name, means), MoveResult::nameTaken) << name;
         }
         EXPECT_EQ(testing::contentsOf(folder / "taken"), "old");
 
-        EXPECT_EQ(moveExclusively(file, folder / "free", means), MoveResult::moved);
-        EXPECT_EQ(moveExclusively(tree, folder / "free tree", means), MoveResult::moved);
+        EXPECT_EQ(move(file, folder / "free", means), MoveResult::moved);
+        EXPECT_EQ(move(tree, folder / "free tree", means), MoveResult::moved);
         EXPECT_EQ(testing::contentsOf(folder / "free"), "new");
         EXPECT_EQ(testing::contentsOf(folder / "free tree" / "deep" / "leaf"), "leaf");
         EXPECT_FALSE(fs::exists(file) || fs::exists(tree));
-        EXPECT_THROW(moveExclusively(folder / "free", folder / "gone" / "name", means), ConversionError);
+        const fs::path gone = folder.write("gone/file", "").parent_path();
+        const auto opened = OpenFolder::open(gone);
+        fs::remove_all(gone);
+        EXPECT_THROW(moveExclusively({OpenFolder::open(folder.path()).value(), "free"}, {*opened, "name"}, means),
+                     ConversionError);
     }
 }
 
@@ -83,8 +94,8 @@ TEST(ExclusiveMove, OfTwoProcessesExactlyOneGetsTheName)
             folder.write("from parent", "parent");
             const pid_t child = ::fork();
             if (child == 0)
-                ::_exit(moveExclusively(folder / "from child", folder / "name", means) == MoveResult::moved ? 1 : 0);
-            const bool won = moveExclusively(folder / "from parent", folder / "name", means) == MoveResult::moved;
+                ::_exit(move(folder / "from child", folder / "name", means) == MoveResult::moved ? 1 : 0);
+            const bool won = move(folder / "from parent", folder / "name", means) == MoveResult::moved;
             int status = 0;
             ::waitpid(child, &status, 0);
             ASSERT_EQ(WEXITSTATUS(status), won ? 0 : 1);
@@ -104,19 +115,19 @@ TEST(ExclusiveMove, CopiesAcrossVolumesWithoutATrace)
     const std::string contents(3'000'001, 'x');
     const fs::path file = here.write("film.mp4", contents);
     fs::permissions(file, static_cast<fs::perms>(0640));
-    EXPECT_EQ(moveExclusively(file, there / "film.mp4"), MoveResult::moved);
+    EXPECT_EQ(move(file, there / "film.mp4"), MoveResult::moved);
     EXPECT_EQ(testing::contentsOf(there / "film.mp4"), contents);
     EXPECT_EQ(fs::status(there / "film.mp4").permissions(), static_cast<fs::perms>(0640));
     EXPECT_FALSE(fs::exists(file));
 
     here.write("film.mp4", "second");
-    EXPECT_EQ(moveExclusively(file, there / "film.mp4"), MoveResult::nameTaken);
+    EXPECT_EQ(move(file, there / "film.mp4"), MoveResult::nameTaken);
     EXPECT_EQ(testing::contentsOf(file), "second");
     fs::remove(there / "film.mp4");
     EXPECT_TRUE(there.isEmpty()) << "the refused copy is still there";
 
     const fs::path tree = here.write("tree/deep/leaf", "leaf").parent_path().parent_path();
-    EXPECT_EQ(moveExclusively(tree, there / "tree"), MoveResult::moved);
+    EXPECT_EQ(move(tree, there / "tree"), MoveResult::moved);
     EXPECT_EQ(testing::contentsOf(there / "tree" / "deep" / "leaf"), "leaf");
     EXPECT_FALSE(fs::exists(tree));
 }
@@ -139,7 +150,7 @@ TEST(ExclusiveMove, AVolumeThatTakesNoMoreIsLeftAsItWas)
     ::setrlimit(RLIMIT_FSIZE, &tight);
     for (const fs::path& each : {file, tree}) {
         try {
-            moveExclusively(each, there / "film.mp4");
+            move(each, there / "film.mp4");
             ADD_FAILURE() << "moved " << each;
         } catch (const ConversionError& error) {
             EXPECT_EQ(error,
@@ -162,7 +173,7 @@ TEST(OrdinaryPermissions, AreThoseOfNewFilesNotOfTheWorkspace)
     fs::create_symlink("/etc/passwd", folder / "tree" / "link");
     const fs::perms passwords = fs::status("/etc/passwd").permissions();
 
-    setOrdinaryPermissions(folder / "tree");
+    setOrdinaryPermissions({OpenFolder::open(folder.path()).value(), "tree"});
 
     EXPECT_EQ(fs::status(file).permissions(), fs::status(fresh).permissions());
     fs::create_directory(folder / "other");

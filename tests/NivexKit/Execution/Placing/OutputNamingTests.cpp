@@ -123,6 +123,12 @@ TEST(OutputNaming, NamesFitTheVolumeWhateverTheNumber)
     EXPECT_EQ(next(), folder / (repeated("é", (255 - 5 - 27) / 2) + " 1000." + extension));
 }
 
+fs::path moveIntoPlace(const fs::path& file, const fs::path& folder)
+{
+    const auto from = OpenFolder::open(file.parent_path());
+    return OutputNaming::moveIntoPlace({*from, file.filename()}, OpenFolder::open(folder).value(), {});
+}
+
 TEST(OutputNaming, MovesFilesAndFoldersUnderTheirCleanedNames)
 {
     const TemporaryFolder workspace;
@@ -139,12 +145,16 @@ TEST(OutputNaming, MovesFilesAndFoldersUnderTheirCleanedNames)
         SCOPED_TRACE(each.file);
         workspace.write(each.file, each.file);
         const fs::path file = workspace / each.file.substr(0, each.file.find('/'));
-        const fs::path placed = OutputNaming::moveIntoPlace(file, folder.path(), {});
+        const fs::path placed = moveIntoPlace(file, folder.path());
         EXPECT_EQ(placed, folder / each.placed);
         EXPECT_EQ(testing::contentsOf(fs::is_directory(placed) ? placed / "inside" : placed), each.file);
         EXPECT_FALSE(fs::exists(file));
     }
-    EXPECT_THROW(OutputNaming::moveIntoPlace(workspace.write("a.txt", ""), folder / "gone", {}), ConversionError);
+    const fs::path late = workspace.write("a.txt", "");
+    const auto gone = OpenFolder::open(workspace.write("gone/file", "").parent_path());
+    fs::remove_all(workspace / "gone");
+    const auto here = OpenFolder::open(workspace.path());
+    EXPECT_THROW(OutputNaming::moveIntoPlace({*here, late.filename()}, *gone, {}), ConversionError);
 }
 
 TEST(OutputNaming, ProcessesThatPlaceTheSameNameAtOnceAllGetTheirOwn)
@@ -160,8 +170,7 @@ TEST(OutputNaming, ProcessesThatPlaceTheSameNameAtOnceAllGetTheirOwn)
         while (!fs::exists(start / "now")) {
         }
         for (int i = 0; i < filesEach; ++i)
-            OutputNaming::moveIntoPlace(workspace.write("film.vtt", std::to_string(process * filesEach + i)),
-                                        folder.path(), {});
+            moveIntoPlace(workspace.write("film.vtt", std::to_string(process * filesEach + i)), folder.path());
         ::_exit(0);
     }
     start.write("now", "");

@@ -14,17 +14,24 @@ TEST(UserFolders, FollowTheBaseDirectoryRules)
         std::map<std::string, std::string> variables;
         const char* data;
         const char* configuration;
+        const char* cache;
     };
     const Case cases[] = {
         {"no variable but the home folder",
          {{"HOME", "/home/a"}},
          "/home/a/.local/share/NIVEX",
-         "/home/a/.config/NIVEX"},
-        {"both set", {{"HOME", "/home/a"}, {"XDG_DATA_HOME", "/d"}, {"XDG_CONFIG_HOME", "/c"}}, "/d/NIVEX", "/c/NIVEX"},
+         "/home/a/.config/NIVEX",
+         "/home/a/.cache/NIVEX"},
+        {"all set",
+         {{"HOME", "/home/a"}, {"XDG_DATA_HOME", "/d"}, {"XDG_CONFIG_HOME", "/c"}, {"XDG_CACHE_HOME", "/x"}},
+         "/d/NIVEX",
+         "/c/NIVEX",
+         "/x/NIVEX"},
         {"empty and relative values do not count",
          {{"HOME", "/home/a"}, {"XDG_DATA_HOME", ""}, {"XDG_CONFIG_HOME", "conf"}},
          "/home/a/.local/share/NIVEX",
-         "/home/a/.config/NIVEX"},
+         "/home/a/.config/NIVEX",
+         "/home/a/.cache/NIVEX"},
     };
     for (const Case& each : cases) {
         SCOPED_TRACE(each.fault);
@@ -34,6 +41,7 @@ TEST(UserFolders, FollowTheBaseDirectoryRules)
         });
         EXPECT_EQ(folders.data, each.data);
         EXPECT_EQ(folders.configuration, each.configuration);
+        EXPECT_EQ(folders.cache, each.cache);
     }
     EXPECT_TRUE(UserFolders::of([](const char*) { return std::nullopt; }).data.is_absolute()) << "without a HOME";
 }
