@@ -11,6 +11,8 @@ import unittest
 PROGRAM = os.environ["NIVEX_PROGRAM"]
 SAMPLES = pathlib.Path(os.environ["NIVEX_SAMPLES"])
 
+needs_pictures = unittest.skipIf(os.environ.get("NIVEX_PICTURES") == "OFF", "built without the pictures' worker")
+
 
 def subrip(cues):
     """A SubRip file of so many cues."""

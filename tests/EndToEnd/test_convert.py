@@ -6,7 +6,7 @@ import subprocess
 import time
 import unittest
 
-from nivex_case import NivexCase, SAMPLES, interrupt, subrip
+from nivex_case import NivexCase, SAMPLES, interrupt, needs_pictures, subrip
 from pictures import run
 
 
@@ -98,6 +98,7 @@ class Convert(NivexCase):
         self.assertRegex(lines["deja.vtt"]["message"], "^Conversion non prise en charge : ")
         self.assertEqual(self.names(), ["bon.srt", "bon.vtt", "deja.vtt", "texte.srt", "vide.srt"])
 
+    @needs_pictures
     def test_options_without_effect_are_said(self):
         self.write("film.srt", subrip(2))
         done, = self.json_lines("convert", "film.srt", "--to", "vtt", "--quality", "0.5")
@@ -197,6 +198,7 @@ class Interruption(NivexCase):
         self.assertTrue(all(name.endswith(".vtt") for name in self.names("sortie")))
         self.assertLess(len(self.names("sortie")), 300)
 
+    @needs_pictures
     def test_ctrl_c_ends_a_long_picture_at_once(self):
         run("convert", "-size", "4000x3000", "plasma:", "-quality", "90", self.folder / "grand.jpg")
         process = self.start_nivex("convert", "grand.jpg", "--to", "heic", "--quality", "0.95")

@@ -4,7 +4,7 @@ import os
 import shutil
 import unittest
 
-from nivex_case import NivexCase, subrip
+from nivex_case import NivexCase, needs_pictures, subrip
 from pictures import run
 
 
@@ -164,6 +164,7 @@ class WrongUsage(NivexCase):
 
 
 class Lists(NivexCase):
+    @needs_pictures
     def test_catalogue_and_engines(self):
         formats = self.json_lines("formats")
         self.assertEqual(len(formats), 203)
@@ -188,6 +189,7 @@ class Lists(NivexCase):
 class Deep(NivexCase):
     """What the decoders add to what the headers tell."""
 
+    @needs_pictures
     def test_a_picture_is_opened_by_its_decoder(self):
         run("convert", "-size", "30x20", "xc:red", "-size", "30x20", "xc:blue", self.folder / "pages.tiff")
         plain, = self.json_lines("identify", "pages.tiff")
@@ -195,6 +197,7 @@ class Deep(NivexCase):
         self.assertEqual(deep["properties"], plain["properties"] | {"decoderTypeIdentifier": "public.tiff"})
         self.assertEqual((deep["confidence"], deep["usable"]), ("verified", True))
 
+    @needs_pictures
     def test_damage_behind_a_whole_header_is_found(self):
         run("convert", "-size", "30x20", "plasma:", self.folder / "whole.gif")
         data = (self.folder / "whole.gif").read_bytes()
