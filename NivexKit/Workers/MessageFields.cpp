@@ -7,12 +7,21 @@ namespace {
 
 constexpr std::size_t maxNesting = 6; // of the deepest message, a request with its formats
 
+constexpr std::size_t maxMembers = 64; // more than any message has
+
 template <class Value>
 const Value& present(const Value* value, std::string_view name)
 {
     if (!value)
         throw WorkerMessageError{"no proper member " + std::string{name}};
     return *value;
+}
+
+const JsonObject& bounded(const JsonObject& object)
+{
+    if (object.members().size() > maxMembers)
+        throw WorkerMessageError{"too many members"};
+    return object;
 }
 
 int hexDigit(char digit)
@@ -37,13 +46,13 @@ MessageFields::MessageFields(std::string_view line)
 {
     try {
         const JsonValue value = parseJson(line, maxNesting);
-        object_ = present(value.object(), "(the message)");
+        object_ = bounded(present(value.object(), "(the message)"));
     } catch (const JsonError& error) {
         throw WorkerMessageError{error.what()};
     }
 }
 
-MessageFields::MessageFields(const JsonValue& value) : object_{present(value.object(), "(an object)")} {}
+MessageFields::MessageFields(const JsonValue& value) : object_{bounded(present(value.object(), "(an object)"))} {}
 
 const JsonValue& MessageFields::value(std::string_view name) const { return present(object_.find(name), name); }
 

@@ -9,7 +9,8 @@
 
 namespace nivex {
 
-/// The members of one message; each getter throws WorkerMessageError when the member is missing or of another kind.
+/// The members of one message, 64 at most; each getter throws WorkerMessageError when the member is missing or of
+/// another kind.
 class MessageFields {
 public:
     /// Reads one line.

@@ -60,19 +60,21 @@ private:
     JsonEvents& events_;
 };
 
-/// Builds a JsonValue from events.
-class TreeBuilder : public JsonEvents {
+} // namespace
+
+/// Builds a JsonValue from events. Names are compared once an object is whole: to look for each among those before it
+/// would take the square of their number.
+class JsonTreeBuilder : public JsonEvents {
 public:
     JsonValue take() { return std::move(root_); }
 
     void beginObject() override { frames_.push_back(Frame{.isObject = true}); }
-    void key(std::string_view name) override
+    void key(std::string_view name) override { frames_.back().name = name; }
+    void endObject() override
     {
-        if (frames_.back().object.find(name))
-            throw JsonError{"a member is named twice"};
-        frames_.back().name = name;
+        frames_.back().object.checkNames();
+        close();
     }
-    void endObject() override { close(); }
     void beginArray() override { frames_.push_back(Frame{.isObject = false}); }
     void endArray() override { close(); }
 
@@ -81,7 +83,7 @@ public:
         if (frames_.empty())
             root_ = std::move(value);
         else if (Frame& frame = frames_.back(); frame.isObject)
-            frame.object.set(frame.name, std::move(value));
+            frame.object.members_.emplace_back(std::move(frame.name), std::move(value));
         else
             frame.array.push_back(std::move(value));
     }
@@ -107,6 +109,8 @@ private:
     std::vector<Frame> frames_;
     JsonValue root_;
 };
+
+namespace {
 
 class JsonWriter {
 public:
@@ -202,6 +206,17 @@ void JsonObject::set(std::string_view name, JsonValue value)
     members_.emplace_back(std::string{name}, std::move(value));
 }
 
+void JsonObject::checkNames() const
+{
+    std::vector<std::string_view> names;
+    names.reserve(members_.size());
+    for (const Member& member : members_)
+        names.push_back(member.first);
+    std::sort(names.begin(), names.end());
+    if (std::adjacent_find(names.begin(), names.end()) != names.end())
+        throw JsonError{"a member is named twice"};
+}
+
 const JsonValue* JsonObject::find(std::string_view name) const
 {
     const auto found =
@@ -239,7 +254,7 @@ void readJson(std::string_view text, JsonEvents& events, std::size_t maxDepth)
 
 JsonValue parseJson(std::string_view text, std::size_t maxDepth)
 {
-    TreeBuilder builder;
+    JsonTreeBuilder builder;
     readJson(text, builder, maxDepth);
     return builder.take();
 }

@@ -34,6 +34,11 @@ public:
     bool operator==(const JsonObject&) const;
 
 private:
+    friend class JsonTreeBuilder; // adds members first and checks their names once
+
+    /// Throws JsonError when two members have one name.
+    void checkNames() const;
+
     std::vector<Member> members_;
 };
 

@@ -105,6 +105,21 @@ TEST(WorkerProtocol, BoundsListsOfOutputs)
     EXPECT_THROW(readWorkerReply(outputs(4'097)), WorkerMessageError);
 }
 
+TEST(WorkerProtocol, BoundsMembersOfMessages)
+{
+    const auto message = [](std::size_t count) {
+        std::string line = "{\"progress\":0.5";
+        for (std::size_t i = 1; i < count; ++i)
+            line += ",\"" + std::to_string(i) + "\":0";
+        return line + "}";
+    };
+    EXPECT_NO_THROW(readWorkerReply(message(64)));
+    EXPECT_THROW(readWorkerReply(message(65)), WorkerMessageError);
+    EXPECT_THROW(readWorkerReply("{\"result\":" + message(65) + "}"), WorkerMessageError);
+    // As many as a line can hold are refused as soon; where reading takes their square, this test never ends.
+    EXPECT_THROW(readWorkerReply(message(150'000)), WorkerMessageError);
+}
+
 TEST(WorkerProtocol, ShowsNothingThatHidesOrReorders)
 {
     const auto detail = [](std::string text) {
