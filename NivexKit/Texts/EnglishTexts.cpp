@@ -1005,6 +1005,8 @@ constexpr StringTable::Row rows[] = {
      "invalid file structure"},
     {"transparence",
      "transparency"},
+    {"une conversion interrompue ne s'est pas arrêtée",
+     "an interrupted conversion has not ended"},
     {"une page n'a pas pu être ajoutée au document",
      "a page could not be added to the document"},
     {"vCard",

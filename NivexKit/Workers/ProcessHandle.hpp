@@ -17,10 +17,11 @@ public:
 
     int descriptor() const { return descriptor_.get(); }
 
-    /// Ends the process at once, whatever it is doing. Does nothing when it has ended.
-    void kill() const;
-    /// Waits for the end of the process; false when the time is up before.
-    bool waitForEnd(std::chrono::milliseconds time) const { return waitReadable(descriptor_.get(), time); }
+    /// Ends the process as soon as the kernel can, whatever it is doing. True when it will end or has ended, false when
+    /// the kernel refuses.
+    bool kill() const;
+    /// Waits for the end of the process; true only when it has ended, false when the time is up before.
+    bool waitForEnd(std::chrono::milliseconds time) const;
 
 private:
     FileDescriptor descriptor_;

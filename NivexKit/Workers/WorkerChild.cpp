@@ -18,8 +18,6 @@ using Clock = std::chrono::steady_clock;
 
 // The flag cannot wake a waiting thread, so it is looked at this often; a fifth of the delay that a person notices.
 constexpr auto cancellationInterval = 20ms;
-// A killed process of many gigabytes takes a while to give them back.
-constexpr auto endingTime = 5s;
 // Between the moment a child closes its channel and the moment it has ended.
 constexpr auto dyingTime = 1s;
 
@@ -52,15 +50,15 @@ WorkerResult WorkerChild::run(const WorkerRequest& request, const ProgressCallba
             if (!receive(lines))
                 throw death(request);
             if (auto result = read(lines, progress)) {
-                end();
+                endOrThrow();
                 return *std::move(result);
             }
         }
     } catch (const WorkerMessageError&) {
-        end();
+        endOrThrow();
         throw brokenRules();
-    } catch (const ConversionError&) {
-        end();
+    } catch (...) {
+        endOrThrow();
         throw;
     }
 }
@@ -131,10 +129,13 @@ std::optional<ChildEnd> WorkerChild::receiveEnd() const
     return packet ? std::optional{readChildEnd(packet->text)} : std::nullopt;
 }
 
-void WorkerChild::end() const
+/// False when the child lives on: the kernel refused to kill it, or holds it in a sleep that nothing ends.
+bool WorkerChild::end() const { return process_.kill() && process_.waitForEnd(endingTime_); }
+
+void WorkerChild::endOrThrow() const
 {
-    process_.kill();
-    process_.waitForEnd(endingTime);
+    if (!end())
+        throw ConversionError::engineUnavailable("une conversion interrompue ne s'est pas arrêtée"_fr);
 }
 
 } // namespace nivex

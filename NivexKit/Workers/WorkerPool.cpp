@@ -27,6 +27,8 @@ std::string joined(const std::vector<std::string>& texts)
     return result;
 }
 
+constexpr Text heldUp = "une conversion interrompue ne s'est pas arrêtée"_fr;
+
 std::string missingProgram(const std::string& program)
 {
     return filled("le programme {} manque à l'installation de NIVEX"_fr, {std::string{programPrefix} + program});
@@ -72,6 +74,8 @@ EngineAvailability WorkerPool::availability(const std::string& program) const
     if (!missing.empty() && !acceptsMissingLayers_)
         return EngineAvailability::unavailable(
             filled("ce système ne permet pas d'isoler les conversions, il manque : {}"_fr, {joined(missing)}));
+    if (isHeldUp(program))
+        return EngineAvailability::unavailable(heldUp.localized());
     return EngineAvailability::available();
 }
 
@@ -115,11 +119,38 @@ template <class Result>
 Result WorkerPool::perform(WorkerTask task, const WorkerCall& call, const ProgressCallback& progress,
                            const CancellationFlag& cancellation)
 {
-    const auto running = child(call.program, cancellation);
-    WorkerResult result = running->run(requestFor(task, call), progress, cancellation, call.timeLimit);
+    WorkerResult result = run(task, call, progress, cancellation);
     if (auto* expected = std::get_if<Result>(&result))
         return std::move(*expected);
     throw ConversionError::encodingFailed("le programme de conversion a donné une réponse incorrecte"_fr);
+}
+
+WorkerResult WorkerPool::run(WorkerTask task, const WorkerCall& call, const ProgressCallback& progress,
+                             const CancellationFlag& cancellation)
+{
+    if (isHeldUp(call.program))
+        throw ConversionError::engineUnavailable(heldUp.localized());
+    auto running = child(call.program, cancellation);
+    try {
+        return running->run(requestFor(task, call), progress, cancellation, call.timeLimit);
+    } catch (...) {
+        if (!running->hasEnded()) {
+            const std::lock_guard lock{mutex_};
+            unended_[call.program].push_back(std::move(running));
+        }
+        throw;
+    }
+}
+
+/// Whether a job of the program lives on that should have ended; forgets those that have ended since.
+bool WorkerPool::isHeldUp(const std::string& program) const
+{
+    const std::lock_guard lock{mutex_};
+    const auto found = unended_.find(program);
+    if (found == unended_.end())
+        return false;
+    std::erase_if(found->second, [](const auto& child) { return child->hasEnded(); });
+    return !found->second.empty();
 }
 
 WorkerRequest WorkerPool::requestFor(WorkerTask task, const WorkerCall& call) const
@@ -164,7 +195,9 @@ WorkerPool::ServerPointer WorkerPool::server(const std::string& program)
     const auto file = fileOf(program);
     if (!file)
         throw ConversionError::engineUnavailable(missingProgram(program));
-    running = WorkerServer::start(*file, {.idleTime = settings_.idleTime, .showsErrors = settings_.showsErrors});
+    running = WorkerServer::start(
+        *file,
+        {.idleTime = settings_.idleTime, .endingTime = settings_.endingTime, .showsErrors = settings_.showsErrors});
     if (!running)
         throw ConversionError::engineUnavailable(
             filled("le programme {} ne démarre pas"_fr, {std::string{programPrefix} + program}));

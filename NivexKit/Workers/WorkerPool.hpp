@@ -37,7 +37,8 @@ public:
         std::int64_t memoryBytes = std::int64_t{4} << 30; // address space of one job
         std::int64_t fileBytes = std::int64_t{16} << 30;  // size of one file that it writes
         unsigned processors = 1;                          // a job's processor time is its time limit on each of them
-        bool showsErrors = false;                         // what the programs write to standard error is seen
+        std::chrono::milliseconds endingTime{5'000}; // for a killed job, which may have many gigabytes to give back
+        bool showsErrors = false;                    // what the programs write to standard error is seen
 
         /// For the program that is running on this machine: its folders beside the executable, in the build tree or in
         /// the installed libexec folder; half of the memory, between 2 and 16 GiB.
@@ -54,7 +55,8 @@ public:
     /// Whether conversions go on where the kernel refuses a required layer of the sandbox. Off unless a person asked.
     void setAcceptsMissingLayers(bool accepts) { acceptsMissingLayers_ = accepts; }
 
-    /// Whether work can be given to a program: it is installed, and the kernel grants what is required. Starts nothing.
+    /// Whether work can be given to a program: it is installed, the kernel grants what is required, and no job of it
+    /// lives on that should have ended. Starts nothing.
     EngineAvailability availability(const std::string& program) const;
 
     /// The names of the programs that are installed, sorted.
@@ -62,7 +64,8 @@ public:
 
     // Each of the following runs in a child of its own and throws ConversionError: the work's own errors, `cancelled`
     // within 100 ms of the flag, `timedOut`, `engineUnavailable` when the program cannot be started or the sandbox is
-    // incomplete, and a plain sentence for a child that died or broke the rules. The child has ended when they return.
+    // incomplete, and a plain sentence for a child that died or broke the rules. The child has ended when they return
+    // or throw, save for the `engineUnavailable` that says it has not; its program is then given no work until it has.
 
     /// What the child wrote: at least one file, each regular, not empty and in the working directory.
     std::vector<std::filesystem::path> convert(const WorkerCall& call, const ProgressCallback& progress,
@@ -80,14 +83,18 @@ private:
     template <class Result>
     Result perform(WorkerTask task, const WorkerCall& call, const ProgressCallback& progress,
                    const CancellationFlag& cancellation);
+    WorkerResult run(WorkerTask task, const WorkerCall& call, const ProgressCallback& progress,
+                     const CancellationFlag& cancellation);
+    bool isHeldUp(const std::string& program) const;
     WorkerRequest requestFor(WorkerTask task, const WorkerCall& call) const;
     std::unique_ptr<WorkerChild> child(const std::string& program, const CancellationFlag& cancellation);
     ServerPointer server(const std::string& program);
 
     Settings settings_;
     std::atomic<bool> acceptsMissingLayers_{false};
-    std::mutex mutex_; // guards servers_
+    mutable std::mutex mutex_; // guards what follows
     std::map<std::string, ServerPointer> servers_;
+    mutable std::map<std::string, std::vector<std::unique_ptr<WorkerChild>>> unended_; // by program
 };
 
 } // namespace nivex

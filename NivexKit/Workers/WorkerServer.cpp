@@ -19,7 +19,7 @@ using namespace std::chrono_literals;
 
 constexpr auto startTime = 20s; // for the first child, which waits until the program has loaded its libraries
 constexpr auto waitInterval = 20ms;
-constexpr auto endingTime = 2s;
+constexpr auto leavingTime = 2s; // for a program that is told to end
 
 /// What a worker program sees of the environment: enough to find fonts and to name times, nothing that could turn a
 /// library's head. The options of the sanitizers are for those who develop NIVEX.
@@ -98,17 +98,22 @@ std::unique_ptr<WorkerServer> WorkerServer::start(const std::filesystem::path& p
         return nullptr;
     // Nobody else waits for this process, so its number still means it.
     FileDescriptor descriptor{static_cast<int>(::syscall(SYS_pidfd_open, process, 0))};
+    if (!descriptor.isOpen()) {
+        ::kill(process, SIGKILL);
+        ::waitpid(process, nullptr, 0);
+        return nullptr;
+    }
     return std::unique_ptr<WorkerServer>{
-        new WorkerServer{std::move(control->first), ProcessHandle{std::move(descriptor)}}};
+        new WorkerServer{std::move(control->first), ProcessHandle{std::move(descriptor)}, how.endingTime}};
 }
 
 WorkerServer::~WorkerServer()
 {
     control_ = FileDescriptor{}; // which tells it to end
-    if (!process_.waitForEnd(endingTime))
-        process_.kill();
-    siginfo_t ignored;
-    ::waitid(P_PIDFD, static_cast<id_t>(process_.descriptor()), &ignored, WEXITED);
+    if (!process_.waitForEnd(leavingTime) && process_.kill())
+        process_.waitForEnd(endingTime_);
+    siginfo_t ignored; // one that the kernel holds longer is left to it
+    ::waitid(P_PIDFD, static_cast<id_t>(process_.descriptor()), &ignored, WEXITED | WNOHANG);
 }
 
 bool WorkerServer::hasEnded() const { return process_.waitForEnd(0ms); }
@@ -133,7 +138,7 @@ std::unique_ptr<WorkerChild> WorkerServer::fork(const CancellationFlag& cancella
     if (!answer || answer->text != startedPacket || answer->descriptors.size() != 1)
         return nullptr;
     return std::make_unique<WorkerChild>(std::move(channel->first), std::move(status->first),
-                                         ProcessHandle{std::move(answer->descriptors.front())});
+                                         ProcessHandle{std::move(answer->descriptors.front())}, endingTime_);
 }
 
 } // namespace nivex

@@ -15,8 +15,9 @@ namespace nivex {
 class WorkerServer {
 public:
     struct Start {
-        std::chrono::milliseconds idleTime; // how long the program stays without work
-        bool showsErrors = false;           // let it write to this program's standard error
+        std::chrono::milliseconds idleTime;   // how long the program stays without work
+        std::chrono::milliseconds endingTime; // how long a killed child may take to end
+        bool showsErrors = false;             // let it write to this program's standard error
     };
 
     /// Starts the program; null when that is impossible.
@@ -35,13 +36,14 @@ public:
     std::unique_ptr<WorkerChild> fork(const CancellationFlag& cancellation) const;
 
 private:
-    WorkerServer(FileDescriptor control, ProcessHandle process)
-        : control_{std::move(control)}, process_{std::move(process)}
+    WorkerServer(FileDescriptor control, ProcessHandle process, std::chrono::milliseconds endingTime)
+        : control_{std::move(control)}, process_{std::move(process)}, endingTime_{endingTime}
     {
     }
 
     FileDescriptor control_;
     ProcessHandle process_;
+    std::chrono::milliseconds endingTime_;
 };
 
 } // namespace nivex

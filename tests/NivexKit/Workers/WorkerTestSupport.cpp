@@ -38,10 +38,11 @@ std::string HostileHouse::attempt(std::string misdeed, std::string object)
     return contentsOf(outputs.at(0));
 }
 
-ConversionError HostileHouse::failure(const WorkerCall& call)
+ConversionError HostileHouse::failure(const WorkerCall& call, const ProgressCallback& progress,
+                                      const CancellationFlag& cancellation)
 {
     try {
-        pool.convert(call, {}, {});
+        pool.convert(call, progress, cancellation);
     } catch (const ConversionError& error) {
         return error;
     }

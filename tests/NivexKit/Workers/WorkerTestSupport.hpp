@@ -27,7 +27,8 @@ public:
     std::string attempt(std::string misdeed, std::string object = "result");
 
     /// Asks for a misdeed and returns the error that it ends in; fails the test when there is none.
-    ConversionError failure(const WorkerCall& call);
+    ConversionError failure(const WorkerCall& call, const ProgressCallback& progress = {},
+                            const CancellationFlag& cancellation = {});
 
     /// Does an honest conversion and says whether its result is right.
     bool worksOn();

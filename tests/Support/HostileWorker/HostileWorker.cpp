@@ -55,6 +55,27 @@ void say(std::string_view text)
         ::pause();
 }
 
+/// As deaf as a process can be: every signal that can be is ignored and blocked.
+[[noreturn]] void ignoreEverything(const EngineRequest& request, const ProgressCallback& progress)
+{
+    sigset_t all;
+    ::sigfillset(&all);
+    ::sigprocmask(SIG_BLOCK, &all, nullptr);
+    for (int each = 1; each < NSIG; ++each)
+        ::signal(each, SIG_IGN);
+    stay(request, progress);
+}
+
+/// Stops itself as a terminal's user might, after telling who it is.
+[[noreturn]] void stop(const EngineRequest& request, const ProgressCallback& progress)
+{
+    ::signal(SIGCONT, SIG_IGN);
+    std::ofstream{request.workingDirectory / "processes"} << ::getpid() << ' ' << ::getppid();
+    progress(0.5);
+    for (;;)
+        ::raise(SIGSTOP);
+}
+
 [[noreturn]] void allocateWithoutEnd()
 {
     for (;;) // lost on purpose: only the limit ends this
@@ -94,6 +115,8 @@ const std::map<std::string, Misdeed> misdeeds = {
     {"crash writing",   [](auto&, auto&) { std::ofstream{"partial"} << "half"; ::raise(SIGSEGV); }},
     {"leave",           [](auto&, auto&) { ::_exit(0); }},
     {"stay",            [](auto& request, auto& progress) { stay(request, progress); }},
+    {"ignore",          [](auto& request, auto& progress) { ignoreEverything(request, progress); }},
+    {"stop",            [](auto& request, auto& progress) { stop(request, progress); }},
     {"spin",            [](auto&, auto&) { for (volatile bool forever = true; forever;) {} }},
     {"allocate",        [](auto&, auto&) { allocateWithoutEnd(); }},
     {"allocate abort",  [](auto&, auto&) { allocateAndAbort(); }},
