@@ -1,6 +1,7 @@
 #include "NivexWorkers/Image/Structures/PngChunks.hpp"
 
 #include "NivexKit/Foundation/Bytes/ByteWriter.hpp"
+#include "NivexKit/Foundation/Text/Hexadecimal.hpp"
 #include "tests/NivexWorkers/Image/PictureScene.hpp"
 #include "tests/Support/Bytes.hpp"
 
