@@ -1,4 +1,4 @@
-#include "NivexWorkers/Image/Structures/PngChunks.hpp"
+#include "NivexWorkers/Image/Codecs/Png/CheckedChunks.hpp"
 
 #include "tests/Fuzz/PictureReader.hpp"
 
@@ -11,7 +11,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string_view bytes{reinterpret_cast<const char*>(data), size};
     const nivex::MemorySource source{std::as_bytes(std::span{bytes})};
     std::string file{pngSignature};
-    for (auto next = pngChunkAt(source, file.size()); next; next = pngChunkAt(source, file.size()))
+    PngChunks chunks{source};
+    while (const auto next = chunks.next())
         file += pngChunk(next->type, bytes.substr(next->data(), next->count));
     return readToTheLastPixel("png", reinterpret_cast<const std::uint8_t*>(file.data()), file.size());
 }

@@ -2,9 +2,13 @@
 
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
+#include "NivexKit/Structures/GifBlocks.hpp"
 #include "NivexKit/Structures/IsoBoxes.hpp"
+#include "NivexKit/Structures/JpegSegments.hpp"
+#include "NivexKit/Structures/PngChunks.hpp"
 
 #include <algorithm>
+#include <array>
 #include <string_view>
 
 namespace nivex {
@@ -16,19 +20,40 @@ using Problem = std::optional<std::string>;
 // time.
 constexpr int maxSteps = 4'096;
 
-/// The end marker that a whole file has within its last bytes.
+/// The end marker that a whole file has within its last bytes, and a look that finds the end where other data follow
+/// it: a film behind a photograph, previews of a camera, padding.
 struct EndMarker {
     std::string_view format;
     std::string_view marker;
     std::uint64_t window;
+    bool (*ends)(const ByteSource&);
     Text problem;
 };
 
+bool pngEnds(const ByteSource& source)
+{
+    PngChunks chunks{source};
+    while (const auto chunk = chunks.next())
+        if (chunk->type == "IEND")
+            return true;
+    return false;
+}
+
+bool jpegEnds(const ByteSource& source) { return jpegPictureEnd(source).has_value(); }
+
+bool gifEnds(const ByteSource& source)
+{
+    GifBlocks blocks{source};
+    while (blocks.next()) {
+    }
+    return blocks.reachedTrailer();
+}
+
 // clang-format off
 constexpr EndMarker endMarkers[] = {
-    {"png",  "IEND",     4'096, "fichier tronqué (fin PNG absente)"_fr},
-    {"jpeg", "\xFF\xD9", 4'096, "fichier tronqué (fin JPEG absente)"_fr},
-    {"gif",  ";",           64, "fichier tronqué (fin GIF absente)"_fr},
+    {"png",  "IEND",     4'096, pngEnds,  "fichier tronqué (fin PNG absente)"_fr},
+    {"jpeg", "\xFF\xD9", 4'096, jpegEnds, "fichier tronqué (fin JPEG absente)"_fr},
+    {"gif",  ";",           64, gifEnds,  "fichier tronqué (fin GIF absente)"_fr},
 };
 
 struct Walk {
@@ -42,47 +67,18 @@ constexpr Walk walks[] = {
 };
 // clang-format on
 
-void skipSubBlocks(ByteReader& reader)
-{
-    while (const std::uint8_t size = reader.u8())
-        reader.skip(size);
-}
-
-void skipColours(ByteReader& reader, std::uint8_t flags)
-{
-    if ((flags & 0x80) != 0)
-        reader.skip(std::size_t{3} << ((flags & 7) + 1));
-}
-
 /// The byte that ends a GIF is frequent inside it too, so the blocks of a small file are followed to see whether they
 /// end. A file too short to have any is not judged.
 bool gifBlocksAreCut(const ByteSource& source)
 {
     constexpr std::uint64_t smallFile = 512 << 10;
-    constexpr std::uint8_t image = 0x2C;
-    constexpr std::uint8_t extension = 0x21;
-    if (source.size() > smallFile)
+    constexpr std::uint64_t screenEnd = 13;
+    if (source.size() > smallFile || source.size() < screenEnd)
         return false;
-    const auto bytes = source.read(0, static_cast<std::size_t>(source.size()));
-    ByteReader reader{bytes};
-    reader.skip(10);
-    const std::uint8_t screenFlags = reader.u8();
-    reader.skip(2);
-    skipColours(reader, screenFlags);
-    if (reader.failed())
-        return false;
-    while (!reader.failed()) {
-        const std::uint8_t block = reader.u8();
-        if (block == image) {
-            reader.skip(8);
-            skipColours(reader, reader.u8());
-        } else if (block != extension) {
-            break; // the end, or anything behind it
-        }
-        reader.skip(1);
-        skipSubBlocks(reader);
+    GifBlocks blocks{source};
+    while (blocks.next()) {
     }
-    return reader.failed();
+    return blocks.isCut();
 }
 
 Problem missingEnd(const ByteSource& source, const EndMarker& end)
@@ -92,7 +88,7 @@ Problem missingEnd(const ByteSource& source, const EndMarker& end)
     const std::string_view text{reinterpret_cast<const char*>(tail.data()), tail.size()};
     if (text.find(end.marker) != text.npos && (end.format != "gif" || !gifBlocksAreCut(source)))
         return std::nullopt;
-    return end.problem.localized();
+    return end.ends(source) ? std::nullopt : Problem{end.problem.localized()};
 }
 
 /// What identifies a box or a chunk: four characters, "ftyp".
@@ -101,6 +97,56 @@ using Code = std::string;
 bool isIndex(const IsoBox& box)
 {
     return box.type == boxType("moov") || box.type == boxType("moof") || box.type == boxType("meta");
+}
+
+/// A number of a box in network order; none when the file ends before it.
+std::optional<std::uint64_t> numberAt(const ByteSource& source, std::uint64_t offset, std::size_t width)
+{
+    std::array<std::byte, 8> bytes;
+    ByteReader reader{std::span{bytes}.first(source.read(offset, std::span{bytes}.first(width))), ByteOrder::big};
+    const std::uint64_t number = width == 8 ? reader.u64() : reader.u32();
+    return reader.failed() ? std::nullopt : std::optional{number};
+}
+
+/// True when the first data reference of a track says that its media are in this file.
+bool keepsItsMedia(const ByteSource& source, const IsoBox& media)
+{
+    constexpr std::uint64_t firstReference = 8; // behind version, flags and count
+    constexpr std::uint64_t sameFile = 1;
+    const auto references = findBox(source, media, {boxType("dinf"), boxType("dref")});
+    if (!references)
+        return false;
+    const auto flags = numberAt(source, references->begin + firstReference + 8, 4);
+    return flags && (*flags & sameFile) != 0;
+}
+
+/// Where the first piece of a track's media stands; none where its table is empty.
+std::optional<std::uint64_t> firstPiece(const ByteSource& source, const IsoBox& media)
+{
+    const auto narrow = findBox(source, media, {boxType("stbl"), boxType("stco")});
+    const auto table = narrow ? narrow : findBox(source, media, {boxType("stbl"), boxType("co64")});
+    if (!table || numberAt(source, table->begin + 4, 4).value_or(0) == 0)
+        return std::nullopt;
+    return numberAt(source, table->begin + 8, narrow ? 4 : 8);
+}
+
+/// True when the first piece of a track lies behind the end of the file. Tracks of a film whose media are kept in
+/// another file, or that come in fragments, describe none here.
+bool describesMissingMedia(const ByteSource& source)
+{
+    const auto movie = findBox(source, {.begin = 0, .end = source.size()}, {boxType("moov")});
+    if (!movie)
+        return false;
+    IsoBoxes tracks{source, *movie};
+    while (const auto track = tracks.next()) {
+        const auto media =
+            track->type == boxType("trak") ? findBox(source, *track, {boxType("mdia"), boxType("minf")}) : std::nullopt;
+        if (!media || !keepsItsMedia(source, *media))
+            continue;
+        if (const auto first = firstPiece(source, *media); first && *first >= source.size())
+            return true;
+    }
+    return false;
 }
 
 Text cutFile() { return "fichier tronqué"_fr; }
@@ -174,8 +220,10 @@ Problem isoMediaProblem(const ByteSource& source)
         const auto box = boxes.next();
         if (const auto& cut = boxes.cutBox()) {
             const bool isNeeded = isIndex(*cut) || cut->type == boxType("mdat") || cut->offset == 0;
-            return isNeeded || !hasIndex ? Problem{cutFile()} : std::nullopt;
+            return isNeeded || !hasIndex || !hasMedia ? Problem{cutFile()} : std::nullopt;
         }
+        if (!box && hasIndex && !hasMedia && describesMissingMedia(source))
+            return cutFile();
         if (!box && (hasIndex || (boxes.position() == source.size() && !hasMedia)))
             return std::nullopt;
         if (!box)

@@ -1,14 +1,12 @@
 #include "NivexKit/Detection/Images/ImageHeaderReaders.hpp"
 #include "NivexKit/Detection/Images/ImageLocation.hpp"
+#include "NivexKit/Structures/JpegSegments.hpp"
 
 #include <algorithm>
 
 namespace nivex {
 namespace {
 
-constexpr std::uint8_t startOfImage = 0xD8;
-constexpr std::uint8_t endOfImage = 0xD9;
-constexpr std::uint8_t startOfScan = 0xDA;
 constexpr std::uint8_t application1 = 0xE1;
 
 /// A frame header (SOF0 to SOF15); the codes between that mean tables (DHT, JPG, DAC) are none.
@@ -16,8 +14,6 @@ bool isFrame(std::uint8_t marker)
 {
     return marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
 }
-
-bool standsAlone(std::uint8_t marker) { return marker == 0x01 || (marker >= 0xD0 && marker <= startOfImage); }
 
 bool readFrame(HeaderBytes& file, std::uint64_t data, SourceProperties& image)
 {
@@ -52,29 +48,12 @@ bool readJpegHeader(HeaderBytes& file, SourceProperties& image) { return readJpe
 
 bool readJpegHeader(HeaderBytes& file, std::uint64_t start, SourceProperties& image)
 {
-    constexpr int maxSegments = 512;
-    std::uint64_t offset = start + 2;
-    for (int i = 0; i < maxSegments; ++i) {
-        ByteReader segment = file.reader(offset, 4, ByteOrder::big);
-        if (segment.u8() != 0xFF)
-            return false;
-        const std::uint8_t marker = segment.u8();
-        if (marker == 0xFF) { // a fill byte
-            ++offset;
-            continue;
-        }
-        if (standsAlone(marker)) {
-            offset += 2;
-            continue;
-        }
-        const std::uint16_t length = segment.u16(); // with its own two bytes
-        if (segment.failed() || length < 2 || marker == startOfScan || marker == endOfImage)
-            return false;
-        if (isFrame(marker))
-            return readFrame(file, offset + 4, image);
-        if (marker == application1)
-            readApplicationData(file, offset + 4, length - 2U, image);
-        offset += 2U + length;
+    JpegSegments segments{file, start};
+    while (const auto segment = segments.next()) {
+        if (isFrame(segment->marker))
+            return readFrame(file, segment->data(), image);
+        if (segment->marker == application1)
+            readApplicationData(file, segment->data(), segment->payload, image);
     }
     return false;
 }

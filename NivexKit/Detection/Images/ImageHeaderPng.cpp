@@ -1,5 +1,6 @@
 #include "NivexKit/Detection/Images/ImageHeaderReaders.hpp"
 #include "NivexKit/Detection/Images/ImageLocation.hpp"
+#include "NivexKit/Structures/PngChunks.hpp"
 
 namespace nivex {
 namespace {
@@ -27,29 +28,21 @@ bool readPngHeader(HeaderBytes& file, SourceProperties& image) { return readPngH
 
 bool readPngHeader(HeaderBytes& file, std::uint64_t start, SourceProperties& image)
 {
-    constexpr std::uint64_t signatureSize = 8;
-    constexpr std::uint64_t frame = 12; // length, type and checksum of a chunk
-    constexpr int maxChunks = 128;
     bool isUnderstood = false;
-    std::uint64_t offset = start + signatureSize;
-    for (int i = 0; i < maxChunks; ++i) {
-        ByteReader chunk = file.reader(offset, 8, ByteOrder::big);
-        const std::uint32_t length = chunk.u32();
-        const std::string_view type = chunk.text(4);
-        const std::uint64_t data = offset + 8;
-        if (chunk.failed() || type == "IDAT")
+    PngChunks chunks{file, start};
+    while (const auto chunk = chunks.next()) {
+        if (chunk->type == "IDAT")
             break;
-        if (type == "IHDR")
-            isUnderstood = readHeaderChunk(file, data, image);
-        else if (type == "tRNS")
+        if (chunk->type == "IHDR")
+            isUnderstood = readHeaderChunk(file, chunk->data(), image);
+        else if (chunk->type == "tRNS")
             image.hasAlpha = true;
-        else if (type == "acTL")
-            image.imageCount = file.reader(data, 4, ByteOrder::big).u32();
-        else if (type == "eXIf")
-            noteExif(file, data, image);
-        else if (type == "iTXt" && file.hasText(data, "XML:com.adobe.xmp"))
-            noteXmp(file, data, length, image);
-        offset += frame + length;
+        else if (chunk->type == "acTL")
+            image.imageCount = file.reader(chunk->data(), 4, ByteOrder::big).u32();
+        else if (chunk->type == "eXIf")
+            noteExif(file, chunk->data(), image);
+        else if (chunk->type == "iTXt" && file.hasText(chunk->data(), "XML:com.adobe.xmp"))
+            noteXmp(file, chunk->data(), chunk->count, image);
     }
     if (!isUnderstood)
         return false;

@@ -2,11 +2,11 @@
 #include "NivexWorkers/Image/Metadata/Containers.hpp"
 #include "NivexWorkers/Image/Metadata/FileRewrite.hpp"
 #include "NivexWorkers/Image/Metadata/XmpPacket.hpp"
-#include "NivexWorkers/Image/Structures/JpegSegments.hpp"
 #include "NivexWorkers/Image/Structures/PhotoshopResources.hpp"
 
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 #include "NivexKit/Foundation/Bytes/ByteWriter.hpp"
+#include "NivexKit/Structures/JpegSegments.hpp"
 
 #include <algorithm>
 #include <map>
@@ -29,7 +29,7 @@ constexpr std::size_t mostPayload = 65'533;
 
 std::vector<std::byte> payloadOf(const ByteSource& file, const JpegSegment& segment)
 {
-    return file.read(segment.offset + 4, segment.payload);
+    return file.read(segment.data(), segment.payload);
 }
 
 /// The kind of metadata that a segment holds: what its payload begins with; empty for none.
@@ -40,7 +40,7 @@ std::string_view metadataLead(const ByteSource& file, const JpegSegment& segment
                                                  : std::vector<std::string_view>{};
     if (leads.empty())
         return {};
-    const auto begin = file.read(segment.offset + 4, std::min(segment.payload, extensionLead.size()));
+    const auto begin = file.read(segment.data(), std::min(segment.payload, extensionLead.size()));
     for (const std::string_view lead : leads)
         if (asText(begin).starts_with(lead))
             return lead;
@@ -125,12 +125,13 @@ Metadata readJpegMetadata(const ByteSource& file)
     std::map<std::string, Parts, std::less<>> extensions;
     std::size_t extensionBytes = 0;
     std::vector<std::byte> resources;
-    for (const JpegSegment& segment : jpegSegments(file).all) {
-        const std::string_view lead = metadataLead(file, segment);
+    JpegSegments segments{file};
+    while (const auto segment = segments.next()) {
+        const std::string_view lead = metadataLead(file, *segment);
         if (lead.empty())
             continue;
-        const auto payload = payloadOf(file, segment);
-        if (payload.size() < segment.payload)
+        const auto payload = payloadOf(file, *segment);
+        if (payload.size() < segment->payload)
             break;
         const auto rest = std::span{payload}.subspan(lead.size());
         if (lead == exifLead && metadata.exif.empty())
@@ -159,18 +160,20 @@ Metadata readJpegMetadata(const ByteSource& file)
 void writeJpegMetadata(const std::filesystem::path& path, const Metadata& metadata)
 {
     FileRewrite file{path};
-    const JpegSegments segments = jpegSegments(file.old());
+    JpegSegments segments{file.old()};
     // What says how to decode (JFIF) comes first; what the encoder said about the picture goes.
-    auto next = segments.all.begin();
-    std::uint64_t begin = 0;
-    if (next != segments.all.end() && next->marker == app0)
-        begin = (next++)->end();
-    file.copy(0, std::max<std::uint64_t>(begin, 2));
+    std::uint64_t begin = segments.position();
+    auto next = segments.next();
+    if (next && next->marker == app0) {
+        begin = next->end();
+        next = segments.next();
+    }
+    file.copy(0, begin);
     file.write(metadataSegments(metadata));
-    for (; next != segments.all.end(); ++next)
+    for (; next; next = segments.next())
         if (metadataLead(file.old(), *next).empty())
             file.copy(next->offset, next->end() - next->offset);
-    file.copyRest(segments.end);
+    file.copyRest(segments.position());
     file.commit();
 }
 

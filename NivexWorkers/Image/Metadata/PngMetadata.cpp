@@ -1,9 +1,9 @@
 // Metadata in the chunks of PNG: eXIf and iTXt (PNG, Third Edition, W3C), and the text chunks "Raw profile
 // type …" in which programs kept metadata before there was eXIf.
+#include "NivexWorkers/Image/Codecs/Png/CheckedChunks.hpp"
 #include "NivexWorkers/Image/Metadata/Containers.hpp"
 #include "NivexWorkers/Image/Metadata/FileRewrite.hpp"
 #include "NivexWorkers/Image/Structures/PhotoshopResources.hpp"
-#include "NivexWorkers/Image/Structures/PngChunks.hpp"
 
 #include "NivexKit/Archive/Deflate.hpp"
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
@@ -140,7 +140,8 @@ Metadata readPngMetadata(const ByteSource& file)
     Metadata fromText;
     std::size_t textBytes = 0;
     constexpr auto profileKeyword = "Raw profile type "sv;
-    for (auto next = pngChunkAt(file, pngSignature.size()); next; next = pngChunkAt(file, next->end())) {
+    PngChunks chunks{file};
+    while (const auto next = chunks.next()) {
         const PngChunk& chunk = *next;
         if (chunk.type == "eXIf" && chunk.count <= mostBlockBytes)
             metadata.exif = file.read(chunk.data(), chunk.count);
@@ -172,7 +173,8 @@ void writePngMetadata(const std::filesystem::path& path, const Metadata& metadat
     FileRewrite file{path};
     file.copy(0, pngSignature.size());
     // Before the pixels: many programs look no further.
-    for (auto next = pngChunkAt(file.old(), pngSignature.size()); next; next = pngChunkAt(file.old(), next->end())) {
+    PngChunks chunks{file.old()};
+    while (const auto next = chunks.next()) {
         if (next->type == "IDAT") {
             if (!metadata.exif.empty())
                 file.write(pngChunk("eXIf", asText(metadata.exif)));

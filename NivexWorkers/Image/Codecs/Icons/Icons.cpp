@@ -1,9 +1,9 @@
 #include "NivexWorkers/Image/Codecs/Icons/Icons.hpp"
 
 #include "NivexWorkers/Image/Codecs/Codec.hpp"
-#include "NivexWorkers/Image/Structures/PngChunks.hpp"
 
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
+#include "NivexKit/Structures/PngChunks.hpp"
 
 #include <algorithm>
 #include <limits>

@@ -1,8 +1,7 @@
 #include "NivexWorkers/Image/Codecs/Pdf/JpegInPdf.hpp"
 
-#include "NivexWorkers/Image/Structures/JpegSegments.hpp"
-
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
+#include "NivexKit/Structures/JpegSegments.hpp"
 
 #include <algorithm>
 #include <string_view>
@@ -30,14 +29,15 @@ std::optional<JpegInPdf> jpegInPdf(const ByteSource& file)
     bool isJfif = false;
     bool isAdobe = false;
     std::vector<std::uint8_t> identifiers;
-    for (const JpegSegment& segment : jpegSegments(file).all) {
-        const auto payload = file.read(segment.offset + 4, std::min<std::size_t>(segment.payload, 32));
+    JpegSegments segments{file};
+    while (const auto segment = segments.next()) {
+        const auto payload = file.read(segment->data(), std::min<std::size_t>(segment->payload, 32));
         ByteReader reader{payload, ByteOrder::big};
-        if (segment.marker == jfif)
+        if (segment->marker == jfif)
             isJfif |= reader.text(5) == std::string_view{"JFIF\0", 5};
-        else if (segment.marker == adobe)
+        else if (segment->marker == adobe)
             isAdobe |= reader.text(5) == "Adobe";
-        else if (isFrame(segment.marker)) {
+        else if (isFrame(segment->marker)) {
             const std::uint8_t bits = reader.u8();
             found = JpegInPdf{.width = 0, .height = reader.u16(), .components = 0, .isInverted = false};
             found->width = reader.u16();
@@ -62,11 +62,12 @@ std::optional<JpegInPdf> jpegInPdf(const ByteSource& file)
 std::vector<JpegInPdf::Piece> bareJpeg(const ByteSource& file)
 {
     std::vector<JpegInPdf::Piece> pieces{{0, 2}};
-    const JpegSegments segments = jpegSegments(file);
-    for (const JpegSegment& segment : segments.all)
-        if (!isOnlyWords(segment.marker))
-            pieces.push_back({segment.offset, segment.end() - segment.offset});
-    pieces.push_back({segments.end, jpegPictureEnd(file) - segments.end});
+    JpegSegments segments{file};
+    while (const auto segment = segments.next())
+        if (!isOnlyWords(segment->marker))
+            pieces.push_back({segment->offset, segment->end() - segment->offset});
+    const std::uint64_t end = jpegPictureEnd(file).value_or(file.size());
+    pieces.push_back({segments.position(), end - segments.position()});
     return pieces;
 }
 

@@ -1,9 +1,8 @@
 #pragma once
 
-#include "NivexWorkers/Image/Structures/PngChunks.hpp"
-
 #include "NivexKit/Foundation/Bytes/ByteSource.hpp"
 #include "NivexKit/Foundation/ResourceLimits.hpp"
+#include "NivexKit/Structures/PngChunks.hpp"
 
 #include <cstddef>
 #include <cstdint>

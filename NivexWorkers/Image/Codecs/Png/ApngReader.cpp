@@ -2,6 +2,7 @@
 // first frame that other programs show as the picture in IDAT.
 #include "NivexWorkers/Image/Codecs/Codec.hpp"
 #include "NivexWorkers/Image/Codecs/Png/Apng.hpp"
+#include "NivexWorkers/Image/Codecs/Png/CheckedChunks.hpp"
 
 #include "NivexKit/Foundation/Bytes/ByteWriter.hpp"
 
@@ -31,7 +32,8 @@ public:
 
     std::optional<Apng> read()
     {
-        for (auto next = pngChunkAt(file_, pngSignature.size()); next; next = pngChunkAt(file_, next->end())) {
+        PngChunks chunks{file_};
+        while (const auto next = chunks.next()) {
             take(*next);
             if (hasPicture_ && !isAnimated_)
                 return std::nullopt;

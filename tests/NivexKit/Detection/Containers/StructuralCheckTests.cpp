@@ -44,6 +44,21 @@ Bytes box(std::string_view type, std::size_t content = 16, std::size_t announced
     return joined({header, textBytes(type), repeated(0, content)});
 }
 
+Bytes boxOf(std::string_view type, const Bytes& content) { return joined({box(type, 0, 8 + content.size()), content}); }
+
+/// An index of one track: whether its media lie in the same file (1) or not (0), and where they begin.
+Bytes film(unsigned char isHere, unsigned begin)
+{
+    const auto number = [](unsigned value) {
+        return joined({repeated(0, 2), repeated(static_cast<unsigned char>(value >> 8), 1),
+                       repeated(static_cast<unsigned char>(value), 1)});
+    };
+    const Bytes reference = boxOf("url ", joined({repeated(0, 3), repeated(isHere, 1)}));
+    const Bytes references = boxOf("dinf", boxOf("dref", joined({repeated(0, 4), number(1), reference})));
+    const Bytes pieces = boxOf("stbl", boxOf("stco", joined({repeated(0, 4), number(1), number(begin)})));
+    return boxOf("moov", boxOf("trak", boxOf("mdia", boxOf("minf", joined({references, pieces})))));
+}
+
 Bytes chunk(std::string_view id, const Bytes& content, std::size_t announced = 0)
 {
     const std::size_t size = announced ? announced : content.size();
@@ -62,6 +77,7 @@ TEST(StructuralCheck, LooksForEndMarkersNearTheEnd)
 {
     const Bytes gif = joined({textBytes("GIF89a"), bytes("01 00 01 00 80 00 00 00 00 00 FF FF FF"),
                               bytes("2C 00 00 00 00 01 00 01 00 00 02 02 44 01 00")});
+    const Bytes jpeg = bytes("FF D8 FF E0 00 03 00 FF FF DB 00 02 FF DA 00 02 00 FF 00 FF D7 11");
     expectProblems({
         {"end within the window", "png", joined({textBytes("IEND"), repeated(0, 4'092)}), ""},
         {"end before the window", "png", joined({textBytes("IEND"), repeated(0, 4'093)}), noPNGEnd},
@@ -73,6 +89,17 @@ TEST(StructuralCheck, LooksForEndMarkersNearTheEnd)
         {"cut where the end marker occurs by chance", "gif",
          joined({gif, bytes("2C 00 00 00 00 01 00 01 00 00 02 04 3B 44")}), noGIFEnd},
         {"end before the window", "gif", joined({textBytes("GIF89a;"), repeated(0, 64)}), noGIFEnd},
+        {"zeros far behind the end", "gif", joined({gif, bytes("3B"), repeated(0, 99)}), ""},
+        {"no end before other data", "gif", joined({gif, repeated(0, 99)}), noGIFEnd},
+        {"a film behind a photograph", "jpeg", joined({jpeg, bytes("FF D9"), repeated('x', 5'000)}), ""},
+        {"tables between scans and stuffed bytes", "jpeg",
+         joined({jpeg, bytes("FF C4 00 03 00 FF DA 00 02 11 FF 00 FF D0 22 FF FF D9"), repeated('x', 5'000)}), ""},
+        {"a cut photograph", "jpeg", joined({jpeg, repeated('x', 5'000)}), noJPEGEnd},
+        {"no scan before the end", "jpeg", joined({bytes("FF D8 FF D9"), repeated('x', 5'000)}), noJPEGEnd},
+        {"other data behind the end", "png",
+         joined({bytes("89 50 4E 47 0D 0A 1A 0A 00 00 00 00 49 45 4E 44 AE 42 60 82"), repeated('x', 5'000)}), ""},
+        {"a chunk cut before the end", "png",
+         joined({bytes("89 50 4E 47 0D 0A 1A 0A 00 00 20 00 49 44 41 54"), repeated('x', 5'000)}), noPNGEnd},
         {"a format without a check", "bmp", textBytes("BM"), ""},
         {"nothing", "png", {}, ""},
     });
@@ -103,6 +130,14 @@ TEST(StructuralCheck, WalksTheBoxesOfMediaFiles)
         {"cut in the first box", "avif", box("ftyp", 16, 32), cutFile},
         {"cut in a box before the index", "mp4", joined({ftyp, box("free", 4, 99)}), cutFile},
         {"first box shorter than its header", "mp4", joined({box("ftyp", 16, 7), repeated('x', 9)}), invalid},
+        {"cut in a box between index and media", "mp4", joined({ftyp, box("moov"), box("free", 4, 99)}), cutFile},
+        {"cut in a box of the maker before the pixels", "cr3",
+         joined({ftyp, box("moov"), box("uuid"), box("uuid", 16, 25)}), cutFile},
+        {"media that would begin behind the end", "mp4", joined({ftyp, film(1, 1'000)}), cutFile},
+        {"their header cut", "mp4", joined({ftyp, film(1, 1'000), bytes("00 00 01")}), cutFile},
+        {"media in another file", "mov", joined({ftyp, film(0, 1'000)}), ""},
+        {"media that are somewhere", "mov", joined({ftyp, film(1, 24)}), ""},
+        {"fragments to come", "mp4", joined({ftyp, box("moov")}), ""},
         {"no boxes", "3gp", repeated(1, 64), invalid},
         {"64-bit size that wraps around", "mp4",
          joined({ftyp, bytes("00 00 00 01"), textBytes("mdat"), repeated(0xFF, 8)}), cutFile},

@@ -1,7 +1,6 @@
 #include "NivexWorkers/Image/Metadata/Containers.hpp"
 #include "NivexWorkers/Image/Metadata/ExifBlock.hpp"
 #include "NivexWorkers/Image/Metadata/XmpPacket.hpp"
-#include "NivexWorkers/Image/Structures/JpegSegments.hpp"
 
 #include "NivexKit/Foundation/Bytes/ByteWriter.hpp"
 
@@ -235,18 +234,6 @@ TEST(XmpPacket, IsSplitWithAllThatItSays)
         EXPECT_NE(halves->main.find(value) == std::string::npos, halves->extension.find(value) == std::string::npos)
             << i;
     }
-}
-
-TEST(JpegSegments, FindTheEndOfThePictureBehindItsScans)
-{
-    using namespace std::string_view_literals;
-    const auto scan = "\xFF\xDA\x00\x02 data \xFF\x00 and \xFF\xD3 more"sv;
-    const std::string picture =
-        "\xFF\xD8" + std::string{scan} + std::string{"\xFF\xC4\x00\x03?", 5} + std::string{scan} + "\xFF\xD9";
-    const std::string file = picture + "\xFF\xD8 another \xFF\xD9";
-    EXPECT_EQ(jpegPictureEnd(MemorySource{std::as_bytes(std::span{file})}), picture.size());
-    const std::string cut = picture.substr(0, picture.size() - 2);
-    EXPECT_EQ(jpegPictureEnd(MemorySource{std::as_bytes(std::span{cut})}), cut.size());
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-#include "NivexWorkers/Image/Structures/PngChunks.hpp"
+#include "NivexWorkers/Image/Codecs/Png/CheckedChunks.hpp"
 
 #include "NivexKit/Foundation/Bytes/ByteWriter.hpp"
 #include "NivexKit/Foundation/Text/Hexadecimal.hpp"
@@ -44,7 +44,8 @@ protected:
         const std::string file = written("png", {.frames = {image}});
         const MemorySource source{std::as_bytes(std::span{file})};
         std::vector<std::string> chunks;
-        for (auto next = pngChunkAt(source, pngSignature.size()); next; next = pngChunkAt(source, next->end()))
+        PngChunks found{source};
+        while (const auto next = found.next())
             chunks.push_back(file.substr(next->offset, next->end() - next->offset));
         return chunks;
     }

@@ -1,4 +1,4 @@
-#include "NivexWorkers/Image/Structures/PngChunks.hpp"
+#include "NivexWorkers/Image/Codecs/Png/CheckedChunks.hpp"
 
 #include "NivexKit/Archive/CRC32.hpp"
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
@@ -7,17 +7,6 @@
 #include <span>
 
 namespace nivex::image {
-
-std::optional<PngChunk> pngChunkAt(const ByteSource& file, std::uint64_t offset)
-{
-    const auto head = file.read(offset, 8);
-    ByteReader reader{head, ByteOrder::big};
-    const std::size_t count = reader.u32();
-    const std::string type{reader.text(4)};
-    if (reader.failed() || file.size() < offset + 12 || file.size() - offset - 12 < count)
-        return std::nullopt;
-    return PngChunk{offset, count, type};
-}
 
 std::optional<std::vector<std::byte>> checkedData(const ByteSource& file, const PngChunk& chunk)
 {

@@ -7,9 +7,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
-namespace nivex::image {
+namespace nivex {
 
 /// The eight bytes with which a PNG file begins, before its first chunk.
 inline constexpr std::string_view pngSignature = "\x89PNG\r\n\x1A\n";
@@ -24,13 +23,20 @@ struct PngChunk {
     std::uint64_t end() const { return data() + count + 4; }
 };
 
-/// The chunk at an offset; none where the file ends before the chunk does.
-std::optional<PngChunk> pngChunkAt(const ByteSource& file, std::uint64_t offset);
+/// Hops over the chunks of a PNG file, or of one that stands at `start` inside another file. It ends where the file
+/// ends before the next chunk does. Checksums are not looked at. The file outlives it.
+class PngChunks {
+public:
+    explicit PngChunks(const ByteSource& file, std::uint64_t start = 0)
+        : file_{file}, position_{start + pngSignature.size()}
+    {
+    }
 
-/// The data of a chunk; none where the checksum is not theirs.
-std::optional<std::vector<std::byte>> checkedData(const ByteSource& file, const PngChunk& chunk);
+    std::optional<PngChunk> next();
 
-/// A chunk as it stands in a file.
-std::string pngChunk(std::string_view type, std::string_view data);
+private:
+    const ByteSource& file_;
+    std::uint64_t position_;
+};
 
-} // namespace nivex::image
+} // namespace nivex
