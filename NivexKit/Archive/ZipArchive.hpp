@@ -19,15 +19,17 @@ class ZipArchive {
 public:
     /// One record of the central directory.
     struct Entry {
-        /// The path inside the archive, "/" as separator, always UTF-8. It comes from the archive: it may be absolute,
-        /// hold ".." or occur twice, and must not be used as the name of a file.
-        std::string name;
+        std::string storedName; // the bytes of the archive, in whatever encoding
         std::uint16_t method = 0;
         std::uint32_t compressedSize = 0;
         std::uint32_t uncompressedSize = 0;
         std::uint32_t crc = 0; // of the uncompressed data
         std::uint32_t localHeaderOffset = 0;
         bool isEncrypted = false;
+
+        /// The path inside the archive, "/" as separator, always UTF-8. It comes from the archive: it may be absolute,
+        /// hold ".." or occur twice, and must not be used as the name of a file.
+        std::string name() const;
 
         bool operator==(const Entry&) const = default;
     };
@@ -37,20 +39,21 @@ public:
 };
 
 /// Reads an archive that the caller keeps alive, a file as well as bytes: the list of entries costs two reads near the
-/// end, an entry two more. Any thread.
+/// end, an entry two more. Bytes in front of an archive that its offsets do not count are passed over. Any thread.
 class ZipArchive::Reader {
 public:
-    enum class Encrypted { refused, listed };
+    /// Who only lists sees encrypted entries and directories of the 64-bit extension too.
+    enum class Purpose { extracting, listing };
 
     /// The records of the central directory, in its order.
     ///
-    /// errors   unreadableSource when there is no sound directory of at most 20,000 entries and 8 MiB; unsupported for
-    ///          an archive that needs the 64-bit extension and, unless they are to be listed, for encrypted entries
-    static std::vector<Entry> centralDirectory(const ByteSource& archive, Encrypted encrypted = Encrypted::refused);
+    /// errors   unreadableSource when there is no sound directory of at most 20,000 entries and 128 MiB; unsupported,
+    ///          unless listing, for an archive that needs the 64-bit extension and for encrypted entries
+    static std::vector<Entry> centralDirectory(const ByteSource& archive, Purpose purpose = Purpose::extracting);
 
     /// Reads the central directory; errors as there.
     explicit Reader(const ByteSource& archive, const ResourceLimits& limits = ResourceLimits::standard(),
-                    Encrypted encrypted = Encrypted::refused);
+                    Purpose purpose = Purpose::extracting);
 
     const std::vector<Entry>& entries() const { return entries_; }
 
@@ -72,6 +75,7 @@ private:
 
     const ByteSource* archive_;
     std::int64_t maxEntryBytes_;
+    std::uint64_t bytesInFront_ = 0;
     std::vector<Entry> entries_;
 };
 

@@ -13,16 +13,17 @@ namespace nivex {
 namespace {
 
 constexpr std::uint16_t maxEntries = 20'000;
-constexpr std::uint32_t maxDirectoryBytes = 8 << 20;
+constexpr std::uint64_t maxDirectoryBytes = 128 << 20; // names of 6,000 bytes each
 constexpr std::size_t maxCommentSize = 65'535;
 constexpr std::uint16_t encryptedFlag = 1;
 constexpr std::string_view endSignatureText = "PK\x05\x06";
 
 // What an archive with the 64-bit extension writes in place of the count and the offset.
 constexpr std::uint16_t countElsewhere = 0xFFFF;
-constexpr std::uint32_t offsetElsewhere = 0xFFFFFFFF;
+constexpr std::uint32_t offsetElsewhere = 0xFFFFFFFF; // and of a size
 
 using Entry = ZipArchive::Entry;
+using Purpose = ZipArchive::Reader::Purpose;
 using Bytes = std::vector<std::byte>;
 
 ConversionError invalidDirectory() { return ConversionError::unreadableSource("répertoire ZIP invalide"_fr); }
@@ -67,27 +68,96 @@ EndRecord findEndRecord(const Tail& tail)
     return end;
 }
 
-void checkEndRecord(const EndRecord& end)
+/// Where the directory stands in the file.
+struct Directory {
+    std::uint64_t offset = 0;
+    std::uint64_t size = 0;
+    std::uint64_t count = 0;
+    std::uint64_t bytesInFront = 0; // of the archive, as its offsets count
+};
+
+/// The directory of an archive with the 64-bit extension, as the record tells that stands before the end record.
+Directory wideDirectory(const ByteSource& archive, const EndRecord& end)
 {
-    if (end.count == countElsewhere || end.directoryOffset == offsetElsewhere)
-        throw ConversionError::unsupported("archive de plus de 4 Go"_fr);
-    const bool liesBefore = end.directoryOffset <= end.offset && end.directorySize <= end.offset - end.directoryOffset;
-    if (!liesBefore || end.count > maxEntries || end.directorySize > maxDirectoryBytes)
+    constexpr std::uint64_t locatorSize = 20;
+    constexpr std::uint32_t locatorSignature = 0x07064B50;
+    constexpr std::uint32_t recordSignature = 0x06064B50;
+    if (end.offset < locatorSize)
         throw invalidDirectory();
+    const Bytes locatorBytes = archive.read(end.offset - locatorSize, locatorSize);
+    ByteReader locator{locatorBytes, invalidDirectory()};
+    locator.expect(locatorSignature);
+    locator.skip(4); // the disk
+    const Bytes recordBytes = archive.read(locator.u64(), 56);
+    ByteReader record{recordBytes, invalidDirectory()};
+    record.expect(recordSignature);
+    record.seek(32);
+    const std::uint64_t count = record.u64();
+    const std::uint64_t size = record.u64();
+    return {.offset = record.u64(), .size = size, .count = count};
+}
+
+bool beginsRecord(const ByteSource& archive, std::uint64_t offset)
+{
+    const Bytes bytes = archive.read(offset, 4);
+    return ByteReader{bytes}.u32() == zip::centralSignature;
+}
+
+/// The directory that an end record tells of. It ends where that record begins: where no entry stands at the announced
+/// offset but one does there, bytes were put in front of the archive.
+Directory narrowDirectory(const ByteSource& archive, const EndRecord& end)
+{
+    Directory directory{.offset = end.directoryOffset, .size = end.directorySize, .count = end.count};
+    if (directory.count == 0 || directory.size > end.offset || beginsRecord(archive, directory.offset))
+        return directory;
+    const std::uint64_t offset = end.offset - directory.size;
+    if (offset > directory.offset && beginsRecord(archive, offset)) {
+        directory.bytesInFront = offset - directory.offset;
+        directory.offset = offset;
+    }
+    return directory;
+}
+
+Directory directoryOf(const ByteSource& archive, const EndRecord& end, Purpose purpose)
+{
+    const bool isWide = end.count == countElsewhere || end.directoryOffset == offsetElsewhere;
+    if (isWide && purpose != Purpose::listing)
+        throw ConversionError::unsupported("archive de plus de 4 Go"_fr);
+    const Directory directory = isWide ? wideDirectory(archive, end) : narrowDirectory(archive, end);
+    const bool liesBefore = directory.offset <= end.offset && directory.size <= end.offset - directory.offset;
+    if (!liesBefore || directory.count > maxEntries || directory.size > maxDirectoryBytes)
+        throw invalidDirectory();
+    return directory;
 }
 
 /// The bytes of the directory: a part of the tail, or read into `storage` where they begin before it.
-std::span<const std::byte> directoryBytes(const ByteSource& archive, const Tail& tail, const EndRecord& end,
+std::span<const std::byte> directoryBytes(const ByteSource& archive, const Tail& tail, const Directory& directory,
                                           Bytes& storage)
 {
-    if (end.directoryOffset >= tail.offset)
-        return std::span{tail.bytes}.subspan(static_cast<std::size_t>(end.directoryOffset - tail.offset),
-                                             end.directorySize);
-    storage = archive.read(end.directoryOffset, end.directorySize);
+    const auto size = static_cast<std::size_t>(directory.size);
+    if (directory.offset >= tail.offset)
+        return std::span{tail.bytes}.subspan(static_cast<std::size_t>(directory.offset - tail.offset), size);
+    storage = archive.read(directory.offset, size);
     return storage;
 }
 
-Entry readRecord(ByteReader& record, ZipArchive::Reader::Encrypted encrypted)
+/// Puts in what the 64-bit extension keeps behind the name, in this order, of what is marked as being elsewhere. What
+/// does not fit into 32 bits stays marked.
+void takeWideNumbers(ByteReader extra, Entry& entry)
+{
+    constexpr std::uint16_t wideNumbers = 1;
+    while (extra.left() >= 4) {
+        const std::uint16_t kind = extra.u16();
+        ByteReader field{extra.bytes(extra.u16())};
+        if (kind != wideNumbers)
+            continue;
+        for (std::uint32_t* number : {&entry.uncompressedSize, &entry.compressedSize, &entry.localHeaderOffset})
+            if (*number == offsetElsewhere && field.left() >= 8)
+                *number = static_cast<std::uint32_t>(std::min<std::uint64_t>(field.u64(), offsetElsewhere));
+    }
+}
+
+Entry readRecord(ByteReader& record, Purpose purpose)
 {
     record.expect(zip::centralSignature);
     record.skip(4); // versions: nothing that is read here depends on them
@@ -103,13 +173,16 @@ Entry readRecord(ByteReader& record, ZipArchive::Reader::Encrypted encrypted)
     const std::uint16_t commentLength = record.u16();
     record.skip(8); // disk number and attributes
     entry.localHeaderOffset = record.u32();
-    if (entry.isEncrypted && encrypted == ZipArchive::Reader::Encrypted::refused)
+    if (entry.isEncrypted && purpose == Purpose::extracting)
         throw encryptedArchive();
     if (record.left() < nameLength)
         throw ConversionError::unreadableSource("nom ZIP tronqué"_fr);
-    entry.name = validUtf8(record.text(nameLength));
+    entry.storedName = record.text(nameLength);
     // The end of the last record may be cut off: nothing of it is needed.
-    record.skip(std::min<std::size_t>(record.left(), std::size_t{extraLength} + commentLength));
+    const auto extra = record.bytes(std::min<std::size_t>(record.left(), extraLength));
+    if (purpose == Purpose::listing)
+        takeWideNumbers(ByteReader{extra}, entry);
+    record.skip(std::min<std::size_t>(record.left(), commentLength));
     return entry;
 }
 
@@ -121,45 +194,73 @@ void checkReadable(const Entry& entry)
         throw ConversionError::unsupported(filled("méthode de compression ZIP {}"_fr, {std::to_string(entry.method)}));
 }
 
-} // namespace
-
-std::vector<Entry> ZipArchive::Reader::centralDirectory(const ByteSource& archive, Encrypted encrypted)
+bool isAscii(std::string_view text)
 {
-    const Tail tail{archive};
-    const EndRecord end = findEndRecord(tail);
-    checkEndRecord(end);
-    Bytes storage;
-    const std::span<const std::byte> directory = directoryBytes(archive, tail, end, storage);
-    std::vector<Entry> entries;
-    entries.reserve(std::min<std::size_t>(end.count, directory.size() / zip::centralRecordSize));
-    ByteReader records{directory, invalidDirectory()};
-    for (std::uint16_t i = 0; i < end.count; ++i) {
-        if (records.left() < zip::centralRecordSize)
-            throw invalidDirectory();
-        entries.push_back(readRecord(records, encrypted));
-    }
-    return entries;
+    return std::all_of(text.begin(), text.end(), [](char each) { return static_cast<unsigned char>(each) < 0x80; });
 }
 
-ZipArchive::Reader::Reader(const ByteSource& archive, const ResourceLimits& limits, Encrypted encrypted)
-    : archive_{&archive}, maxEntryBytes_{limits.maxUnzippedEntryBytes}, entries_{centralDirectory(archive, encrypted)}
+struct Listing {
+    std::uint64_t bytesInFront = 0;
+    std::vector<Entry> entries;
+};
+
+Listing listingOf(const ByteSource& archive, Purpose purpose)
 {
+    const Tail tail{archive};
+    const Directory directory = directoryOf(archive, findEndRecord(tail), purpose);
+    Bytes storage;
+    const std::span<const std::byte> bytes = directoryBytes(archive, tail, directory, storage);
+    Listing listing{.bytesInFront = directory.bytesInFront};
+    listing.entries.reserve(std::min<std::size_t>(directory.count, bytes.size() / zip::centralRecordSize));
+    ByteReader records{bytes, invalidDirectory()};
+    for (std::uint64_t i = 0; i < directory.count; ++i) {
+        if (records.left() < zip::centralRecordSize)
+            throw invalidDirectory();
+        listing.entries.push_back(readRecord(records, purpose));
+    }
+    return listing;
+}
+
+} // namespace
+
+std::string ZipArchive::Entry::name() const { return validUtf8(storedName); }
+
+std::vector<Entry> ZipArchive::Reader::centralDirectory(const ByteSource& archive, Purpose purpose)
+{
+    return listingOf(archive, purpose).entries;
+}
+
+ZipArchive::Reader::Reader(const ByteSource& archive, const ResourceLimits& limits, Purpose purpose)
+    : archive_{&archive}, maxEntryBytes_{limits.maxUnzippedEntryBytes}
+{
+    Listing listing = listingOf(archive, purpose);
+    bytesInFront_ = listing.bytesInFront;
+    entries_ = std::move(listing.entries);
 }
 
 const Entry* ZipArchive::Reader::entry(std::string_view name) const
 {
-    const auto found = std::find_if(entries_.begin(), entries_.end(), [&](const Entry& e) { return e.name == name; });
+    // Names are decoded only where the stored bytes are another text.
+    const auto isNamed = [&](const Entry& e) {
+        return e.storedName == name || (!isAscii(e.storedName) && e.name() == name);
+    };
+    const auto found = std::find_if(entries_.begin(), entries_.end(), isNamed);
     return found == entries_.end() ? nullptr : &*found;
 }
 
 std::vector<std::byte> ZipArchive::Reader::contents(const Entry& entry) const
 {
-    // The compressed data are held in memory too; none that decode to less are twice the limit long.
-    if (entry.uncompressedSize > maxEntryBytes_ || entry.compressedSize / 2 > maxEntryBytes_)
-        throw ConversionError::resourceLimit(filled("« {} » trop volumineux une fois décompressé"_fr, {entry.name}));
+    const auto tooLarge = [&] {
+        return ConversionError::resourceLimit(filled("« {} » trop volumineux une fois décompressé"_fr, {entry.name()}));
+    };
+    if (entry.uncompressedSize > maxEntryBytes_)
+        throw tooLarge();
     const std::uint64_t begin = dataOffset(entry);
     if (archive_->size() - begin < entry.compressedSize)
         throw cut();
+    // The compressed data are held in memory too; none that decode to less are twice the limit long.
+    if (entry.compressedSize / 2 > maxEntryBytes_)
+        throw tooLarge();
     checkReadable(entry);
     Bytes data = archive_->read(begin, std::size_t{entry.compressedSize});
     if (entry.method == zip::methodDeflated)
@@ -185,12 +286,13 @@ std::vector<std::byte> ZipArchive::Reader::prefix(const Entry& entry, std::size_
 /// Where the data of an entry begin, behind its local header.
 std::uint64_t ZipArchive::Reader::dataOffset(const Entry& entry) const
 {
-    const Bytes header = archive_->read(entry.localHeaderOffset, zip::localHeaderSize);
+    const std::uint64_t offset = bytesInFront_ + entry.localHeaderOffset;
+    const Bytes header = archive_->read(offset, zip::localHeaderSize);
     ByteReader local{header, damaged()};
     local.expect(zip::localSignature);
     local.seek(26);
     const std::uint32_t variable = std::uint32_t{local.u16()} + local.u16();
-    const std::uint64_t begin = entry.localHeaderOffset + zip::localHeaderSize + std::uint64_t{variable};
+    const std::uint64_t begin = offset + zip::localHeaderSize + variable;
     if (begin > archive_->size())
         throw cut();
     return begin;

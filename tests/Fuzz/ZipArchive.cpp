@@ -13,7 +13,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     nivex::ResourceLimits limits;
     limits.maxUnzippedEntryBytes = 1 << 20;
     try {
-        const ZipArchive::Reader archive{source, limits, ZipArchive::Reader::Encrypted::listed};
+        const ZipArchive::Reader archive{source, limits, ZipArchive::Reader::Purpose::listing};
         for (const ZipArchive::Entry& entry : archive.entries()) {
             try {
                 if (archive.prefix(entry, 1'000).size() > 1'000)

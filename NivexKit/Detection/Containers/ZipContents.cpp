@@ -65,26 +65,45 @@ std::string_view trimmedMediaType(std::string_view text)
     return text.ends_with(suffix) ? text.substr(0, text.size() - suffix.size()) : text;
 }
 
+/// What an OpenDocument package without "mimetype" says of itself: the first media type of its manifest is that of the
+/// whole.
+std::string mediaTypeInManifest(const Reader& archive)
+{
+    constexpr std::string_view start = "application/vnd.oasis.opendocument.";
+    const std::string manifest = prefixOf(archive, "META-INF/manifest.xml", manifestBytes);
+    const std::size_t begin = manifest.find(start);
+    return begin == manifest.npos ? std::string{}
+                                  : manifest.substr(begin, manifest.find_first_of("\"'", begin) - begin);
+}
+
 std::optional<Candidates> fromMediaType(const Reader& archive)
 {
-    const std::string content = prefixOf(archive, "mimetype", 128);
+    const std::string content =
+        archive.entry("mimetype") ? prefixOf(archive, "mimetype", 128) : mediaTypeInManifest(archive);
     const std::string_view type = trimmedMediaType(content);
     for (const MediaTypeRow& row : mediaTypes)
         if (type == row.mediaType)
             return Candidates{row.format};
+    if (type.starts_with("application/") && contains(type, "corel") && contains(type, "draw"))
+        return Candidates{"cdr"};
     // A drawing, a formula, a database: OpenDocument, but none of the catalogue's.
     if (type.starts_with("application/vnd.oasis.opendocument."))
         return Candidates{"zip"};
     return std::nullopt;
 }
 
-std::optional<Candidates> fromMainPart(const Reader& archive, const Candidates& candidates)
+/// The candidates with the one in front that the main part names; the others stay, as people give a workbook without
+/// macros the name of one that may have some.
+std::optional<Candidates> fromMainPart(const Reader& archive, Candidates candidates)
 {
     const std::string types = prefixOf(archive, "[Content_Types].xml", manifestBytes);
-    for (const MediaTypeRow& row : mainParts)
-        if (contains(types, row.mediaType) &&
-            std::find(candidates.begin(), candidates.end(), row.format) != candidates.end())
-            return Candidates{row.format};
+    for (const MediaTypeRow& row : mainParts) {
+        const auto named = std::find(candidates.begin(), candidates.end(), row.format);
+        if (!contains(types, row.mediaType) || named == candidates.end())
+            continue;
+        std::rotate(candidates.begin(), named, std::next(named));
+        return candidates;
+    }
     return std::nullopt;
 }
 
@@ -104,8 +123,8 @@ std::optional<Candidates> fromRootObject(const Reader& archive)
     if (message.starts_with("\x08\x90\x4E"))
         return Candidates{"pages"};
     const auto isSlide = [](const ZipArchive::Entry& entry) {
-        return entry.name.starts_with("Index/Slide") || entry.name.starts_with("Index/MasterSlide") ||
-               entry.name.starts_with("Index/TemplateSlide");
+        return entry.storedName.starts_with("Index/Slide") || entry.storedName.starts_with("Index/MasterSlide") ||
+               entry.storedName.starts_with("Index/TemplateSlide");
     };
     const auto& entries = archive.entries();
     return Candidates{std::any_of(entries.begin(), entries.end(), isSlide) ? "key" : "numbers"};
@@ -132,10 +151,10 @@ Candidates candidatesOf(const Reader& archive)
 {
     if (const auto type = fromMediaType(archive))
         return *type;
-    std::vector<std::string> names;
+    std::vector<std::string_view> names;
     for (const ZipArchive::Entry& entry : archive.entries())
-        names.push_back(entry.name);
-    const Candidates byNames = ZipInspector::classify(std::span<const std::string>{names});
+        names.push_back(entry.storedName);
+    const Candidates byNames = ZipInspector::classify(std::span<const std::string_view>{names});
     std::optional<Candidates> refined;
     if (byNames.front() == "zip")
         refined = fromOtherNames(archive);
@@ -164,7 +183,7 @@ bool hidesItsContent(const Reader& archive)
 Finding zip(const ByteSource& source, const SniffResult&)
 {
     try {
-        const Reader archive{source, ResourceLimits::standard(), Reader::Encrypted::listed};
+        const Reader archive{source, ResourceLimits::standard(), Reader::Purpose::listing};
         return {.candidates = candidatesOf(archive), .isEncrypted = hidesItsContent(archive)};
     } catch (const ConversionError&) {
         const auto head = source.read(0, headBytes);

@@ -13,13 +13,13 @@
 namespace nivex {
 namespace {
 
-using Names = std::span<const std::string>;
+using Names = std::span<const std::string_view>;
 
 bool has(Names names, std::string_view name) { return std::find(names.begin(), names.end(), name) != names.end(); }
 
 bool anyBegins(Names names, std::string_view start)
 {
-    return std::any_of(names.begin(), names.end(), [&](const std::string& name) { return name.starts_with(start); });
+    return std::any_of(names.begin(), names.end(), [&](std::string_view name) { return name.starts_with(start); });
 }
 
 /// Compared without regard to case; `end` is in lower case and ASCII.
@@ -32,7 +32,7 @@ bool endsIn(std::string_view name, std::string_view end)
 
 bool anyEnds(Names names, std::initializer_list<std::string_view> ends)
 {
-    return std::any_of(names.begin(), names.end(), [&](const std::string& name) {
+    return std::any_of(names.begin(), names.end(), [&](std::string_view name) {
         return std::any_of(ends.begin(), ends.end(), [&](std::string_view end) { return endsIn(name, end); });
     });
 }
@@ -40,8 +40,8 @@ bool anyEnds(Names names, std::initializer_list<std::string_view> ends)
 /// True when there are files and each has one of the endings.
 bool everyFileEnds(Names names, std::initializer_list<std::string_view> ends)
 {
-    const auto isFolder = [](const std::string& name) { return name.ends_with('/'); };
-    const auto fits = [&](const std::string& name) { return isFolder(name) || anyEnds({&name, 1}, ends); };
+    const auto isFolder = [](std::string_view name) { return name.ends_with('/'); };
+    const auto fits = [&](std::string_view name) { return isFolder(name) || anyEnds({&name, 1}, ends); };
     return !std::all_of(names.begin(), names.end(), isFolder) && std::all_of(names.begin(), names.end(), fits);
 }
 
@@ -130,9 +130,9 @@ std::optional<std::vector<std::string>> ZipInspector::entryNames(const std::file
         return std::nullopt;
     try {
         std::vector<std::string> names;
-        for (ZipArchive::Entry& entry :
-             ZipArchive::Reader::centralDirectory(*source, ZipArchive::Reader::Encrypted::listed))
-            names.push_back(std::move(entry.name));
+        for (const ZipArchive::Entry& entry :
+             ZipArchive::Reader::centralDirectory(*source, ZipArchive::Reader::Purpose::listing))
+            names.push_back(entry.name());
         return names;
     } catch (const ConversionError&) {
         return std::nullopt;
@@ -140,6 +140,12 @@ std::optional<std::vector<std::string>> ZipInspector::entryNames(const std::file
 }
 
 std::vector<FormatID> ZipInspector::classify(std::span<const std::string> entryNames)
+{
+    const std::vector<std::string_view> names{entryNames.begin(), entryNames.end()};
+    return classify(std::span{names});
+}
+
+std::vector<FormatID> ZipInspector::classify(std::span<const std::string_view> entryNames)
 {
     const auto applies = [&](const Flavour& flavour) { return flavour.applies(entryNames); };
     return words(std::find_if(std::begin(flavours), std::end(flavours), applies)->formats);

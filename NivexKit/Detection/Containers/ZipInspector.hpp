@@ -7,6 +7,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace nivex {
@@ -19,6 +20,7 @@ public:
     static std::optional<std::vector<std::string>> entryNames(const std::filesystem::path& url);
 
     static std::vector<FormatID> classify(std::span<const std::string> entryNames);
+    static std::vector<FormatID> classify(std::span<const std::string_view> entryNames);
 
     /// The same from the beginning of an archive whose directory cannot be read: by the local headers in there.
     static std::vector<FormatID> classify(std::span<const std::byte> header);

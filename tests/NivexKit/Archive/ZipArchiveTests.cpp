@@ -87,7 +87,7 @@ TEST(ZipArchive, ReadsBackWhatItWrites)
     const ZipArchive::Reader reader{source};
     ASSERT_EQ(reader.entries().size(), 2U);
     EXPECT_EQ(reader.entries()[0], (ZipArchive::Entry{"a.txt", 0, 5, 5, 0xD0E0396A, 0, false}));
-    EXPECT_EQ(reader.entries()[1].name, "b/é.txt");
+    EXPECT_EQ(reader.entries()[1].name(), "b/é.txt");
     EXPECT_EQ(reader.entries()[1].method, 8);
     EXPECT_LT(reader.entries()[1].compressedSize, 1'000U);
     EXPECT_EQ(reader.contents(reader.entries()[1]), repeated('x', 1'000));
@@ -136,7 +136,7 @@ TEST(ZipArchive, AlignsTheData)
         const auto header = std::span{archive}.subspan(entry.localHeaderOffset);
         const std::size_t variable =
             std::to_integer<std::size_t>(header[26]) + std::to_integer<std::size_t>(header[28]);
-        EXPECT_EQ((entry.localHeaderOffset + 30 + variable) % 64, 0U) << entry.name.size();
+        EXPECT_EQ((entry.localHeaderOffset + 30 + variable) % 64, 0U) << entry.name().size();
     }
 }
 
@@ -199,7 +199,7 @@ TEST(ZipArchive, ChecksTheDirectory)
     }
     const Bytes encrypted = patched(good, secondRecord + 8, "01");
     const auto listed =
-        ZipArchive::Reader::centralDirectory(MemorySource{encrypted}, ZipArchive::Reader::Encrypted::listed);
+        ZipArchive::Reader::centralDirectory(MemorySource{encrypted}, ZipArchive::Reader::Purpose::listing);
     EXPECT_TRUE(!listed[0].isEncrypted && listed[1].isEncrypted);
 }
 
@@ -217,8 +217,9 @@ TEST(ZipArchive, ChecksAnEntryThatItReads)
         {"sound", good, "none"},
         {"over the limit", patched(good, secondRecord + 24, "D1 07"),
          "limit: « b/é.txt » trop volumineux une fois décompressé"},
-        {"compressed data far over the limit", patched(good, secondRecord + 20, "FF FF FF FF"),
-         "limit: « b/é.txt » trop volumineux une fois décompressé"},
+        {"announces exactly the limit", patched(good, secondRecord + 24, "D0 07"), "none"},
+        {"compressed data far over the limit, and beyond the end", patched(good, secondRecord + 20, "FF FF FF FF"),
+         "unreadable: archive ZIP tronquée"},
         {"no local header there", patched(good, secondLocal, "00"), damaged},
         {"local header beyond the end", patched(good, secondRecord + 42, "FF FF FF 00"), damaged},
         {"data beyond the end", patched(good, secondRecord + 20, "00 08"), "unreadable: archive ZIP tronquée"},
@@ -251,9 +252,52 @@ TEST(ZipArchive, TakesNamesAsTheyAre)
     const ZipArchive::Reader reader{source};
     std::vector<std::string> names;
     for (const ZipArchive::Entry& entry : reader.entries())
-        names.push_back(entry.name);
+        names.push_back(entry.name());
     EXPECT_THAT(names, ::testing::ElementsAre("../up", "/root", "a\\b", "twice", "twice", "bad \xEF\xBF\xBD name", ""));
     EXPECT_EQ(reader.entry("twice"), &reader.entries()[3]);
+}
+
+TEST(ZipArchive, PassesOverBytesInFront)
+{
+    const Bytes archive = joined({repeated('x', 7), sampleArchive()});
+    const MemorySource source{archive};
+    const ZipArchive::Reader reader{source};
+    EXPECT_EQ(failureOf([&] { reader.contents(reader.entries()[1]); }), "none");
+    EXPECT_EQ(failureOf([&] {
+                  ZipArchive::Reader::centralDirectory(MemorySource{joined({archive, archive})});
+              }),
+              "none")
+        << "another archive in front";
+}
+
+TEST(ZipArchive, ListsWhatTheExtensionOf64BitsTells)
+{
+    const Bytes good = sampleArchive();
+    const auto number = [](std::uint64_t value) {
+        Bytes result;
+        for (int shift = 0; shift < 64; shift += 8)
+            result.push_back(static_cast<std::byte>(value >> shift));
+        return result;
+    };
+    // Moves the size and the place of the second entry into its extra field, and what the end record says before it.
+    Bytes moved = patched(good, secondRecord + 24, "FF FF FF FF");
+    moved = patched(patched(moved, secondRecord + 42, "FF FF FF FF"), secondRecord + 30, "14 00");
+    moved.erase(moved.end() - 22, moved.end());
+    const std::size_t directory = good.size() - static_cast<std::size_t>(-firstRecord);
+    const Bytes records = joined({moved, bytes("01 00 10 00"), number(1'000), number(secondLocal)});
+    const Bytes wide = joined({records, bytes("50 4B 06 06"), number(44), bytes("2D 00 2D 00 00 00 00 00 00 00 00 00"),
+                               number(2), number(2), number(records.size() - directory), number(directory),
+                               bytes("50 4B 06 07 00 00 00 00"), number(records.size()), bytes("01 00 00 00"),
+                               bytes("50 4B 05 06 00 00 00 00 FF FF FF FF FF FF FF FF FF FF FF FF 00 00")});
+    const auto listed = [](const Bytes& archive) {
+        return ZipArchive::Reader::centralDirectory(MemorySource{archive}, ZipArchive::Reader::Purpose::listing);
+    };
+    const auto entries = listed(wide);
+    EXPECT_EQ(entries.at(1).uncompressedSize, 1'000U);
+    EXPECT_EQ(entries.at(1).localHeaderOffset, secondLocal);
+    EXPECT_EQ(failureOf([&] { ZipArchive::Reader{MemorySource{wide}}; }), "unsupported: archive de plus de 4 Go");
+    EXPECT_EQ(failureOf([&] { listed(patched(good, endRecord + 10, "FF FF")); }),
+              "unreadable: répertoire ZIP invalide");
 }
 
 /// A source that counts what is read of it.

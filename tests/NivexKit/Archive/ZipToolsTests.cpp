@@ -73,8 +73,8 @@ TEST(ZipTools, MakeArchivesThatTheReaderReadsBack)
         Files found;
         for (const ZipArchive::Entry& entry : archive.entries()) {
             const auto content = archive.contents(entry);
-            if (sampleFiles().contains(entry.name))
-                found[entry.name] = testing::characters(content);
+            if (sampleFiles().contains(entry.name()))
+                found[entry.name()] = testing::characters(content);
         }
         EXPECT_EQ(found, sampleFiles());
     }
