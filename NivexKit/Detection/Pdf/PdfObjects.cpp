@@ -17,6 +17,9 @@ constexpr std::size_t maxCompressed = 96 * 1024;
 constexpr std::size_t maxEntries = 1024 * 1024;
 constexpr std::size_t maxObjectStream = 256 * 1024;
 
+// So far from where they should be things are looked for: a program changed the ends of lines, or added a comment.
+constexpr std::uint64_t farOff = 32;
+
 constexpr int maxSections = 16;
 constexpr int maxSubsections = 64;
 constexpr std::uint64_t tableEntrySize = 20;
@@ -43,6 +46,19 @@ std::optional<PdfReference> takeObjectHeader(std::string_view& text)
         return std::nullopt;
     text = rest.substr(3);
     return PdfReference{.number = numbers[0], .generation = numbers[1]};
+}
+
+bool isObject(std::string_view text, std::uint32_t number)
+{
+    const auto header = takeObjectHeader(text);
+    return header && header->number == number;
+}
+
+/// A cross-reference begins: a table, or any object, whose dictionary tells then.
+bool isCrossReference(std::string_view text, std::uint32_t)
+{
+    text = afterPdfSpace(text);
+    return text.starts_with("xref") || takeObjectHeader(text).has_value();
 }
 
 std::size_t sizeEntry(std::string_view dictionary, std::string_view key, std::size_t otherwise)
@@ -147,7 +163,7 @@ void PdfObjects::readSections(std::uint64_t offset)
     std::vector<std::uint64_t> seen;
     std::vector<std::uint64_t> pending{offset};
     while (!pending.empty() && seen.size() < maxSections) {
-        const std::uint64_t next = pending.back();
+        const std::uint64_t next = near(pending.back(), isCrossReference, 0);
         pending.pop_back();
         if (std::find(seen.begin(), seen.end(), next) != seen.end())
             continue;
@@ -323,8 +339,25 @@ std::optional<std::string_view> PdfObjects::resolved(std::string_view object)
     return std::nullopt;
 }
 
+std::uint64_t PdfObjects::near(std::uint64_t offset, bool (*stands)(std::string_view, std::uint32_t),
+                               std::uint32_t number)
+{
+    const std::uint64_t begin = offset - std::min(offset, farOff);
+    const std::string_view window = text(begin, 2 * farOff + shortText);
+    if (stands(window.substr(std::min<std::size_t>(offset - begin, window.size())), number))
+        return offset;
+    constexpr std::string_view digits = "0123456789";
+    for (std::size_t at = 0; at < std::min<std::size_t>(window.size(), 2 * farOff); ++at) {
+        const bool isInside = at > 0 && digits.find(window[at - 1]) != digits.npos; // of a longer number
+        if (!isInside && stands(window.substr(at), number))
+            return begin + at;
+    }
+    return offset;
+}
+
 std::optional<std::string_view> PdfObjects::objectAt(std::uint64_t offset, std::uint32_t number)
 {
+    offset = near(offset, isObject, number);
     for (const std::size_t count : {shortText, longText}) {
         std::string_view rest = text(offset, count);
         const auto header = takeObjectHeader(rest);
@@ -341,7 +374,7 @@ std::optional<std::string_view> PdfObjects::objectInStream(std::uint32_t streamN
     const auto found = place(streamNumber);
     if (!found || found->kind != Place::Kind::offset)
         return std::nullopt;
-    std::string_view rest = text(found->value, shortText + maxCompressed);
+    std::string_view rest = text(near(found->value, isObject, streamNumber), shortText + maxCompressed);
     const auto header = takeObjectHeader(rest);
     if (!header || header->number != streamNumber)
         return std::nullopt;

@@ -56,6 +56,9 @@ private:
     std::optional<Place> place(std::uint32_t number);
     std::optional<Place> placeIn(const Stream& stream, std::uint32_t number) const;
     std::optional<std::string_view> objectAt(std::uint64_t offset, std::uint32_t number);
+
+    /// Where what `stands` tells begins: at `offset`, or a few bytes before or behind it; `offset` when nowhere.
+    std::uint64_t near(std::uint64_t offset, bool (*stands)(std::string_view, std::uint32_t), std::uint32_t number);
     std::optional<std::string_view> objectInStream(std::uint32_t streamNumber, std::uint32_t number);
     std::vector<std::byte> decodedStream(std::string_view dictionary, std::size_t maxOutput);
 

@@ -80,8 +80,9 @@ bool opensByKey(std::string_view encryption, std::string_view identifier, std::i
     return stored.starts_with(check);
 }
 
-/// The slow digest of revision 6: rounds of encrypting and digesting, each round's digest chosen by its data.
-std::string hardened(std::string key)
+/// The slow digest of revision 6: rounds of encrypting and digesting, each round's digest chosen by its data. `user` is
+/// what is mixed into an owner's password.
+std::string hardened(std::string key, std::string_view user)
 {
     constexpr int leastRounds = 64;
     constexpr std::size_t repetitions = 64;
@@ -91,7 +92,7 @@ std::string hardened(std::string key)
     for (int i = 0; i < leastRounds || last > i - 32; ++i) {
         std::string repeated;
         for (std::size_t j = 0; j < repetitions; ++j)
-            repeated += key;
+            repeated.append(key).append(user);
         const std::string data = aes128CbcEncrypted(key.substr(0, block), key.substr(block, block), repeated);
         const auto sum = std::accumulate(data.begin(), data.begin() + block, 0U, [](unsigned total, char each) {
             return total + static_cast<unsigned char>(each);
@@ -102,16 +103,24 @@ std::string hardened(std::string key)
     return key.substr(0, 32);
 }
 
-/// Revisions 5 and 6 store a digest of the password with 8 bytes of salt behind it.
-bool opensByDigest(std::string_view encryption, std::int64_t revision)
+/// Revisions 5 and 6 store a digest of the password with 8 bytes of salt behind it; that of the owner's has the user's
+/// entry mixed in.
+bool opensByDigest(std::string_view stored, std::string_view user, std::int64_t revision)
 {
-    const std::string stored = string(encryption, "/U");
     constexpr std::size_t digestSize = 32;
     constexpr std::size_t saltSize = 8;
     if (stored.size() < digestSize + saltSize)
         return false;
-    const std::string simple = digest(DigestKind::sha256, std::string_view{stored}.substr(digestSize, saltSize));
-    return stored.starts_with(revision == 5 ? simple : hardened(simple));
+    const std::string simple =
+        digest(DigestKind::sha256, std::string{stored.substr(digestSize, saltSize)}.append(user));
+    return stored.starts_with(revision == 5 ? simple : hardened(simple, user));
+}
+
+bool opensByDigest(std::string_view encryption, std::int64_t revision)
+{
+    constexpr std::size_t entrySize = 48; // digest and both salts; writers may fill it up with zeros
+    const std::string user = string(encryption, "/U").substr(0, entrySize);
+    return opensByDigest(user, {}, revision) || opensByDigest(string(encryption, "/O"), user, revision);
 }
 
 } // namespace

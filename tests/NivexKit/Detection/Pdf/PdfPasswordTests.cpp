@@ -52,6 +52,11 @@ const Case cases[] = {
      "/V 5 /R 6 /P -4 "
      "/U <7d92cef7943284a0b71ef8d3bed93e1f9860c66aa068071d3b61d3c903e2a1403447ff20a61be04cb66bd4404616eaa6>",
      "", true},
+    {"256 bits whose owner's password alone is empty",
+     "/V 5 /R 6 /P -4 "
+     "/O <645f52450723040859eca0a3293e0e5083546c03983bd6cead964a6a491b8b21490325a6f21dde5f57dfb0db7c9e0bab> "
+     "/U <f7a7e237a794127b6ce1b332fdb4c4d4519f4f3d4e42fca1451139ebb970bf71d4d6804fb24cea0a189fc8cdc3d5aad8>",
+     "", true},
     {"256 bits with a password",
      "/V 5 /R 6 /P -4 "
      "/U <92b1224ba5331dd5c976a57a71d1d749fdfd90f835be6f81d43b6ad59bb9e7a74bbe97b4468d9d455855f3459c6020ac>",

@@ -63,6 +63,15 @@ TEST(PdfScan, TellsPagesOnlyWhereItKnows)
     std::string loop = whole;
     loop.replace(loop.find("/Root 1 0 R"), 11, "/Root 1 0 R /Prev " + whole.substr(whole.find("startxref") + 10, 3));
 
+    // As qpdf writes the dictionary of a file that only restricts rights.
+    std::string offByTwo =
+        pdf({catalogue, "<< /Type /Pages /Count 7 >>",
+             "<< /Filter /Standard /V 5 /R 6 /P -4 /U <7d92cef7943284a0b71ef8d3bed93e1f9860c66aa068071d3b61d3c903e2a140"
+             "3447ff20a61be04cb66bd4404616eaa6> >>",
+             "(" + std::string(140'000, ' ') + ")"},
+            "/Encrypt 3 0 R");
+    offByTwo.insert(9, "\r\n");
+
     struct Case {
         const char* fault;
         std::string file;
@@ -74,6 +83,7 @@ TEST(PdfScan, TellsPagesOnlyWhereItKnows)
         {"offsets that are wrong: the small file is read whole", shifted, {7, false}},
         {"a later version of an object", edited, {8, false}},
         {"sections that lead back", loop, {7, false}},
+        {"offsets off by two bytes", offByTwo, {7, false}},
         {"objects in streams", pdfOfStreams(), {12, false}},
         {"a page tree of another type", pdf({catalogue, "<< /Type /Page /Count 7 >>"}, ""), {std::nullopt, false}},
         {"a negative count", pdf({catalogue, "<< /Type /Pages /Count -7 >>"}, ""), {std::nullopt, false}},
