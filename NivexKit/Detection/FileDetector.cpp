@@ -1,6 +1,7 @@
 #include "NivexKit/Detection/FileDetector.hpp"
 
 #include "NivexKit/Detection/Containers/ContainerInspection.hpp"
+#include "NivexKit/Detection/Containers/ContentBehindJunk.hpp"
 #include "NivexKit/Detection/Containers/StructuralCheck.hpp"
 #include "NivexKit/Detection/FormatResolution.hpp"
 #include "NivexKit/Detection/Signatures/ContentSniffing.hpp"
@@ -21,7 +22,9 @@ namespace fs = std::filesystem;
 /// The extension of a name, without its dot and in its own case.
 std::string_view extensionOf(const fs::path& url)
 {
-    const std::string_view path = url.native();
+    std::string_view path = url.native();
+    while (path.ends_with('/')) // as completed folders are written
+        path.remove_suffix(1);
     const std::string_view name = path.substr(path.rfind('/') + 1);
     const std::size_t dot = name.rfind('.');
     if (dot == std::string_view::npos || dot == 0)
@@ -60,6 +63,21 @@ void checkStructure(const ByteSource& source, DetectionResult& result)
         result.issues.push_back(DetectionIssue::corrupted(std::move(*problem)));
 }
 
+void enter(FormatResolution resolution, DetectionResult& result)
+{
+    result.format.reset();
+    if (resolution.format)
+        result.format = *resolution.format;
+    result.confidence = resolution.confidence;
+    result.issues = std::move(resolution.issues);
+}
+
+/// True when the name is all that speaks for the format, and the format would show itself at the beginning.
+bool isRefusedUnknown(const SniffResult& content, const DetectionResult& result)
+{
+    return content.isUnknown() && result.blockingIssue();
+}
+
 bool isProgram(const SniffResult& content, const DetectionResult& result)
 {
     return content.container == ContainerKind::executable ||
@@ -87,19 +105,21 @@ DetectionResult FileDetector::detect(const fs::path& url) const
         return result;
     }
 
-    HeaderBytes bytes{*source, head};
-    SniffResult content = sniffedContent(head);
-    ContainerFinding inside = inspectContainer(*source, content);
-    if (inside.candidates)
-        content.candidates = std::move(*inside.candidates);
-    FormatResolution resolution = resolve(declared, extensionFormats, content, *registry_);
-    if (resolution.format)
-        result.format = *resolution.format;
-    result.confidence = resolution.confidence;
-    result.issues = std::move(resolution.issues);
+    const auto recognisedAs = [&](SniffResult content) {
+        ContainerFinding inside = inspectContainer(*source, content);
+        if (inside.candidates)
+            content.candidates = std::move(*inside.candidates);
+        enter(resolve(declared, extensionFormats, content, *registry_), result);
+        if (inside.isEncrypted)
+            result.issues.push_back(DetectionIssue::encrypted());
+        return content;
+    };
+    SniffResult content = recognisedAs(sniffedContent(head));
+    if (isRefusedUnknown(content, result))
+        if (auto behind = contentBehindJunk(*source))
+            content = recognisedAs(std::move(*behind));
 
-    if (inside.isEncrypted)
-        result.issues.push_back(DetectionIssue::encrypted());
+    HeaderBytes bytes{*source, head};
     checkStructure(*source, result);
     measure(SourceProbes::builtIn(), bytes, result);
     if (isProgram(content, result))

@@ -30,7 +30,7 @@ struct Acceptance {
 // clang-format off
 constexpr Acceptance acceptances[] = {
     {"heif",   "heic avif"},
-    {"mp4",    "m4v m4a 3gp"},
+    {"mp4",    "m4v 3gp"},
     {"m4v",    "mp4"},
     {"mkv",    "webm"},
     {"ogg",    "opus"},

@@ -43,6 +43,9 @@ constexpr ContainerRow byContainer[] = {
 
 // For content that the sniffer assigns to no container.
 constexpr CandidateRow byFirstCandidate[] = {
+    {"ico",  inspectors::icon},
+    {"stl",  inspectors::facets},
+    {"mp3",  inspectors::taggedSound},
     {"ogg",  inspectors::ogg},
     {"opus", inspectors::ogg},
     {"mkv",  inspectors::matroska},

@@ -23,9 +23,11 @@ Finding mobi(const ByteSource& source, const SniffResult& sniff);
 
 // Pictures
 Finding tiff(const ByteSource& source, const SniffResult& sniff);
+Finding icon(const ByteSource& source, const SniffResult& sniff);
 
 // Sound and film
 Finding isoMedia(const ByteSource& source, const SniffResult& sniff);
+Finding taggedSound(const ByteSource& source, const SniffResult& sniff);
 Finding asf(const ByteSource& source, const SniffResult& sniff);
 Finding ogg(const ByteSource& source, const SniffResult& sniff);
 Finding matroska(const ByteSource& source, const SniffResult& sniff);
@@ -35,6 +37,7 @@ Finding subStation(const ByteSource& source, const SniffResult& sniff);
 // Data and programs
 Finding sqlite(const ByteSource& source, const SniffResult& sniff);
 Finding hdf5(const ByteSource& source, const SniffResult& sniff);
+Finding facets(const ByteSource& source, const SniffResult& sniff);
 Finding pointCloud(const ByteSource& source, const SniffResult& sniff);
 Finding program(const ByteSource& source, const SniffResult& sniff);
 

@@ -2,6 +2,8 @@
 #include "NivexKit/Detection/Containers/InspectorSupport.hpp"
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 
+#include <algorithm>
+
 namespace nivex::inspectors {
 
 using Candidates = std::vector<FormatID>;
@@ -26,6 +28,39 @@ Finding hdf5(const ByteSource& source, const SniffResult&)
         if (contains(head, mark))
             return {.candidates = Candidates{"netcdf", "hdf5"}};
     return {};
+}
+
+/// A scene of facets has no signature: the file must have room for as many as it announces.
+Finding facets(const ByteSource& source, const SniffResult& sniff)
+{
+    constexpr std::uint64_t title = 80;
+    constexpr std::uint64_t facetSize = 50;
+    if (sniff.isText)
+        return {};
+    const auto bytes = source.read(title, std::size_t{4});
+    const std::uint64_t count = ByteReader{bytes}.u32();
+    if (source.size() < title + 4 + count * facetSize)
+        return {.candidates = Candidates{}};
+    return {};
+}
+
+/// The opening of an icon is four bytes that many files have: at least one of its pictures must lie in the file.
+Finding icon(const ByteSource& source, const SniffResult&)
+{
+    constexpr std::size_t maxEntries = 1'024;
+    constexpr std::size_t entrySize = 16;
+    const auto bytes = source.read(4, 2 + maxEntries * entrySize);
+    ByteReader directory{bytes};
+    const std::size_t count = directory.u16();
+    const std::uint64_t end = 6 + std::uint64_t{count} * entrySize;
+    for (std::size_t i = 0; i < std::min(count, maxEntries); ++i) {
+        directory.skip(8);
+        const std::uint64_t size = directory.u32();
+        const std::uint64_t offset = directory.u32();
+        if (!directory.failed() && size > 0 && offset >= end && offset < source.size())
+            return {};
+    }
+    return {.candidates = Candidates{}};
 }
 
 Finding pointCloud(const ByteSource& source, const SniffResult&)

@@ -7,11 +7,12 @@ namespace nivex::inspectors {
 using Candidates = std::vector<FormatID>;
 
 /// A drawing saved with a PDF for others to read: its own data are private to the program.
-Finding pdf(const ByteSource& source, const SniffResult&)
+Finding pdf(const ByteSource& source, const SniffResult& sniff)
 {
     constexpr std::size_t pieceBytes = 64 << 10;
     const std::string pieces = textAt(source, 0, pieceBytes) + textAtEnd(source, pieceBytes);
-    if (contains(pieces, "/AIPrivateData") || contains(pieces, "/AIMetaData"))
+    const bool isOpenedByIt = !sniff.candidates.empty() && sniff.candidates.front() == "ai";
+    if (isOpenedByIt || contains(pieces, "/AIPrivateData") || contains(pieces, "/AIMetaData"))
         return {.candidates = Candidates{"ai", "pdf"}};
     if (contains(pieces, "Illustrator"))
         return {.candidates = Candidates{"pdf", "ai"}};

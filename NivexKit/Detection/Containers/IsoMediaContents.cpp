@@ -60,8 +60,8 @@ std::optional<Candidates> fromTracks(const Tracks& tracks, bool declaresBrand)
     if (!tracks.hasAudio)
         return std::nullopt;
     if (isLossless)
-        return Candidates{"alac", "mp4", "mov"};
-    return Candidates{"m4a", "mp4", "mov", "3gp", "m4v"};
+        return Candidates{"alac", "mov"};
+    return Candidates{"m4a", "mov", "3gp", "m4v"};
 }
 
 } // namespace

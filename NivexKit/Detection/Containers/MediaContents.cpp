@@ -1,5 +1,6 @@
 #include "NivexKit/Detection/Containers/ContainerInspectors.hpp"
 #include "NivexKit/Detection/Containers/InspectorSupport.hpp"
+#include "NivexKit/Detection/Signatures/SignatureSniffer.hpp"
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 
 #include <algorithm>
@@ -15,6 +16,7 @@ constexpr std::size_t headBytes = 64 << 10;
 // Identifiers in the header of ASF, in the order of their bytes in the file.
 constexpr auto videoStream = "\xC0\xEF\x19\xBC\x4D\x5B\xCF\x11\xA8\xFD\x00\x80\x5F\x5C\x44\x2B"sv;
 constexpr auto audioStream = "\x40\x9E\x69\xF8\x4D\x5B\xCF\x11\xA8\xFD\x00\x80\x5F\x5C\x44\x2B"sv;
+constexpr auto data = "\x36\x26\xB2\x75\x8E\x66\xCF\x11\xA6\xD9\x00\xAA\x00\x62\xCE\x6C"sv;
 constexpr auto encryption = "\xFB\xB3\x11\x22\x23\xBD\xD2\x11\xB4\xB7\x00\xA0\xC9\x55\xFC\x6E"sv;
 constexpr auto extendedEncryption = "\x14\xE6\x8A\x29\x22\x26\x17\x4C\xB9\x35\xDA\xE0\x7E\xE9\x28\x9C"sv;
 
@@ -39,6 +41,30 @@ std::vector<std::string> firstPackets(std::string_view head)
     return packets;
 }
 
+/// The beginnings of the objects of an ASF header that lie beyond the bytes read anyway: behind a long index or many
+/// pictures. A stream's type follows its identifier.
+std::string distantAsfObjects(const ByteSource& source)
+{
+    constexpr std::uint64_t headerObject = 30;
+    constexpr std::uint64_t shortestObject = 24;
+    constexpr int maxObjects = 1'024;
+    std::string beginnings;
+    std::uint64_t offset = headerObject;
+    for (int i = 0; i < maxObjects; ++i) {
+        const auto bytes = source.read(offset, std::size_t{64});
+        ByteReader object{bytes};
+        object.skip(16);
+        const std::uint64_t size = object.u64();
+        if (object.failed() || size < shortestObject || size > source.size() - offset ||
+            asText(bytes).starts_with(data))
+            break;
+        if (offset + bytes.size() > headBytes)
+            beginnings += asText(bytes);
+        offset += size;
+    }
+    return beginnings;
+}
+
 /// Reads a variable-length number of EBML, with or without the marker bit that tells its length.
 std::uint64_t ebmlNumber(ByteReader& reader, bool keepMarker)
 {
@@ -54,9 +80,34 @@ std::uint64_t ebmlNumber(ByteReader& reader, bool keepMarker)
 
 } // namespace
 
+/// A tag of titles may stand in front of any sound.
+Finding taggedSound(const ByteSource& source, const SniffResult&)
+{
+    constexpr std::size_t tagHeader = 10;
+    const auto tag = source.read(0, tagHeader);
+    ByteReader reader{tag};
+    if (reader.text(3) != "ID3" || tag.size() < tagHeader)
+        return {};
+    reader.skip(3); // version and flags
+    std::uint64_t begin = tagHeader;
+    std::uint64_t size = 0;
+    for (int i = 0; i < 4; ++i)
+        size = size << 7 | (reader.u8() & 0x7FU);
+    begin += size;
+    const auto sound = source.read(begin, std::size_t{4'096});
+    const std::string_view text = asText(sound);
+    if (text.starts_with("TTA1") || text.starts_with("TTA2") || text.starts_with("MAC ") || text.starts_with("wvpk"))
+        return {.candidates = Candidates{}};
+    const SniffResult content = SignatureSniffer::sniff(sound);
+    for (const std::string_view other : {"aac", "flac"})
+        if (!content.isUnknown() && content.candidates.front() == other)
+            return {.candidates = Candidates{other}};
+    return {};
+}
+
 Finding asf(const ByteSource& source, const SniffResult&)
 {
-    const std::string head = textAt(source, 0, headBytes);
+    const std::string head = textAt(source, 0, headBytes) + distantAsfObjects(source);
     const bool isEncrypted = contains(head, encryption) || contains(head, extendedEncryption);
     if (contains(head, videoStream))
         return {.candidates = Candidates{"wmv"}, .isEncrypted = isEncrypted};

@@ -169,6 +169,14 @@ bool isEncryptedWorkbook(std::span<const std::byte> stream)
     return false;
 }
 
+/// Names of streams differ by more than their case (MS-CFB, 2.6.4).
+bool isSameName(std::string_view name, std::string_view other)
+{
+    const auto upper = [](char each) { return each >= 'a' && each <= 'z' ? each - 'a' + 'A' : int{each}; };
+    return std::equal(name.begin(), name.end(), other.begin(), other.end(),
+                      [&](char a, char b) { return upper(a) == upper(b); });
+}
+
 // {000C108x-0000-0000-C000-000000000046}: packages, patches and transforms of the installer.
 bool isInstaller(const DirectoryEntry& root)
 {
@@ -187,11 +195,12 @@ Finding ole2(const ByteSource& source, const SniffResult&)
     const auto topLevel = file->topLevel();
     const auto named = [&](std::string_view name) -> const DirectoryEntry* {
         const auto found =
-            std::find_if(topLevel.begin(), topLevel.end(), [&](const auto* e) { return e->name == name; });
+            std::find_if(topLevel.begin(), topLevel.end(), [&](const auto* e) { return isSameName(e->name, name); });
         return found == topLevel.end() ? nullptr : *found;
     };
     const auto anyBegins = [&](std::string_view start) {
-        return std::any_of(topLevel.begin(), topLevel.end(), [&](const auto* e) { return e->name.starts_with(start); });
+        return std::any_of(topLevel.begin(), topLevel.end(),
+                           [&](const auto* e) { return isSameName(e->name.substr(0, start.size()), start); });
     };
     using Candidates = std::vector<FormatID>;
 
@@ -199,7 +208,7 @@ Finding ole2(const ByteSource& source, const SniffResult&)
         return {.candidates = Candidates{"docx", "xlsx", "xlsm", "pptx", "ppsx"}, .isEncrypted = true};
     if (const DirectoryEntry* text = named("WordDocument"))
         return {.candidates = Candidates{"doc"}, .isEncrypted = isEncryptedText(file->firstSectorOf(*text))};
-    for (const std::string_view name : {"Workbook", "Book", "WORKBOOK", "BOOK"})
+    for (const std::string_view name : {"Workbook", "Book"})
         if (const DirectoryEntry* workbook = named(name))
             return {.candidates = Candidates{"xls"},
                     .isEncrypted = isEncryptedWorkbook(file->firstSectorOf(*workbook))};

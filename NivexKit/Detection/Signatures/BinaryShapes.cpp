@@ -19,12 +19,12 @@ std::string_view characters(Bytes head) { return {reinterpret_cast<const char*>(
 std::size_t adtsFrameLength(Bytes head, std::size_t position)
 {
     constexpr std::size_t headerLength = 7;
-    constexpr unsigned samplingRates = 13;
+    constexpr unsigned reserved = 13; // and 14; 15 says that the rate stands elsewhere
     if (head.size() < headerLength || position > head.size() - headerLength)
         return 0;
     if (at(head, position) != 0xFF || (at(head, position + 1) & 0xF6) != 0xF0)
         return 0;
-    if ((at(head, position + 2) >> 2 & 0xF) >= samplingRates)
+    if (const unsigned rate = at(head, position + 2) >> 2 & 0xF; rate == reserved || rate == reserved + 1)
         return 0;
     const std::size_t length =
         (at(head, position + 3) & 3) << 11 | at(head, position + 4) << 3 | at(head, position + 5) >> 5;
@@ -58,6 +58,13 @@ std::size_t mpegAudioFrameLength(Bytes head, std::size_t position)
     return samplesInBytes * bits / rate + (at(head, position + 2) >> 1 & 1);
 }
 
+/// A byte that no text has, in whatever encoding of one byte or of several.
+bool isNoText(std::byte each)
+{
+    return each < std::byte{0x20} && (each < std::byte{'\t'} || each > std::byte{'\r'}) && each != std::byte{0x1A} &&
+           each != std::byte{0x1B};
+}
+
 /// True when every packet that starts within the head starts with the sync byte; one packet proves nothing.
 bool hasPackets(Bytes head, std::size_t packetLength, std::size_t syncOffset)
 {
@@ -69,8 +76,7 @@ bool hasPackets(Bytes head, std::size_t packetLength, std::size_t syncOffset)
             return false;
         ++packets;
     }
-    const Bytes first = head.first(std::min(packetLength, head.size()));
-    return packets >= 2 && std::ranges::find(first, std::byte{0}) != first.end(); // text of unlucky line lengths
+    return packets >= 2 && std::ranges::any_of(head, isNoText); // else text of unlucky line lengths
 }
 
 bool isOneOf(std::string_view brand, std::initializer_list<std::string_view> brands)
@@ -122,9 +128,11 @@ bool isAdtsFrame(Bytes head)
     const std::size_t length = adtsFrameLength(head, 0);
     if (length == 0)
         return false;
-    if (head.size() < length + 7)
-        return true;
-    return adtsFrameLength(head, length) != 0 && head[length + 1] == head[1];
+    constexpr unsigned rateElsewhere = 15;
+    if (head.size() < length + 7) // an unusual header proves nothing alone
+        return (at(head, 2) >> 2 & 0xF) != rateElsewhere;
+    return adtsFrameLength(head, length) != 0 && head[length + 1] == head[1] &&
+           (at(head, length + 2) & 0x3C) == (at(head, 2) & 0x3C);
 }
 
 bool isMpegAudioFrame(Bytes head)
@@ -137,7 +145,10 @@ bool isMpegAudioFrame(Bytes head)
     return mpegAudioFrameLength(head, length) != 0 && (at(head, 1) & 0xFE) == (at(head, length + 1) & 0xFE);
 }
 
-bool isTransportStream(Bytes head) { return hasPackets(head, 188, 0); }
+bool isTransportStream(Bytes head)
+{
+    return hasPackets(head, 188, 0) || hasPackets(head, 204, 0); // with 16 bytes of error correction each
+}
 
 bool isTimestampedTransportStream(Bytes head) { return hasPackets(head, 192, 4); }
 
@@ -242,7 +253,12 @@ std::string_view isoMediaFormats(Bytes head)
         return "m4a alac";
     if (isOneOf(brand, {"M4V ", "M4VH", "M4VP"}))
         return "m4v";
-    return anyOfThem;
+    // A picture whose own brand is one of few programs.
+    if (isCompatible(head, {"avif", "avis"}))
+        return "avif";
+    if (isCompatible(head, {"heic", "heix", "heim", "heis"}))
+        return "heic";
+    return isCompatible(head, {"mif1", "msf1"}) ? "heif" : anyOfThem;
 }
 
 } // namespace nivex::shapes

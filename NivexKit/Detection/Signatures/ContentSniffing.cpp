@@ -1,6 +1,7 @@
 #include "NivexKit/Detection/Signatures/ContentSniffing.hpp"
 
 #include "NivexKit/Detection/Signatures/SignatureSniffer.hpp"
+#include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 
 #include <string_view>
 #include <vector>
@@ -50,6 +51,34 @@ std::vector<std::byte> asciiPart(std::span<const std::byte> head)
     return text;
 }
 
+/// Text marked as UTF-32, its letters beyond ASCII replaced by "x"; nothing without the mark.
+std::vector<std::byte> asciiPartOfUtf32(std::span<const std::byte> head)
+{
+    ByteReader reader{head, ByteOrder::big};
+    const std::uint32_t mark = reader.u32();
+    if (mark == 0xFFFE0000)
+        reader.setOrder(ByteOrder::little);
+    else if (mark != 0x0000FEFF)
+        return {};
+    std::vector<std::byte> text;
+    while (reader.left() >= 4) {
+        const std::uint32_t scalar = reader.u32();
+        constexpr std::uint32_t last = 0x10FFFF;
+        if (scalar == 0 || scalar > last)
+            return {};
+        text.push_back(scalar < 0x80 ? static_cast<std::byte>(scalar) : std::byte{'x'});
+    }
+    return text;
+}
+
+/// A picture of rows of bytes behind a header in plain letters ("P6 640 480 255").
+bool isRawPixmap(std::span<const std::byte> head)
+{
+    const std::string_view text{reinterpret_cast<const char*>(head.data()), head.size()};
+    return text.size() > 3 && text[0] == 'P' && text[1] >= '4' && text[1] <= '6' && text[2] <= ' ' &&
+           (text[3] == '#' || (text[3] >= '0' && text[3] <= '9'));
+}
+
 /// A PDF file behind a mail's or a server's header lines, as readers open it too. No text holds compressed pages.
 bool isPdfBehindJunk(std::span<const std::byte> head)
 {
@@ -66,7 +95,9 @@ SniffResult sniffedContent(std::span<const std::byte> head)
         return content;
     if (isPdfBehindJunk(head))
         return {.candidates = {"pdf"}, .container = ContainerKind::pdf};
-    const std::vector<std::byte> text = asciiPart(head);
+    std::vector<std::byte> text = asciiPartOfUtf32(head);
+    if (text.empty() && !isRawPixmap(head))
+        text = asciiPart(head);
     if (text.empty())
         return content;
     SniffResult asText = SignatureSniffer::sniff(text);

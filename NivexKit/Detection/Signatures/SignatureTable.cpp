@@ -152,7 +152,7 @@ constexpr Signature signatures[] = {
     {.when = {text("BZh"), hex("17 72 45 38 50 90", 4)}, .then = "bz2"},
     {.when = {hex("FD 37 7A 58 5A 00")}, .then = "xz"},
     {.when = {hex("28 B5 2F FD")}, .then = "zst"},
-    {.when = {text("ustar", 257)}, .then = "tar"},
+    {.when = {text("ustar", 257)}, .binaryWithin = 512, .then = "tar"},
     {.when = {text("xar!")}, .binaryWithin = 16, .then = "pkg"},
     {.when = {text("!<arch>\ndebian")}, .then = "deb"},
     {.when = {hex("ED AB EE DB")}, .then = "rpm"},

@@ -1,3 +1,4 @@
+#include "NivexKit/Archive/ZipArchive.hpp"
 #include "NivexKit/Detection/FileDetector.hpp"
 #include "tests/Support/Bytes.hpp"
 #include "tests/Support/TemporaryFolder.hpp"
@@ -46,6 +47,17 @@ TEST(FileDetector, WeighsTheContentAgainstTheName)
     };
     const std::string program = "NIVEX ne convertit pas les programmes et ne les exécute jamais.\n";
     const std::string cue = "1\n00:00:01,000 --> 00:00:02,000\nBonjour\n";
+    const std::string frame = "\xFF\xFB\x90\x64"s + std::string(413, 'x');
+    const std::string frames = frame + frame;
+    ZipArchive::Writer writer;
+    writer.add("a.txt", testing::textBytes("x"), false);
+    const std::string archive{testing::characters(writer.finish())};
+    const auto wide = [](const std::string& text) {
+        std::string units;
+        for (const char each : text)
+            units += each + std::string(3, '\0');
+        return units;
+    };
     const Case cases[] = {
         {"photo.png", png(), "png", Confidence::verified, ""},
         {"photo", png(), "png", Confidence::verified, ""},
@@ -55,6 +67,12 @@ TEST(FileDetector, WeighsTheContentAgainstTheName)
         {"noise.png", noise, "png", Confidence::extensionOnly, invalid("PNG")},
         {"noise.txt", noise, "txt", Confidence::extensionOnly, invalid("TXT")},
         {"noise", noise, "", Confidence::unknown, ""},
+        {"silence.mp3", std::string(300, '\0') + frames, "mp3", Confidence::contentCompatible, ""},
+        {"zeros.mp3", std::string(3'000, '\0'), "mp3", Confidence::extensionOnly, invalid("MP3")},
+        {"stub.zip", "\x01\x02stub" + archive, "zip", Confidence::contentCompatible, ""},
+        {"notes.zip", "some notes" + archive, "zip", Confidence::contentCompatible, ""},
+        {"text.srt", "\xFF\xFE"s + std::string(2, '\0') + wide(cue), "srt", Confidence::contentCompatible, ""},
+        {"pixels", "P6\n2 2\n255\n\xFF\xFE\xFD\xFC\xFB\xFA\xF0\xF1\xF2\xF3\xF4\xF5"s, "", Confidence::unknown, ""},
         {"cut.png", png().substr(0, 30), "png", Confidence::contentCompatible,
          "Le fichier semble endommagé (fichier tronqué (fin PNG absente)).\n"},
         {"huge.png", png({"\0\0\x80\0\0\0\x80\0", 8}), "png", Confidence::verified,
@@ -100,6 +118,7 @@ TEST(FileDetector, RefusesWhatIsNoReadableFile)
     EXPECT_EQ(issue(folder / "pipe"), "Le fichier ne peut pas être lu (lecture impossible).\n");
     EXPECT_EQ(detector.detect(folder / "photos.png").issues, std::vector{DetectionIssue::directory()});
     EXPECT_EQ(detector.detect(folder / "Editor.app").issues, std::vector{DetectionIssue::executable()});
+    EXPECT_EQ(detector.detect(folder / "Editor.app/").issues, std::vector{DetectionIssue::executable()});
 
     ResourceLimits limits;
     limits.maxInputBytes = 10;

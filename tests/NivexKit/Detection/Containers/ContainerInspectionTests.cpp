@@ -77,6 +77,24 @@ TEST(ContainerInspection, LooksIntoCompressedFiles)
                                    {"offset beyond the end", at(12, repeated(0xFF, 20)), "-"}});
 }
 
+TEST(ContainerInspection, AsksMoreThanAFewBytesOfIconsAndScenes)
+{
+    const auto icon = [](std::uint32_t size, std::uint32_t offset) {
+        return joined({bytes("00 00 01 00 01 00"), repeated(16, 8), littleEndian(size, 4), littleEndian(offset, 4),
+                       repeated(0, 40)});
+    };
+    expectFindings(sniffed("ico"), {{"one picture", icon(40, 22), "-"},
+                                    {"cut in its picture", icon(400, 22), "-"},
+                                    {"its picture in the directory", icon(40, 21), ""},
+                                    {"its picture behind the end", icon(40, 62), ""},
+                                    {"an empty picture", icon(0, 22), ""},
+                                    {"no picture", bytes("00 00 01 00 00 00"), ""}});
+    const auto scene = [](std::uint32_t count) {
+        return joined({repeated(0, 80), littleEndian(count, 4), repeated(0, 150)});
+    };
+    expectFindings(sniffed("stl"), {{"room for all", scene(3), "-"}, {"room for one less", scene(4), ""}});
+}
+
 TEST(ContainerInspection, RecognisesDiskImagesByTheirFarSignatures)
 {
     expectFindings(

@@ -7,6 +7,7 @@ using testing::bigEndian;
 using testing::bytes;
 using testing::expectFindings;
 using testing::joined;
+using testing::littleEndian;
 using testing::repeated;
 using testing::sniffed;
 using testing::textBytes;
@@ -42,8 +43,8 @@ TEST(IsoMediaContents, TellsFilmFromSoundByTheTracks)
     expectFindings(open, {
                              {"film", film({picture, sound}), "mp4 m4v mov 3gp m4a"},
                              {"film that states no brand", film({sound, picture}, ""), "mov mp4 m4v 3gp"},
-                             {"sound", film({sound}), "m4a mp4 mov 3gp m4v"},
-                             {"lossless sound", film({lossless}), "alac mp4 mov"},
+                             {"sound", film({sound}), "m4a mov 3gp m4v"},
+                             {"lossless sound", film({lossless}), "alac mov"},
                              {"protected film", film({track("vide", "encv")}), "mp4 m4v mov 3gp m4a encrypted"},
                              {"nothing but text", film({track("text", "tx3g")}), "-"},
                              {"boxes that end before they begin", repeated(0xFF, 100), "-"},
@@ -84,17 +85,30 @@ TEST(MediaContents, ReadsTheHeadersOfStreams)
             {"the word outside of the header", joined({bytes("1A 45 DF A3 84 42 86 81 01"), textBytes("webm")}), "-"},
             {"a length beyond the file", bytes("1A 45 DF A3 01 FF FF FF FF FF FF FF 42 82 FF"), "-"},
         });
+    const Bytes tag = joined({textBytes("ID3"), bytes("04 00 00 00 00 01 02"), repeated('t', 130)});
+    const Bytes adts = bytes("FF F1 50 80 01 3F FC 00 00");
     const Bytes asfHead = joined({bytes("30 26 B2 75 8E 66 CF 11"), repeated(0, 30)});
     const Bytes streamTail = bytes("5B 4D CF 11 A8 FD 00 80 5F 5C 44 2B");
     const Bytes sound = bytes("40 9E 69 F8 4D 5B CF 11 A8 FD 00 80 5F 5C 44 2B");
     const Bytes picture = bytes("C0 EF 19 BC 4D 5B CF 11 A8 FD 00 80 5F 5C 44 2B");
     const Bytes locked = bytes("FB B3 11 22 23 BD D2 11 B4 B7 00 A0 C9 55 FC 6E");
+    const Bytes list = joined({repeated(1, 16), littleEndian(70'000, 8), repeated(0, 70'000 - 24)});
+    const Bytes stream = joined({repeated(2, 16), littleEndian(80, 8), picture, repeated(0, 40)});
+    const Bytes distant = joined({bytes("30 26 B2 75 8E 66 CF 11"), repeated(0, 22), list, stream});
+    expectFindings(sniffed("mp3"),
+                   {
+                       {"tag in front of frames", joined({tag, bytes("FF FB 90 00"), repeated(0, 413)}), "-"},
+                       {"tag in front of another stream", joined({tag, adts, adts}), "aac"},
+                       {"tag in front of what nobody converts", joined({tag, textBytes("TTA1")}), ""},
+                       {"no tag", bytes("FF FB 90 00"), "-"},
+                   });
     expectFindings(sniffed(ContainerKind::asf),
                    {
                        {"sound", joined({asfHead, sound}), "wma wmv"},
                        {"film", joined({asfHead, sound, picture}), "wmv"},
                        {"protected film", joined({asfHead, picture, locked}), "wmv encrypted"},
                        {"neither", joined({asfHead, streamTail}), "-"},
+                       {"a film behind a long list", distant, "wmv"},
                    });
     const Bytes pack = joined({bytes("00 00 01 BA"), repeated(0x44, 10)});
     const Bytes frames = joined({bytes("00 00 01 E0 00 00 80"), repeated(0x11, 20)});

@@ -5,6 +5,7 @@ namespace nivex {
 namespace {
 
 using testing::expectFindings;
+using testing::joined;
 using testing::sniffed;
 using testing::textBytes;
 using Bytes = std::vector<std::byte>;
@@ -62,9 +63,9 @@ TEST(ZipContents, TellsThePackageFormatsApart)
             {"a layout that lists its parts as a book does", archiveOf({{"META-INF/container.xml"}, {"designmap.xml"}}),
              "idml"},
             {"a text document", officePackage("word/", "wordprocessingml.document.main+xml"), "docx"},
-            {"slides for editing", officePackage("ppt/", "presentationml.presentation.main+xml"), "pptx"},
-            {"slides for showing", officePackage("ppt/", "presentationml.slideshow.main+xml"), "ppsx"},
-            {"a workbook", officePackage("xl/", "spreadsheetml.sheet.main+xml"), "xlsx"},
+            {"slides for editing", officePackage("ppt/", "presentationml.presentation.main+xml"), "pptx ppsx"},
+            {"slides for showing", officePackage("ppt/", "presentationml.slideshow.main+xml"), "ppsx pptx"},
+            {"a workbook", officePackage("xl/", "spreadsheetml.sheet.main+xml"), "xlsx xlsm"},
             {"a workbook with an empty list of types", officePackage("xl/", ""), "xlsx xlsm"},
             {"pages", archiveOf({{"Index/Document.iwa", rootOfPages}}), "pages"},
             {"tables", archiveOf({{"Index/Document.iwa", otherRoot}, {"Index/Tables/a"}}), "numbers"},
@@ -72,6 +73,15 @@ TEST(ZipContents, TellsThePackageFormatsApart)
             {"a document of unknown root", archiveOf({{"Index/Document.iwa"}}), "pages numbers key"},
             {"pages of an older program", archiveOf({{"index.xml", "<?xml?><sl:document/>"}}), "pages"},
             {"tables of an older program", archiveOf({{"index.xml", "<?xml?><ls:document/>"}}), "numbers"},
+            {"slides with macros", officePackage("ppt/", "slideshow.macroEnabled.main+xml"), "ppsx pptx"},
+            {"a vector drawing that lists its parts as a book does",
+             archiveOf({{"mimetype", "application/x-vnd.corel.draw.document+zip"}, {"META-INF/container.xml"}}), "cdr"},
+            {"a text document without its media type",
+             archiveOf({{"content.xml"},
+                        {"META-INF/manifest.xml", "<a full-path='/' media-type='application/"
+                                                  "vnd.oasis.opendocument.text'/><b media-type='text/xml'/>"}}),
+             "odt"},
+            {"behind other bytes", joined({textBytes("MSCF stub"), openDocument("text")}), "odt"},
             {"a vector drawing", archiveOf({{"content/riffData.cdr"}}), "cdr"},
             {"a design", archiveOf({{"canvas.fig"}, {"meta.json"}}), "fig"},
             {"pictures", archiveOf({{"1.jpg"}, {"2.jpg"}}), "cbz zip"},

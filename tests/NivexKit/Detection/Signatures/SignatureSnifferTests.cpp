@@ -80,6 +80,8 @@ TEST(SignatureSniffer, MatchesWholeSignaturesOnly)
         {"bzip2 of nothing", joined({textBytes("BZh9"), bytes("17 72 45 38 50 90")}), {{"bz2"}}},
         {"bzip2 letters without its magic", textBytes("BZh9 is how it begins"), plainText},
         {"tar", joined({zeroed("name.txt", 249), textBytes("ustar")}), {{"tar"}}},
+        {"a text with its letters there", joined({repeated('a', 257), textBytes("ustar"), repeated('a', 300)}),
+         plainText},
         {"mobi", placed(60, textBytes("BOOKMOBI")), {{"mobi", "azw", "azw3"}, mobi}},
         {"embedded font",
          joined({bytes("10 00 00 00 00 00 00 00 01 00 02 00"), repeated(7, 22), textBytes("LP")}),
@@ -160,6 +162,8 @@ TEST(SignatureSniffer, TellsIsoMediaFilesByBrand)
         {"phone", isoFile("3g2a...."), {{"3gp"}, isoMediaFile}},
         {"audio book", isoFile("M4B ...."), {{"m4a", "alac"}, isoMediaFile}},
         {"Apple video", isoFile("M4VP...."), {{"m4v"}, isoMediaFile}},
+        {"a picture by its compatible brands", isoFile("abcd....mif1heix"), {{"heic"}, isoMediaFile}},
+        {"of neither codec", isoFile("abcd....mif1"), {{"heif"}, isoMediaFile}},
         {"anything else", isoFile("isom...."), any},
         {"cut before its brand", bytes("00 00 00 18 66 74 79 70 69 73"), any},
     });
@@ -170,16 +174,23 @@ TEST(SignatureSniffer, FollowsFramesAndPackets)
     const Data adts = bytes("FF F1 50 80 02 1F FC"); // 16 bytes long
     const Data audio = bytes("FF FB 90 64");         // 417 bytes long
     const Data packet = joined({bytes("47 40 00 10"), repeated(0, 184)});
+    const Data escaped = bytes("FF F1 7C 80 02 1F FC");
+    const Data full = joined({bytes("47 40 11 10"), repeated(0xFF, 184)});
+    const Data corrected = joined({packet, repeated(0x55, 16)});
     const Data stamped = joined({bytes("00 11 22 33"), packet});
     expectEach({
         {"ADTS, one frame in sight", adts, {{"aac"}}},
         {"ADTS, two frames", joined({adts, repeated(1, 9), adts}), {{"aac"}}},
         {"ADTS whose second frame is none", joined({adts, repeated(1, 30)}), unknown},
+        {"ADTS of a rate that stands elsewhere", joined({escaped, repeated(1, 9), escaped}), {{"aac"}}},
+        {"one such frame", escaped, unknown},
         {"MPEG audio", joined({audio, repeated(0, 413), audio}), {{"mp3"}}},
         {"MPEG audio whose second frame is none", joined({audio, repeated(0, 500)}), unknown},
         {"reserved bit rate", bytes("FF FB F0 64"), unknown},
         {"a UTF-16 mark is no layer I", joined({bytes("FF FE"), bytes("48 00 69 00")}), plainText},
         {"transport stream", joined({packet, packet, packet}), {{"mpeg-ts"}}},
+        {"first packet without zeros", joined({full, packet}), {{"mpeg-ts"}}},
+        {"packets with error correction", joined({corrected, corrected, corrected}), {{"mpeg-ts"}}},
         {"one packet proves nothing", packet, unknown},
         {"lost sync", joined({packet, repeated(0, 1), packet}), unknown},
         {"text with G at every packet", joined({textBytes("G"), repeated('a', 187), textBytes("G")}), plainText},
