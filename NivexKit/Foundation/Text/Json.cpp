@@ -132,8 +132,10 @@ private:
         if (!std::isfinite(value))
             return writeAlternative(nullptr);
         char buffer[32];
-        const auto end = std::to_chars(buffer, buffer + sizeof buffer, value).ptr;
-        out_.append(buffer, end);
+        const std::string_view digits{buffer, std::to_chars(buffer, buffer + sizeof buffer, value).ptr};
+        out_ += digits;
+        if (digits.find_first_of(".e") == std::string_view::npos)
+            out_ += ".0"; // without it a whole double would be read as an integer, and minus zero lose its sign
     }
     void writeAlternative(const std::string& value) { appendJsonString(out_, value); }
     void writeAlternative(const JsonArray& values)

@@ -116,7 +116,8 @@ enum class JsonStyle {
 /// Appends a text as a JSON string, with its quotes.
 void appendJsonString(std::string& json, std::string_view text);
 
-/// Writes a value as UTF-8. Ill-formed bytes in strings are replaced; a number that is not finite becomes null.
+/// Writes a value as UTF-8. Ill-formed bytes in strings are replaced; a number that is not finite becomes null. Every
+/// other value reads back as the same, of the same kind: a whole double has a fraction (`2.0`), minus zero its sign.
 std::string writeJson(const JsonValue& value, JsonStyle style = JsonStyle::line);
 
 } // namespace nivex

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <string>
 
 namespace nivex {
@@ -18,6 +19,25 @@ TEST(Json, ReadsBackWhatItWrites)
 
     EXPECT_EQ(parseJson(writeJson(value)), value);
     EXPECT_EQ(parseJson(writeJson(value, JsonStyle::prettySorted)).object()->members().front().first, "list");
+}
+
+TEST(Json, KeepsTheKindOfNumbersAndTheSignOfZero)
+{
+    struct Case {
+        JsonValue value;
+        const char* written;
+    };
+    const Case cases[] = {
+        {JsonValue{2}, "2"},          {JsonValue{2.0}, "2.0"},   {JsonValue{-0.0}, "-0.0"},
+        {JsonValue{1e300}, "1e+300"}, {JsonValue{0.25}, "0.25"}, {JsonValue{9007199254740992.0}, "9007199254740992.0"},
+    };
+    for (const Case& each : cases) {
+        SCOPED_TRACE(each.written);
+        EXPECT_EQ(writeJson(each.value), each.written);
+        const JsonValue read = parseJson(each.written);
+        EXPECT_EQ(read, each.value);
+        EXPECT_EQ(std::signbit(*read.number()), std::signbit(*each.value.number()));
+    }
 }
 
 TEST(Json, PrettyStyleSortsAndIndents)
