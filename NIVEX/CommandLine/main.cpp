@@ -1,5 +1,6 @@
 #include "NIVEX/CommandLine/CommandLine.hpp"
 
+#include "NivexKit/Foundation/Files/StandardDescriptors.hpp"
 #include "NivexKit/Foundation/Running/WithTimeout.hpp"
 
 #include <chrono>
@@ -17,6 +18,7 @@ constexpr std::chrono::milliseconds patience{500};
 
 int main(int argumentCount, char** arguments)
 {
+    nivex::openStandardDescriptors();
     const int status = nivex::commandline::runCommandLine({arguments + 1, arguments + argumentCount});
     if (nivex::operationsHaveEnded(patience))
         return status;

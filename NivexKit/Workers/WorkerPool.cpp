@@ -3,6 +3,7 @@
 #include "NivexKit/Foundation/Text/StringTable.hpp"
 #include "NivexKit/Texts/Language.hpp"
 #include "NivexKit/Workers/OutputCheck.hpp"
+#include "NivexKit/Workers/WorkerFolders.hpp"
 
 #include <unistd.h>
 
@@ -38,11 +39,9 @@ std::string missingProgram(const std::string& program)
 
 WorkerPool::Settings WorkerPool::Settings::ofThisMachine()
 {
-    std::error_code ignored;
-    const fs::path beside = fs::read_symlink("/proc/self/exe", ignored).parent_path();
     const std::int64_t memory = std::int64_t{::sysconf(_SC_PHYS_PAGES)} * ::sysconf(_SC_PAGESIZE);
     Settings settings;
-    settings.folders = {beside / "workers", beside / "../libexec/nivex"};
+    settings.folders = workerFolders(runningProgram());
     settings.memoryBytes = std::clamp(memory / 2, std::int64_t{2} << 30, std::int64_t{16} << 30);
     settings.processors = std::max(1u, std::thread::hardware_concurrency());
     return settings;

@@ -4,6 +4,7 @@
 #include "NivexWorkers/Host/Sanitizers.hpp"
 
 #include "NivexKit/Foundation/Files/FileDescriptor.hpp"
+#include "NivexKit/Foundation/Files/StandardDescriptors.hpp"
 #include "NivexKit/Workers/DescriptorPassing.hpp"
 
 #include <dirent.h>
@@ -159,6 +160,7 @@ bool hasControlSocket()
 
 int serve(int argumentCount, char** arguments, const Handlers& handlers)
 {
+    openStandardDescriptors();
     const auto idle = idleTime(argumentCount, arguments);
     if (!idle || !hasControlSocket()) {
         std::fputs("This program is started by NIVEX and is of no use alone.\n", stderr);

@@ -1,4 +1,5 @@
 #include "NivexKit/Texts/Language.hpp"
+#include "NivexKit/Workers/WorkerFolders.hpp"
 #include "tests/NivexKit/Workers/WorkerTestSupport.hpp"
 
 #include <gtest/gtest.h>
@@ -111,6 +112,16 @@ TEST(WorkerPool, SaysWhyAProgramIsNotAvailable)
     EXPECT_EQ(house.pool.programs(),
               (std::vector<std::string>{"checked", "hostile", "hostile-landlock2", "hostile-landlock3",
                                         "hostile-landlock5", "hostile-landlock6"}));
+}
+
+TEST(WorkerFolders, LieBesideTheProgramAndNeverInTheCurrentFolder)
+{
+    EXPECT_EQ(workerFolders("/opt/nivex/bin/nivex"),
+              (std::vector<std::filesystem::path>{"/opt/nivex/bin/workers", "/opt/nivex/libexec/nivex"}));
+    for (const char* unknown : {"", "nivex", "./nivex"})
+        for (const std::filesystem::path& folder : workerFolders(unknown))
+            EXPECT_TRUE(folder.is_absolute()) << folder << " for " << unknown;
+    EXPECT_TRUE(runningProgram().is_absolute());
 }
 
 TEST(WorkerPool, GivesUpOnAProgramThatIsNoWorker)
