@@ -1,5 +1,6 @@
 #include "NIVEX/CommandLine/ArgumentReader.hpp"
 
+#include "NIVEX/CommandLine/FormatNames.hpp"
 #include "NIVEX/CommandLine/Size.hpp"
 #include "NIVEX/CommandLine/Suggestion.hpp"
 
@@ -23,11 +24,11 @@ std::string choices()
 }
 
 /// What stands for the value of a setting in the help.
-constexpr const char* placeholder(SettingUnit unit)
+std::string placeholder(SettingUnit unit)
 {
     switch (unit) {
     case SettingUnit::none:
-        return "CHOIX";
+        return "CHOIX"_fr;
     case SettingUnit::share:
         return "0..1";
     case SettingUnit::pixels:
@@ -35,11 +36,11 @@ constexpr const char* placeholder(SettingUnit unit)
     case SettingUnit::dotsPerInch:
         return "N";
     case SettingUnit::bytes:
-        return "TAILLE";
+        return "TAILLE"_fr;
     case SettingUnit::bitsPerSecond:
         return "BITS";
     }
-    return "";
+    return {};
 }
 
 template <class Field>
@@ -106,7 +107,8 @@ void speakFrench(CLI::App& app)
     formatter->label("Positionals", "Arguments "_fr);
     formatter->label("REQUIRED", "");
     app.formatter(formatter);
-    app.set_help_flag("-h,--help", "Affiche cette aide"_fr);
+    app.option_defaults()->group("Options "_fr);
+    app.set_help_flag("-h,--help", "Affiche cette aide"_fr)->group("Options "_fr);
 }
 
 CLI::App& addCommand(CLI::App& parent, const char* name, Text description)
@@ -122,14 +124,14 @@ void addFlag(CLI::App& command, const char* names, bool& place, Text description
     command.add_flag(names, place, description.localized());
 }
 
-void addText(CLI::App& command, const std::string& names, const char* placeholder, const std::string& description,
-             const TextReader& read)
+void addText(CLI::App& command, const std::string& names, const std::string& placeholder,
+             const std::string& description, const TextReader& read)
 {
     const auto readPlain = [read](const std::string& value) { read(unprotected(value)); };
     command.add_option_function<std::string>(names, readPlain, description)->type_name(placeholder);
 }
 
-void addWord(CLI::App& command, const char* name, Text description, const TextReader& read)
+void addWord(CLI::App& command, Text name, Text description, const TextReader& read)
 {
     addText(command, name, "", description, read);
 }
@@ -138,14 +140,15 @@ void addSelection(CLI::App& command, FileSelection& selection)
 {
     command
         .add_option_function<std::vector<std::string>>(
-            "FICHIER",
+            "FICHIER"_fr.localized(),
             [&selection](const std::vector<std::string>& names) {
                 selection.files.clear();
                 std::ranges::transform(names, std::back_inserter(selection.files), unprotected);
             },
             std::string{"Fichiers à traiter"_fr})
         ->type_name("");
-    addText(command, "--files-from", "LISTE", "Lit d'autres noms dans ce fichier, ou sur l'entrée standard avec -"_fr,
+    addText(command, "--files-from", "LISTE"_fr,
+            "Lit d'autres noms dans ce fichier, ou sur l'entrée standard avec -"_fr,
             [&selection](const std::string& value) { selection.filesFrom = value; });
     addFlag(command, "-0", selection.namesEndWithNul, "Les noms de la liste se terminent par un octet nul"_fr);
     addFlag(command, "-r,--recursive", selection.recursive, "Parcourt les dossiers"_fr);
@@ -154,15 +157,27 @@ void addSelection(CLI::App& command, FileSelection& selection)
 void addRun(CLI::App& command, RunArguments& run)
 {
     addSelection(command, run.selection);
-    addText(command, "--out", "DOSSIER", "Dossier des résultats ; sans lui, à côté de l'original"_fr,
-            [&run](const std::string& value) { run.outputFolder = value; });
+    addText(command, "--out", "DOSSIER"_fr, "Dossier des résultats ; sans lui, à côté de l'original"_fr,
+            [&run](const std::string& value) {
+                if (value.empty())
+                    throw BadValue{"l'option --out attend un dossier"_fr};
+                run.outputFolder = value;
+            });
+    addText(command, "-o", "FICHIER"_fr, "Nom du résultat d'un seul fichier ; - est la sortie standard"_fr,
+            [&run](const std::string& value) {
+                if (value.empty())
+                    throw BadValue{"l'option -o attend un fichier"_fr};
+                run.outputFile = value;
+            });
+    addFlag(command, "--keep-dates", run.keepDates, "Donne aux résultats la date de leur original"_fr);
     addText(command, "--jobs", "N", "Nombre de conversions en même temps"_fr, [&run](const std::string& value) {
         run.jobs = numberOf<int>("--jobs", value);
         if (*run.jobs < 1)
             refuse("--jobs", value);
     });
     addFlag(command, "--json", run.json, "Un objet JSON par fichier terminé"_fr);
-    addFlag(command, "--quiet", run.quiet, "N'affiche pas la progression"_fr);
+    addFlag(command, "--quiet", run.quiet, "N'affiche ni progression ni bilan"_fr);
+    addFlag(command, "--verbose", run.verbose, "Ajoute aux échecs leur cause technique"_fr);
     addFlag(command, "--dry-run", run.dryRun, "Montre ce qui serait fait, sans rien écrire"_fr);
     addOverrides(command, run.overrides);
 }
@@ -170,6 +185,19 @@ void addRun(CLI::App& command, RunArguments& run)
 void addOverrides(CLI::App& command, OptionOverrides& overrides)
 {
     forEachSetting([&](const auto& setting) { addSetting(command, setting, overrides); });
+}
+
+void addSkipExisting(CLI::App& command, RunArguments& run)
+{
+    addFlag(command, "--skip-existing", run.skipExisting, "Passe les fichiers dont le résultat est déjà là"_fr);
+}
+
+FormatID formatOf(const std::string& word)
+{
+    const FormatRegistry& registry = FormatRegistry::standard();
+    if (const FileFormat* format = formatNamed(registry, word))
+        return format->id;
+    throw BadValue{unknownFormat(registry, word)};
 }
 
 FormatFamily familyNamed(const std::string& name)

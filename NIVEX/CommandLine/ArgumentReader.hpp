@@ -35,13 +35,14 @@ CLI::App& addCommand(CLI::App& parent, const char* name, Text description);
 void speakFrench(CLI::App& app);
 
 void addFlag(CLI::App& command, const char* names, bool& place, Text description);
-void addText(CLI::App& command, const std::string& names, const char* placeholder, const std::string& description,
-             const TextReader& read);
+void addText(CLI::App& command, const std::string& names, const std::string& placeholder,
+             const std::string& description, const TextReader& read);
 /// A positional argument.
-void addWord(CLI::App& command, const char* name, Text description, const TextReader& read);
+void addWord(CLI::App& command, Text name, Text description, const TextReader& read);
 void addSelection(CLI::App& command, FileSelection& selection);
 /// The options that `convert`, `optimize` and `recipe run` share.
 void addRun(CLI::App& command, RunArguments& run);
+void addSkipExisting(CLI::App& command, RunArguments& run);
 void addOverrides(CLI::App& command, OptionOverrides& overrides);
 
 /// "--dpi".
@@ -63,6 +64,8 @@ Number numberOf(const std::string& option, const std::string& text)
     return number;
 }
 
+/// The format of that identifier or extension; refuses any other word with a suggestion.
+FormatID formatOf(const std::string& word);
 /// The family of that stored name; refuses any other with a suggestion.
 FormatFamily familyNamed(const std::string& name);
 /// A size such as 500KB; refuses what is none.

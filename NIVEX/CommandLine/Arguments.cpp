@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #ifndef NIVEX_VERSION
@@ -15,31 +16,57 @@
 namespace nivex::commandline {
 namespace {
 
-/// One call's parser: the commands with their options, each bound to the place its value goes to.
+/// One call's parser: the command that was named with its options, each bound to the place its value goes to. The
+/// others are only listed, and that only where nothing else was named: describing all options takes longer than
+/// recognising a file.
 class Parser {
 public:
-    Parser();
-
     Invocation parse(std::span<const std::string> arguments);
 
 private:
-    void addDetectionCommands();
-    void addConversionCommands();
-    void addListCommands();
-    void addHistoryCommands();
-    void addRecipeCommands();
+    struct CommandRow {
+        const char* name;
+        Text description;
+        void (Parser::*addTo)(CLI::App& command);
+    };
+    static const CommandRow commands[];
+
+    static const CommandRow* commandNamed(std::string_view word);
+    static std::vector<std::string> inOrder(std::span<const std::string> arguments);
+    void addCommandsFor(std::string_view word);
+
+    void addIdentify(CLI::App& command);
+    void addPlans(CLI::App& command);
+    void addConvert(CLI::App& command);
+    void addOptimize(CLI::App& command);
+    void addFormats(CLI::App& command);
+    void addEngines(CLI::App& command);
+    void addDoctor(CLI::App& command);
+    void addHistory(CLI::App& command);
+    void addRecipe(CLI::App& command);
+    void addRecipeMaking(CLI::App& recipe);
+    void addRecipeUse(CLI::App& recipe);
+    void addRecipeKeeping(CLI::App& recipe);
 
     /// The command that was named, or the sub-command of it; the program itself when there is none.
     const CLI::App& chosenCommand() const;
+    /// "nivex recipe show".
+    std::string nameOfChosenCommand() const;
     Invocation checked() const;
     std::string usageMessage(const CLI::ParseError& error) const;
     std::string unexpectedMessage(const std::string& word) const;
 
+    /// Makes a command yield these arguments.
+    template <class Arguments>
+    void yields(const CLI::App& command, Arguments& arguments)
+    {
+        chosen_.push_back({&command, [&arguments] { return Invocation{arguments}; }});
+    }
     template <class Arguments>
     CLI::App& onCommand(CLI::App& parent, const char* name, Text description, Arguments& arguments)
     {
         CLI::App& command = addCommand(parent, name, description);
-        chosen_.push_back({&command, [&arguments] { return Invocation{arguments}; }});
+        yields(command, arguments);
         return command;
     }
 
@@ -48,7 +75,7 @@ private:
         std::function<Invocation()> invocation;
     };
 
-    CLI::App app_;
+    CLI::App app_{"NIVEX convertit des fichiers sur cette machine, sans jamais toucher aux originaux."_fr, "nivex"};
     std::vector<Choice> chosen_;
     IdentifyArguments identify_;
     PlansArguments plans_;
@@ -69,63 +96,109 @@ private:
     ConvertArguments recipeRun_;
 };
 
-Parser::Parser()
-    : app_{"NIVEX convertit des fichiers sur cette machine, sans jamais toucher aux originaux."_fr, "nivex"}
+// clang-format off
+const Parser::CommandRow Parser::commands[] = {
+    {"identify", "Reconnaît le vrai format de chaque fichier"_fr,                              &Parser::addIdentify},
+    {"plans",    "Montre ce que chaque fichier peut devenir, et ce qui serait perdu"_fr,        &Parser::addPlans},
+    {"convert",  "Convertit des fichiers"_fr,                                                  &Parser::addConvert},
+    {"optimize", "Allège des fichiers sans changer leur format"_fr,                            &Parser::addOptimize},
+    {"formats",  "Liste les formats connus"_fr,                                                &Parser::addFormats},
+    {"engines",  "Liste les douze moteurs de conversion"_fr,                                   &Parser::addEngines},
+    {"doctor",   "Montre ce qui fonctionne sur cette machine"_fr,                              &Parser::addDoctor},
+    {"history",  "Montre les conversions passées"_fr,                                          &Parser::addHistory},
+    {"recipe",   "Compose, vérifie et applique des raccourcis"_fr,                             &Parser::addRecipe},
+};
+// clang-format on
+
+const Parser::CommandRow* Parser::commandNamed(std::string_view word)
 {
-    speakFrench(app_);
-    app_.set_version_flag("--version", "nivex " NIVEX_VERSION, "Affiche la version"_fr);
-    app_.require_subcommand(1);
-    addDetectionCommands();
-    addConversionCommands();
-    addListCommands();
-    addHistoryCommands();
-    addRecipeCommands();
+    const auto found = std::ranges::find(commands, word, &CommandRow::name);
+    return found == std::end(commands) ? nullptr : found;
 }
 
-void Parser::addDetectionCommands()
+/// The arguments with the command in front, where only options stand before it: "nivex --json identify" is understood.
+/// "nivex help convert" asks for what "nivex convert --help" does.
+std::vector<std::string> Parser::inOrder(std::span<const std::string> arguments)
 {
-    CLI::App& identify = onCommand(app_, "identify", "Reconnaît le vrai format de chaque fichier"_fr, identify_);
+    std::vector<std::string> words{arguments.begin(), arguments.end()};
+    if (!words.empty() && words.front() == "help") {
+        words.erase(words.begin());
+        words.emplace_back("--help");
+        return words;
+    }
+    const auto command = std::ranges::find_if(words, [](const std::string& word) { return !word.starts_with('-'); });
+    if (command != words.end() && commandNamed(*command) && std::find(words.begin(), command, "--") == command)
+        std::rotate(words.begin(), command, command + 1);
+    return words;
+}
+
+void Parser::addCommandsFor(std::string_view word)
+{
+    speakFrench(app_);
+    app_.set_version_flag("--version", "nivex " NIVEX_VERSION, "Affiche la version"_fr)->group("Options "_fr);
+    app_.require_subcommand(1);
+    if (const CommandRow* named = commandNamed(word))
+        return (this->*named->addTo)(addCommand(app_, named->name, named->description));
+    for (const CommandRow& each : commands)
+        addCommand(app_, each.name, each.description);
+}
+
+void Parser::addIdentify(CLI::App& identify)
+{
+    yields(identify, identify_);
     addSelection(identify, identify_.selection);
     addFlag(identify, "--json", identify_.json, "Un objet JSON par fichier"_fr);
     addFlag(identify, "--deep", identify_.deep, "Mesure aussi ce que les lecteurs de format savent dire"_fr);
+}
 
-    CLI::App& plans =
-        onCommand(app_, "plans", "Montre ce que chaque fichier peut devenir, et ce qui serait perdu"_fr, plans_);
+void Parser::addPlans(CLI::App& plans)
+{
+    yields(plans, plans_);
     addSelection(plans, plans_.selection);
     addFlag(plans, "--json", plans_.json, "Un objet JSON par fichier"_fr);
     addFlag(plans, "--common", plans_.common, "Seulement les formats que tous les fichiers peuvent devenir"_fr);
 }
 
-void Parser::addConversionCommands()
+void Parser::addConvert(CLI::App& convert)
 {
-    CLI::App& convert = onCommand(app_, "convert", "Convertit des fichiers"_fr, convert_);
+    yields(convert, convert_);
     addText(convert, "--to", "FORMAT", "Format voulu : un identifiant ou une extension"_fr,
             [this](const std::string& value) { convert_.target = value; });
-    addText(convert, "--recipe", "RACCOURCI", "Raccourci à appliquer au lieu de --to : un fichier ou un nom"_fr,
+    addText(convert, "--recipe", "RACCOURCI"_fr, "Raccourci à appliquer au lieu de --to : un fichier ou un nom"_fr,
             [this](const std::string& value) { convert_.recipe = value; });
     addRun(convert, convert_.run);
+    addSkipExisting(convert, convert_.run);
+}
 
-    CLI::App& optimize = onCommand(app_, "optimize", "Allège des fichiers sans changer leur format"_fr, optimize_);
+void Parser::addOptimize(CLI::App& optimize)
+{
+    yields(optimize, optimize_);
     addRun(optimize, optimize_.run);
 }
 
-void Parser::addListCommands()
+void Parser::addFormats(CLI::App& formats)
 {
-    CLI::App& formats = onCommand(app_, "formats", "Liste les formats connus"_fr, formats_);
+    yields(formats, formats_);
     addFlag(formats, "--json", formats_.json, "Un objet JSON par format"_fr);
-    addText(formats, "--family", "NOM", "Seulement cette famille"_fr,
+    addText(formats, "--family", "NOM"_fr, "Seulement cette famille"_fr,
             [this](const std::string& value) { formats_.family = familyNamed(value); });
+}
 
-    CLI::App& engines = onCommand(app_, "engines", "Liste les douze moteurs de conversion"_fr, engines_);
+void Parser::addEngines(CLI::App& engines)
+{
+    yields(engines, engines_);
     addFlag(engines, "--json", engines_.json, "Un objet JSON par moteur"_fr);
+}
 
-    CLI::App& doctor = onCommand(app_, "doctor", "Montre ce qui fonctionne sur cette machine"_fr, doctor_);
+void Parser::addDoctor(CLI::App& doctor)
+{
+    yields(doctor, doctor_);
     addFlag(doctor, "--json", doctor_.json, "Un seul objet JSON"_fr);
 }
 
-void Parser::addHistoryCommands()
+void Parser::addHistory(CLI::App& history)
 {
-    CLI::App& history = onCommand(app_, "history", "Montre les conversions passées"_fr, history_);
+    yields(history, history_);
     history.require_subcommand(0, 1);
     addFlag(history, "--json", history_.json, "Un objet JSON par conversion"_fr);
     addText(history, "--limit", "N", "Au plus N conversions"_fr,
@@ -133,59 +206,74 @@ void Parser::addHistoryCommands()
     onCommand(history, "clear", "Oublie toutes les conversions"_fr, historyClear_);
     CLI::App& retention =
         onCommand(history, "retention", "Règle ou montre la durée de conservation"_fr, historyRetention_);
-    addWord(retention, "DUREE", "off, oneDay, sevenDays, thirtyDays ou forever"_fr, [this](const std::string& value) {
-        historyRetention_.retention = retentionStoredAs(value);
-        if (!historyRetention_.retention)
-            refuse("retention", value);
-    });
+    addWord(retention, "DUREE"_fr, "off, oneDay, sevenDays, thirtyDays ou forever"_fr,
+            [this](const std::string& value) {
+                historyRetention_.retention = retentionStoredAs(value);
+                if (!historyRetention_.retention)
+                    refuse("retention", value);
+            });
 }
 
-void Parser::addRecipeCommands()
+void Parser::addRecipe(CLI::App& recipe)
 {
-    CLI::App& recipe = addCommand(app_, "recipe", "Compose, vérifie et applique des raccourcis"_fr);
     recipe.require_subcommand(1);
-    const auto readFile = [](RecipeFileArguments& arguments) {
-        return [&arguments](const std::string& value) { arguments.recipe = value; };
-    };
+    addRecipeMaking(recipe);
+    addRecipeUse(recipe);
+    addRecipeKeeping(recipe);
+}
 
+void Parser::addRecipeMaking(CLI::App& recipe)
+{
+    auto& conditions = recipeNew_.conditions;
     CLI::App& make = onCommand(recipe, "new", "Écrit un raccourci dans un nouveau fichier"_fr, recipeNew_);
-    addWord(make, "RACCOURCI", "Fichier à écrire"_fr, [this](const std::string& value) { recipeNew_.file = value; });
-    addText(make, "--name", "NOM", "Nom du raccourci"_fr,
+    addWord(make, "RACCOURCI"_fr, "Fichier à écrire"_fr, [this](const std::string& value) { recipeNew_.file = value; });
+    addText(make, "--name", "NOM"_fr, "Nom du raccourci"_fr,
             [this](const std::string& value) { recipeNew_.name = value; });
     addText(make, "--to", "FORMAT", "Format de sortie"_fr,
             [this](const std::string& value) { recipeNew_.target = value; });
-    addText(
-        make, "--if-family", "FAMILLE", "Seulement les fichiers de cette famille"_fr,
-        [this](const std::string& value) { recipeNew_.conditions.push_back(step::SourceFamily{familyNamed(value)}); });
+    addText(make, "--if-family", "FAMILLE"_fr, "Seulement les fichiers de cette famille"_fr,
+            [&conditions](const std::string& value) { conditions.push_back(step::SourceFamily{familyNamed(value)}); });
     addText(make, "--if-format", "FORMAT", "Seulement les fichiers de ce format"_fr,
-            [this](const std::string& value) { recipeNew_.conditions.push_back(step::SourceFormat{value}); });
-    addText(make, "--if-name", "TEXTE", "Seulement les noms contenant ce texte"_fr,
-            [this](const std::string& value) { recipeNew_.conditions.push_back(step::NameContains{value}); });
-    addText(make, "--if-at-most", "TAILLE", "Seulement les fichiers d'au plus ce poids"_fr,
-            [this](const std::string& value) {
-                recipeNew_.conditions.push_back(step::InputSizeLimit{sizeOf("--if-at-most", value)});
+            [&conditions](const std::string& value) { conditions.push_back(step::SourceFormat{formatOf(value)}); });
+    addText(make, "--if-name", "TEXTE"_fr, "Seulement les noms contenant ce texte"_fr,
+            [&conditions](const std::string& value) { conditions.push_back(step::NameContains{value}); });
+    addText(make, "--if-at-most", "TAILLE"_fr, "Seulement les fichiers d'au plus ce poids"_fr,
+            [&conditions](const std::string& value) {
+                conditions.push_back(step::InputSizeLimit{sizeOf("--if-at-most", value)});
             });
     addFlag(make, "--reset-defaults", recipeNew_.resetDefaults, "Part des valeurs standard, pas des préférences"_fr);
     addOverrides(make, recipeNew_.settings);
+}
 
-    CLI::App& check = onCommand(recipe, "check", "Vérifie un raccourci"_fr, recipeCheck_);
-    addWord(check, "RACCOURCI", "Fichier, ou nom d'un raccourci conservé"_fr, readFile(recipeCheck_));
+void Parser::addRecipeUse(CLI::App& recipe)
+{
+    const auto addNamed = [](CLI::App& command, RecipeFileArguments& arguments, Text description) {
+        addWord(command, "RACCOURCI"_fr, description,
+                [&arguments](const std::string& value) { arguments.recipe = value; });
+    };
+    addNamed(onCommand(recipe, "check", "Vérifie un raccourci"_fr, recipeCheck_), recipeCheck_,
+             "Fichier, ou nom d'un raccourci conservé"_fr);
     CLI::App& show = onCommand(recipe, "show", "Montre les blocs d'un raccourci"_fr, recipeShow_);
-    addWord(show, "RACCOURCI", "Fichier, ou nom d'un raccourci conservé"_fr, readFile(recipeShow_));
+    addNamed(show, recipeShow_, "Fichier, ou nom d'un raccourci conservé"_fr);
     addFlag(show, "--json", recipeShow_.json, "Le raccourci tel qu'il se partage"_fr);
+    addNamed(onCommand(recipe, "import", "Conserve une copie d'un raccourci partagé"_fr, recipeImport_), recipeImport_,
+             "Fichier à conserver"_fr);
     CLI::App& run = onCommand(recipe, "run", "Convertit des fichiers avec un raccourci"_fr, recipeRun_);
-    addWord(run, "RACCOURCI", "Fichier, ou nom d'un raccourci conservé"_fr,
+    addWord(run, "RACCOURCI"_fr, "Fichier, ou nom d'un raccourci conservé"_fr,
             [this](const std::string& value) { recipeRun_.recipe = value; });
     addRun(run, recipeRun_.run);
+    addSkipExisting(run, recipeRun_.run);
+}
 
+void Parser::addRecipeKeeping(CLI::App& recipe)
+{
     CLI::App& list = onCommand(recipe, "list", "Liste les raccourcis conservés"_fr, recipeList_);
     addFlag(list, "--json", recipeList_.json, "Un objet JSON par raccourci"_fr);
-    CLI::App& import = onCommand(recipe, "import", "Conserve une copie d'un raccourci partagé"_fr, recipeImport_);
-    addWord(import, "RACCOURCI", "Fichier à conserver"_fr, readFile(recipeImport_));
     CLI::App& exporting =
         onCommand(recipe, "export", "Écrit un raccourci conservé dans un nouveau fichier"_fr, recipeExport_);
-    addWord(exporting, "NOM", "Nom du raccourci"_fr, [this](const std::string& value) { recipeExport_.name = value; });
-    addWord(exporting, "FICHIER", "Fichier à écrire"_fr,
+    addWord(exporting, "NOM"_fr, "Nom du raccourci"_fr,
+            [this](const std::string& value) { recipeExport_.name = value; });
+    addWord(exporting, "FICHIER"_fr, "Fichier à écrire"_fr,
             [this](const std::string& value) { recipeExport_.file = value; });
 }
 
@@ -207,16 +295,18 @@ std::vector<std::string> libraryWords(std::span<const std::string> arguments)
 Invocation Parser::parse(std::span<const std::string> arguments)
 {
     try {
-        app_.parse(libraryWords(arguments));
+        const std::vector<std::string> words = inOrder(arguments);
+        addCommandsFor(words.empty() ? std::string{} : words.front());
+        app_.parse(libraryWords(words));
         return checked();
     } catch (const BadValue& bad) {
-        return UsageError{bad.message};
+        return UsageError{bad.message, nameOfChosenCommand()};
     } catch (const CLI::CallForHelp&) {
         return Printout{app_.help()}; // of the command that was named
     } catch (const CLI::CallForVersion& version) {
         return Printout{version.what()};
     } catch (const CLI::ParseError& error) {
-        return UsageError{usageMessage(error)};
+        return UsageError{usageMessage(error), nameOfChosenCommand()};
     }
 }
 
@@ -228,25 +318,37 @@ const CLI::App& Parser::chosenCommand() const
     return *command;
 }
 
+std::string Parser::nameOfChosenCommand() const
+{
+    std::string name = app_.get_name();
+    const CLI::App* command = &app_;
+    for (auto below = command->get_subcommands(); !below.empty(); below = command->get_subcommands()) {
+        command = below.front();
+        name += " " + command->get_name();
+    }
+    return name;
+}
+
 /// What an argument library cannot know: that one thing or another must be there.
 struct Completeness {
     std::string operator()(const Printout&) const { return {}; }
     std::string operator()(const UsageError& error) const { return error.message; }
-    std::string operator()(const IdentifyArguments& identify) const { return files("identify", identify.selection); }
-    std::string operator()(const PlansArguments& plans) const { return files("plans", plans.selection); }
+    std::string operator()(const IdentifyArguments& identify) const { return files(identify.selection); }
+    std::string operator()(const PlansArguments& plans) const { return files(plans.selection); }
     std::string operator()(const ConvertArguments& convert) const
     {
-        if (convert.target.empty() && !convert.recipe)
-            return "convert a besoin de --to FORMAT"_fr;
+        const bool isNamedByFile = convert.run.outputFile && convert.run.outputFile->has_extension();
+        if (convert.target.empty() && !convert.recipe && !isNamedByFile)
+            return "il manque le format voulu : --to FORMAT, par exemple --to png"_fr;
         if (!convert.target.empty() && convert.recipe)
             return "--to et --recipe ne vont pas ensemble"_fr;
-        return files("convert", convert.run.selection);
+        return places(convert.run);
     }
     std::string operator()(const OptimizeArguments& optimize) const
     {
         if (!optimize.run.overrides.has(&ConversionOptions::maxFileBytes))
-            return "optimize a besoin de --max-size TAILLE"_fr;
-        return files("optimize", optimize.run.selection);
+            return "il manque le poids voulu : --max-size TAILLE, par exemple --max-size 2MB"_fr;
+        return places(optimize.run);
     }
     std::string operator()(const RecipeNewArguments& make) const
     {
@@ -267,11 +369,28 @@ struct Completeness {
     }
 
     static std::string needsRecipe() { return "il manque un raccourci ou un fichier ; voyez nivex recipe --help"_fr; }
-    static std::string files(std::string_view command, const FileSelection& selection)
+    static std::string files(const FileSelection& selection)
     {
-        return selection.files.empty() && !selection.filesFrom
-                   ? filled("{} a besoin d'au moins un fichier"_fr, {command})
-                   : std::string{};
+        return selection.files.empty() && !selection.filesFrom ? "il manque au moins un fichier"_fr.localized()
+                                                               : std::string{};
+    }
+    /// Where files come from and results go.
+    static std::string places(const RunArguments& run)
+    {
+        const bool hasOneSource =
+            run.selection.files.size() == 1 && !run.selection.filesFrom && !run.selection.recursive;
+        const bool readsPipe = std::ranges::find(run.selection.files, "-") != run.selection.files.end();
+        if (std::string missing = files(run.selection); !missing.empty())
+            return missing;
+        if (run.outputFile && run.outputFolder)
+            return "-o et --out ne vont pas ensemble"_fr;
+        if (run.outputFile && !hasOneSource)
+            return "-o ne vaut que pour un seul fichier ; pour plusieurs, --out DOSSIER"_fr;
+        if (readsPipe && (!hasOneSource || !run.outputFile))
+            return "- est l'entrée standard, seule source possible alors ; -o FICHIER ou -o - dit où va le résultat"_fr;
+        if (run.outputFile == "-" && run.json)
+            return "-o - et --json ne vont pas ensemble : tous deux vont sur la sortie standard"_fr;
+        return {};
     }
 };
 
@@ -283,10 +402,10 @@ Invocation Parser::checked() const
             continue;
         Invocation invocation = choice.invocation();
         if (std::string problem = std::visit(Completeness{}, invocation); !problem.empty())
-            return UsageError{std::move(problem)};
+            return UsageError{std::move(problem), nameOfChosenCommand()};
         return invocation;
     }
-    return UsageError{"il manque une commande ; voyez nivex --help"_fr};
+    return UsageError{filled("il manque une commande ; voyez {} --help"_fr, {nameOfChosenCommand()})};
 }
 
 /// The library's own messages are English; what went wrong is told again from its parts.
@@ -296,10 +415,12 @@ std::string Parser::usageMessage(const CLI::ParseError& error) const
     const std::vector<std::string> extras = app_.remaining(true);
     if (!extras.empty())
         return unexpectedMessage(extras.front());
-    if (dynamic_cast<const CLI::ArgumentMismatch*>(&error))
-        return filled("l'option {} attend une seule valeur"_fr, {what.substr(0, what.find(':'))});
-    const std::string path = chosenCommand().get_display_name(); // "nivex" for the program itself
-    return filled("il manque une commande ; voyez {} --help"_fr, {path == "nivex" ? path : "nivex " + path});
+    if (dynamic_cast<const CLI::ArgumentMismatch*>(&error)) {
+        const std::string name = what.substr(0, what.find(':'));
+        const CLI::Option* option = chosenCommand().get_option_no_throw(name);
+        return filled("l'option {} attend une valeur : {}"_fr, {name, option ? option->get_type_name() : ""});
+    }
+    return filled("il manque une commande ; voyez {} --help"_fr, {nameOfChosenCommand()});
 }
 
 std::string Parser::unexpectedMessage(const std::string& word) const

@@ -39,10 +39,14 @@ struct PlansArguments {
 struct RunArguments {
     FileSelection selection;
     std::optional<std::filesystem::path> outputFolder;
+    std::optional<std::filesystem::path> outputFile; // for one source; "-" is standard output
     std::optional<int> jobs;
     bool json = false;
     bool quiet = false;
+    bool verbose = false;
     bool dryRun = false;
+    bool skipExisting = false;
+    bool keepDates = false;
     OptionOverrides overrides; // the settings that were typed
 };
 
@@ -115,6 +119,7 @@ struct Printout {
 /// A call that cannot be understood: one French line.
 struct UsageError {
     std::string message;
+    std::string command = "nivex"; // "nivex recipe show": what the message speaks of
 };
 
 using Invocation = std::variant<Printout, UsageError, IdentifyArguments, PlansArguments, ConvertArguments,

@@ -1,17 +1,25 @@
 #include "NIVEX/CommandLine/Batch.hpp"
 
-#include "NIVEX/CommandLine/ArgumentReader.hpp"
 #include "NIVEX/CommandLine/Descriptions.hpp"
+#include "NIVEX/CommandLine/Destination.hpp"
 #include "NIVEX/CommandLine/FileList.hpp"
 #include "NIVEX/CommandLine/Interrupts.hpp"
+#include "NIVEX/CommandLine/JobCount.hpp"
 #include "NIVEX/CommandLine/JsonLines.hpp"
+#include "NIVEX/CommandLine/ProgressLine.hpp"
+#include "NIVEX/CommandLine/StandardStreams.hpp"
+#include "NIVEX/CommandLine/Tally.hpp"
 
+#include "NivexKit/Execution/Placing/OutputNaming.hpp"
 #include "NivexKit/Foundation/ConversionError.hpp"
+#include "NivexKit/Foundation/Text/ByteCount.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
 #include "NivexKit/Foundation/Text/Unicode.hpp"
 
 #include <algorithm>
 #include <chrono>
+#include <memory>
+#include <unordered_map>
 #include <utility>
 
 namespace nivex::commandline {
@@ -25,9 +33,8 @@ constexpr std::chrono::milliseconds progressInterval{100};
 /// A file with a plan, ready to be queued.
 struct Prepared {
     DetectionResult detection;
-    ConversionPlan plan;
-    std::vector<std::string> warnings;
-    OutputDestination destination;
+    ConversionVerdict verdict;
+    OutputPlacement placement;
 };
 
 /// One call's work from the list of files to the last report.
@@ -38,24 +45,52 @@ public:
     ExitStatus run();
 
 private:
-    void tellSetAside(std::size_t setAside, std::size_t total);
+    // Before any work:
+    std::optional<std::string> settleDestination();
+    FileList listed();
+    void prepareAll(const FileList& list);
     void prepare(const ListedFile& file, DetectionResult detection);
-    OutputDestination destinationOf(const ListedFile& file);
-    std::vector<std::string> warningsOf(const ConversionPlan& plan) const;
-    void announceLosses();
+    bool couldBeConverted(DetectionResult detection) const;
+    void leaveAsideOr(const ListedFile& file, bool isAside, const DetectionResult& detection,
+                      const std::string& message);
+    OutputPlacement placementOf(const ListedFile& file);
+    bool isThereAlready(const DetectionResult& detection, const ConversionPlan& plan,
+                        const OutputPlacement& placement) const;
+    void tellLeftOut(std::size_t files);
+
+    // What would be done:
+    void announceWarnings();
     void showPlans();
+
+    // The work:
     void convertPrepared();
-    void onFinished(const ConversionJob& job);
-    void refuse(const DetectionResult& detection, std::string message);
-    void report(const FinishedFile& file);
-    void showProgress();
     void enqueueAll();
+    void onFinished(const ConversionJob& job);
+    void deliver(const ConversionJob& job, FinishedFile& file);
+    void keepProgressShown(const std::shared_ptr<const bool>& isShown);
+    ProgressState progress() const;
+
+    void refuse(const DetectionResult& detection, const ConversionVerdict* verdict, const std::string& message);
+    void report(const FinishedFile& file);
+    void reportOutputs(const FinishedFile& file);
+    std::string shownSource(const fs::path& source) const;
+    std::vector<std::string> allWarnings(const std::vector<std::string>& own) const;
+    bool isOptimization() const { return !request_.target; }
+    bool writesToStandardOutput() const { return request_.run.outputFile == standardStream; }
 
     Session& session_;
     const BatchRequest& request_;
+    std::optional<PipeFolder> pipe_;
+    bool readsStandardInput_ = false;
+    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
     std::vector<Prepared> prepared_;
-    std::vector<Uuid> batches_;
-    std::chrono::steady_clock::time_point nextProgress_;
+    std::unordered_map<Uuid, const Prepared*> byJob_;
+    std::size_t setAside_ = 0; // by the conditions of a recipe
+    std::size_t leftOut_ = 0;  // files of a walked folder that have no such conversion
+    Tally tally_;
+    double finishedBytes_ = 0;
+    double totalBytes_ = 0;
+    unsigned turn_ = 0;
     std::size_t finished_ = 0;
     bool allSucceeded_ = true;
     bool wasInterrupted_ = false;
@@ -63,88 +98,176 @@ private:
 
 ExitStatus Batch::run()
 {
-    const FileList list = listFiles(request_.run.selection);
-    for (const std::string& problem : list.problems) {
-        session_.console.note(problem);
-        allSucceeded_ = false;
+    if (const auto problem = settleDestination()) {
+        session_.console.error(*problem);
+        return ExitStatus::someFailed;
     }
-    std::vector<fs::path> files;
-    for (const ListedFile& file : list.files)
-        files.push_back(file.path);
-    std::vector<DetectionResult> detections = session_.model.detector().detect(files);
-    std::size_t setAside = 0;
-    for (std::size_t i = 0; i < list.files.size(); ++i) {
-        if (request_.accepts && !request_.accepts(detections[i]))
-            ++setAside;
-        else
-            prepare(list.files[i], std::move(detections[i]));
-    }
-    tellSetAside(setAside, list.files.size());
-
+    prepareAll(listed());
     if (request_.run.dryRun) {
         showPlans();
-    } else {
-        if (!request_.run.json)
-            announceLosses();
-        convertPrepared();
+        return allSucceeded_ ? ExitStatus::done : ExitStatus::someFailed;
     }
+    if (!request_.run.json)
+        announceWarnings();
+    convertPrepared();
+    tally_.areLighter = isOptimization();
+    tally_.time = std::chrono::steady_clock::now() - start_;
+    if (!request_.run.quiet)
+        session_.console.note({Meaning::aside, tally_.line()});
     if (wasInterrupted_)
         return ExitStatus::interrupted;
     return allSucceeded_ ? ExitStatus::done : ExitStatus::someFailed;
 }
 
-void Batch::tellSetAside(std::size_t setAside, std::size_t total)
+/// What is wrong with the place that was named for the results is said once, before any file is opened.
+std::optional<std::string> Batch::settleDestination()
 {
-    if (setAside == 0)
+    const RunArguments& run = request_.run;
+    if (run.outputFolder)
+        return prepareFolder(*run.outputFolder, run.dryRun);
+    if (!run.outputFile || writesToStandardOutput())
+        return std::nullopt;
+    std::error_code ignored;
+    if (fs::is_directory(*run.outputFile, ignored) || !run.outputFile->has_filename())
+        return filled("« {} » est un dossier : utilisez --out"_fr, {shownPath(*run.outputFile)});
+    return problemOf(folderOf(SameFolderAsSource{}, *run.outputFile));
+}
+
+FileList Batch::listed()
+{
+    const auto& named = request_.run.selection.files;
+    readsStandardInput_ = named.size() == 1 && named.front() == standardStream;
+    if (readsStandardInput_ || writesToStandardOutput()) {
+        pipe_.emplace();
+        session_.model.setKeepsHistory(false); // of files that are gone when it is read
+    }
+    if (readsStandardInput_)
+        return {.files = {{pipe_->takeInput().native()}}, .problems = {}, .passed = {}};
+    FileList list = listFiles(request_.run.selection);
+    tell(session_.console, list);
+    allSucceeded_ = list.problems.empty();
+    return list;
+}
+
+void Batch::prepareAll(const FileList& list)
+{
+    if (list.files.empty()) {
+        allSucceeded_ = false;
         return;
-    if (setAside < total)
-        return session_.console.note(
-            filled("{} fichier(s) écarté(s) par les conditions. Les originaux sont conservés."_fr,
-                   {std::to_string(setAside)}));
-    session_.console.note("Aucun fichier ne correspond aux conditions du raccourci."_fr.localized());
-    allSucceeded_ = false;
+    }
+    std::vector<DetectionResult> detections = session_.model.detector().detect(list.paths());
+    for (std::size_t i = 0; i < list.files.size(); ++i) {
+        if (request_.accepts && !request_.accepts(detections[i]))
+            ++setAside_;
+        else
+            prepare(list.files[i], std::move(detections[i]));
+    }
+    tellLeftOut(list.files.size());
+}
+
+void Batch::tellLeftOut(std::size_t files)
+{
+    Console& console = session_.console;
+    if (setAside_ == files)
+        console.note("Aucun fichier ne correspond aux conditions du raccourci."_fr);
+    else if (setAside_ > 0)
+        console.note(filled("{} fichier(s) écarté(s) par les conditions. Les originaux sont conservés."_fr,
+                            {std::to_string(setAside_)}));
+    if (leftOut_ > 0)
+        console.note(isOptimization()
+                         ? filled("{} fichier(s) laissé(s) de côté : leur format ne propose pas de poids cible."_fr,
+                                  {std::to_string(leftOut_)})
+                         : filled("{} fichier(s) laissé(s) de côté : sans conversion vers {}."_fr,
+                                  {std::to_string(leftOut_), request_.target->name}));
+    if (setAside_ + leftOut_ == files)
+        allSucceeded_ = false;
 }
 
 void Batch::prepare(const ListedFile& file, DetectionResult detection)
 {
     if (const DetectionIssue* issue = detection.blockingIssue())
-        return refuse(detection, issue->message());
-    PlanChoice choice = request_.choosePlan(detection);
-    if (const auto* message = std::get_if<std::string>(&choice))
-        return refuse(detection, *message);
-    auto& plan = std::get<ConversionPlan>(choice);
-    std::vector<std::string> warnings = warningsOf(plan);
-    prepared_.push_back({std::move(detection), std::move(plan), std::move(warnings), destinationOf(file)});
-}
-
-/// Folders of a walked tree are made below the chosen folder, never that folder itself: a mistyped one must not appear.
-OutputDestination Batch::destinationOf(const ListedFile& file)
-{
+        return leaveAsideOr(file, !couldBeConverted(detection), detection, issue->message());
+    const PlanChoice choice = request_.choosePlan(detection);
+    if (const auto* none = std::get_if<NoPlan>(&choice))
+        return leaveAsideOr(file, true, detection, none->message);
+    ConversionVerdict verdict = verdictOn(std::get<ConversionPlan>(choice), detection, request_.options);
+    if (verdict.refusal)
+        return refuse(detection, &verdict, verdict.refusal->message());
+    OutputPlacement placement = placementOf(file);
+    if (request_.run.skipExisting && isThereAlready(detection, verdict.plan, placement)) {
+        ++tally_.thereBefore;
+        return;
+    }
+    // The folders of a kept tree are made below one that has been looked at.
     if (!request_.run.outputFolder)
-        return session_.model.preferences().destination;
-    const fs::path folder = *request_.run.outputFolder / file.folderInTree;
-    std::error_code ignored; // the runner says what is wrong with a folder that could not be made
-    if (!request_.run.dryRun && !file.folderInTree.empty() && fs::is_directory(*request_.run.outputFolder, ignored))
-        fs::create_directories(folder, ignored);
-    return DestinationFolder{folder};
+        if (const auto problem = problemOf(folderOf(placement.destination, detection.url)))
+            return refuse(detection, &verdict, *problem);
+    totalBytes_ += static_cast<double>(detection.fileSize);
+    prepared_.push_back({std::move(detection), std::move(verdict), std::move(placement)});
 }
 
-std::vector<std::string> Batch::warningsOf(const ConversionPlan& plan) const
+/// Whether what stands in the way is in this file, and not in its format.
+bool Batch::couldBeConverted(DetectionResult detection) const
 {
-    std::vector<std::string> warnings = plan.warnings();
-    request_.run.overrides.forEachGiven([&](const auto& setting) {
-        if (!plan.options.contains(setting.kind) && !plan.refused.contains(setting.kind))
-            warnings.push_back(filled("L'option {} est sans effet sur cette conversion."_fr, {typedName(setting)}));
-    });
-    return warnings;
+    detection.issues.clear();
+    if (!detection.format)
+        detection.format = detection.declaredFormat;
+    return std::holds_alternative<ConversionPlan>(request_.choosePlan(detection));
 }
 
-/// Says each loss once, however many files share it.
-void Batch::announceLosses()
+/// A file that was named itself is a failure; one that a walk came upon was asked for by nobody.
+void Batch::leaveAsideOr(const ListedFile& file, bool isAside, const DetectionResult& detection,
+                         const std::string& message)
+{
+    if (isAside && file.wasWalked())
+        ++leftOut_;
+    else
+        refuse(detection, nullptr, message);
+}
+
+/// Folders of a walked tree are made below the chosen folder.
+OutputPlacement Batch::placementOf(const ListedFile& file)
+{
+    const RunArguments& run = request_.run;
+    OutputPlacement placement{session_.model.preferences().destination};
+    if (writesToStandardOutput()) {
+        placement.destination = DestinationFolder{pipe_->outputs()};
+    } else if (run.outputFile) {
+        placement.destination = DestinationFolder{folderOf(SameFolderAsSource{}, *run.outputFile)};
+        placement.fileName = run.outputFile->filename().native();
+    } else if (run.outputFolder) {
+        const fs::path folder = *run.outputFolder / file.folderInTree();
+        std::error_code ignored; // the runner says what is wrong with a folder that could not be made
+        if (!run.dryRun && file.wasWalked())
+            fs::create_directories(folder, ignored);
+        placement.destination = DestinationFolder{folder};
+    }
+    placement.keepsDate = run.keepDates;
+    return placement;
+}
+
+bool Batch::isThereAlready(const DetectionResult& detection, const ConversionPlan& plan,
+                           const OutputPlacement& placement) const
+{
+    const std::string name = placement.fileName.value_or(
+        OutputNaming::sanitizedBaseName(detection.url.stem().native()) + "." + plan.target.preferredExtension());
+    std::error_code ignored;
+    return fs::exists(fs::symlink_status(folderOf(placement.destination, detection.url) / name, ignored));
+}
+
+std::vector<std::string> Batch::allWarnings(const std::vector<std::string>& own) const
+{
+    std::vector<std::string> all = own;
+    all.insert(all.end(), request_.recipeWarnings.begin(), request_.recipeWarnings.end());
+    return all;
+}
+
+/// Says each warning once, however many files share it.
+void Batch::announceWarnings()
 {
     std::vector<std::pair<std::string, std::vector<const Prepared*>>> files;
     for (const Prepared& each : prepared_) {
-        for (const std::string& warning : each.warnings) {
+        for (const std::string& warning : each.verdict.warnings) {
             auto known =
                 std::find_if(files.begin(), files.end(), [&](const auto& row) { return row.first == warning; });
             if (known == files.end())
@@ -153,22 +276,27 @@ void Batch::announceLosses()
         }
     }
     for (const auto& [warning, sharing] : files)
-        session_.console.note((sharing.size() == 1 ? shownPath(sharing.front()->detection.url)
+        session_.console.note((sharing.size() == 1 ? shownSource(sharing.front()->detection.url)
                                                    : filled("{} fichiers"_fr, {std::to_string(sharing.size())})) +
-                              " : " + warning);
+                              " : " + warned(warning));
 }
 
 void Batch::showPlans()
 {
     for (const Prepared& each : prepared_) {
         if (request_.run.json) {
-            session_.console.jsonResult(plansLine(each.detection, std::span{&each.plan, 1}));
+            report({.source = each.detection.url,
+                    .sourceFormat = each.detection.format->id,
+                    .target = each.verdict.plan.target.id,
+                    .state = "planned",
+                    .warnings = allWarnings(each.verdict.warnings),
+                    .plan = &each.verdict.plan});
             continue;
         }
-        session_.console.result(shownPath(each.detection.url) + " → " + each.plan.target.id.rawValue + " : " +
-                                describeRoute(each.plan));
-        for (const std::string& warning : each.warnings)
-            session_.console.result("    " + warning);
+        session_.console.result(emphasized(shownSource(each.detection.url)) + " → " +
+                                each.verdict.plan.target.id.rawValue + " : " + describeRoute(each.verdict.plan));
+        for (const std::string& warning : each.verdict.warnings)
+            session_.console.result("    " + warned(warning));
     }
 }
 
@@ -177,92 +305,164 @@ void Batch::convertPrepared()
     if (prepared_.empty())
         return;
     ConversionQueue& queue = session_.model.queue();
-    if (request_.run.jobs)
-        queue.setMaxConcurrentJobs(*request_.run.jobs);
+    queue.setMaxConcurrentJobs(request_.run.jobs.value_or(jobsOfThisMachine()));
     const InterruptHandler interrupts{session_.loop, [&queue] { queue.cancelAll(); }};
     session_.model.onJobFinished = [this](const ConversionJob& job) { onFinished(job); };
-    queue.onChange = [this] { showProgress(); };
+    const auto isShown = std::make_shared<const bool>(true);
+    if (session_.console.showsProgress())
+        keepProgressShown(isShown);
     enqueueAll();
     session_.loop.run();
-    queue.onChange = nullptr;
     session_.model.onJobFinished = nullptr;
     session_.console.clearProgress();
     wasInterrupted_ = interrupts.wasInterrupted();
 }
 
-/// One batch of the queue for each run of files with the same destination.
+/// One batch of the queue for each run of files with the same options and destination.
 void Batch::enqueueAll()
 {
+    const auto isLike = [](const Prepared& one, const Prepared& other) {
+        return one.placement == other.placement && one.verdict.options == other.verdict.options;
+    };
     for (auto first = prepared_.begin(); first != prepared_.end();) {
-        const auto last = std::find_if(first, prepared_.end(),
-                                       [&](const Prepared& each) { return each.destination != first->destination; });
+        const auto last =
+            std::find_if(first, prepared_.end(), [&](const Prepared& each) { return !isLike(*first, each); });
         std::vector<ConversionQueue::Request> requests;
         for (auto each = first; each != last; ++each)
-            requests.emplace_back(each->detection, each->plan);
-        batches_.push_back(session_.model.queue().enqueue(requests, request_.options, first->destination));
-        first = last;
+            requests.emplace_back(each->detection, each->verdict.plan);
+        const Uuid batch = session_.model.queue().enqueue(requests, first->verdict.options, first->placement);
+        for (const ConversionJob* job : session_.model.queue().jobsInBatch(batch))
+            byJob_.emplace(job->id, &*first++);
     }
 }
 
 void Batch::onFinished(const ConversionJob& job)
 {
+    const Prepared& prepared = *byJob_.at(job.id);
     FinishedFile file{.source = job.source.url,
                       .sourceFormat = job.source.format->id,
+                      .sourceBytes = job.source.fileSize,
                       .target = job.plan.target.id,
-                      .warnings = warningsOf(job.plan)};
+                      .warnings = allWarnings(prepared.verdict.warnings)};
     if (job.startedAt && job.finishedAt)
         file.seconds = std::chrono::duration<double>(*job.finishedAt - *job.startedAt).count();
-    if (const auto* succeeded = std::get_if<ConversionJob::Succeeded>(&job.state)) {
+    if (std::holds_alternative<ConversionJob::Succeeded>(job.state)) {
         file.state = "succeeded";
-        for (const fs::path& output : succeeded->outcome.outputs)
-            file.outputs.push_back(output.lexically_normal());
-        file.totalBytes = succeeded->outcome.totalBytes;
-    } else if (const auto* failed = std::get_if<ConversionJob::Failed>(&job.state)) {
+        deliver(job, file);
+    } else if (const auto* failure = std::get_if<ConversionJob::Failed>(&job.state)) {
         file.state = "failed";
-        file.message = failed->message;
+        file.message = failure->message;
     } else {
         file.state = "cancelled";
+        ++tally_.cancelled;
     }
+    finishedBytes_ += static_cast<double>(job.source.fileSize);
     report(file);
     if (++finished_ == prepared_.size())
         session_.loop.stop();
 }
 
-void Batch::refuse(const DetectionResult& detection, std::string message)
+/// Counts what succeeded and, where it goes to standard output, sends it there.
+void Batch::deliver(const ConversionJob& job, FinishedFile& file)
 {
-    report({.source = detection.url,
-            .sourceFormat = detection.format ? std::optional{detection.format->id} : std::nullopt,
-            .target = request_.target,
-            .state = "failed",
-            .message = std::move(message)});
+    const ConversionOutcome& outcome = std::get<ConversionJob::Succeeded>(job.state).outcome;
+    for (const fs::path& output : outcome.outputs)
+        file.outputs.push_back(output.lexically_normal());
+    file.totalBytes = outcome.totalBytes;
+    if (writesToStandardOutput()) {
+        if (file.outputs.size() != 1) {
+            file.state = "failed";
+            file.message = filled("le résultat compte {} fichiers : -o - n'en prend qu'un"_fr,
+                                  {std::to_string(file.outputs.size())});
+        } else if (!session_.console.resultFile(file.outputs.front())) {
+            file.state = "failed";
+            file.message = "le résultat ne peut pas être relu"_fr;
+        }
+        file.outputs.clear();
+    }
+    if (file.state != "succeeded")
+        return;
+    ++tally_.converted[job.plan.target.name];
+    tally_.bytesBefore += file.sourceBytes;
+    tally_.bytesAfter += file.totalBytes;
+}
+
+void Batch::refuse(const DetectionResult& detection, const ConversionVerdict* verdict, const std::string& message)
+{
+    FinishedFile file{.source = detection.url,
+                      .sourceFormat = detection.format ? std::optional{detection.format->id} : std::nullopt,
+                      .target = request_.target ? request_.target->id : FormatID{},
+                      .state = "failed",
+                      .message = message};
+    if (verdict)
+        file.warnings = allWarnings(verdict->warnings);
+    report(file);
 }
 
 void Batch::report(const FinishedFile& file)
 {
-    allSucceeded_ = allSucceeded_ && file.state == "succeeded";
-    if (request_.run.json)
-        return session_.console.jsonResult(finishedLine(file));
-    const std::string source = shownPath(file.source);
+    if (file.state == "failed")
+        ++tally_.failed;
+    allSucceeded_ = allSucceeded_ && (file.state == "succeeded" || file.state == "planned");
+    if (request_.run.json) {
+        FinishedFile told = file;
+        if (readsStandardInput_)
+            told.source = standardStream;
+        return session_.console.jsonResult(finishedLine(told, request_.run.dryRun));
+    }
     if (file.message)
-        session_.console.note(source + " : " + *file.message);
-    for (const fs::path& output : file.outputs)
-        session_.console.result(source + " → " + shownPath(output));
+        session_.console.note(emphasized(shownSource(file.source)) + " : " + failed(*file.message));
+    reportOutputs(file);
 }
 
-void Batch::showProgress()
+void Batch::reportOutputs(const FinishedFile& file)
 {
-    const auto now = std::chrono::steady_clock::now();
-    if (now < nextProgress_)
-        return;
-    nextProgress_ = now + progressInterval;
-    double done = 0;
-    for (const Uuid& batch : batches_)
-        if (const auto progress = session_.model.queue().progress(batch))
-            done += progress->fraction.value_or(0) * static_cast<double>(progress->total);
-    const auto total = static_cast<double>(prepared_.size());
-    session_.console.progress(
-        filled("{} sur {} · {} %"_fr, {std::to_string(finished_), std::to_string(prepared_.size()),
-                                       std::to_string(static_cast<int>(100 * std::min(1.0, done / total)))}));
+    for (const fs::path& output : file.outputs) {
+        Line line = shownSource(file.source) + " → " + succeeded(shownPath(output));
+        if (isOptimization())
+            line += filled(" ({} → {}, {})"_fr, {shownByteCount(file.sourceBytes), shownByteCount(file.totalBytes),
+                                                 shownChange(file.sourceBytes, file.totalBytes)});
+        session_.console.result(line);
+    }
+    const auto& wanted = request_.run.outputFile;
+    if (wanted && file.outputs.size() == 1 && file.outputs.front().filename() != wanted->filename())
+        session_.console.note(filled("« {} » existe déjà et reste tel quel ; le résultat s'appelle « {} »."_fr,
+                                     {shownPath(wanted->filename()), shownPath(file.outputs.front().filename())}));
+}
+
+std::string Batch::shownSource(const fs::path& source) const
+{
+    return readsStandardInput_ ? standardStream : shownPath(source);
+}
+
+/// Draws the foot of the terminal again and again, also while nothing is heard of a long file.
+void Batch::keepProgressShown(const std::shared_ptr<const bool>& isShown)
+{
+    session_.console.progress(progressLine(progress(), turn_++));
+    session_.loop.postAfter(progressInterval, [this, shown = std::weak_ptr{isShown}] {
+        if (const auto isStillShown = shown.lock())
+            keepProgressShown(isStillShown);
+    });
+}
+
+ProgressState Batch::progress() const
+{
+    ProgressState state{.finishedFiles = finished_,
+                        .totalFiles = prepared_.size(),
+                        .doneBytes = finishedBytes_,
+                        .totalBytes = totalBytes_,
+                        .elapsed = std::chrono::steady_clock::now() - start_};
+    for (const ConversionJob& job : session_.model.queue().jobs()) {
+        const auto* running = std::get_if<ConversionJob::Running>(&job.state);
+        if (!running)
+            continue;
+        state.doneBytes += running->fraction.value_or(0) * static_cast<double>(job.source.fileSize);
+        if (state.atWork.empty())
+            state.atWork = shownPath(job.source.fileName());
+        else
+            ++state.othersAtWork;
+    }
+    return state;
 }
 
 } // namespace
@@ -270,16 +470,17 @@ void Batch::showProgress()
 PlanChoice planTo(const FileFormat& target, const ConversionPlanner& planner, const DetectionResult& detection)
 {
     if (detection.format && detection.format->id == target.id)
-        return ConversionError::unsupported(filled("le fichier est déjà au format {}"_fr, {target.name})).message();
+        return NoPlan{
+            ConversionError::unsupported(filled("le fichier est déjà au format {}"_fr, {target.name})).message()};
     std::vector<ConversionPlan> plans = planner.plans(detection);
     const auto found =
         std::find_if(plans.begin(), plans.end(), [&](const ConversionPlan& plan) { return plan.id() == target.id; });
     if (found != plans.end())
         return std::move(*found);
     const std::string source = detection.format ? detection.format->name : std::string{"format inconnu"_fr};
-    return ConversionError::unsupported(
-               filled("aucun moteur de cette machine ne mène de {} à {}"_fr, {source, target.name}))
-        .message();
+    return NoPlan{ConversionError::unsupported(
+                      filled("aucun moteur de cette machine ne mène de {} à {}"_fr, {source, target.name}))
+                      .message()};
 }
 
 ExitStatus runBatch(Session& session, const BatchRequest& request) { return Batch{session, request}.run(); }

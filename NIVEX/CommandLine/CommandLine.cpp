@@ -22,7 +22,7 @@ struct Dispatcher {
     }
     ExitStatus operator()(const UsageError& error) const
     {
-        session.console.error(error.message);
+        session.console.error(error.message, error.command);
         return ExitStatus::wrongUsage;
     }
     ExitStatus operator()(const IdentifyArguments& arguments) const { return identify(session, arguments); }
@@ -72,7 +72,7 @@ int runCommandLine(const std::vector<std::string>& arguments)
     } catch (const std::exception& error) {
         console.error(filled("erreur interne : {}"_fr, {error.what()}));
     }
-    if (console.resultsLost() && status == ExitStatus::done) {
+    if (console.resultsLost() && !console.readerIsGone() && status == ExitStatus::done) {
         console.error("les résultats n'ont pas pu être écrits"_fr);
         status = ExitStatus::someFailed;
     }

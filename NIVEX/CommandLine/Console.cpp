@@ -5,7 +5,10 @@
 
 #include <unistd.h>
 
+#include <array>
+#include <cerrno>
 #include <cstdlib>
+#include <fstream>
 
 namespace nivex::commandline {
 namespace {
@@ -21,6 +24,9 @@ constexpr MeaningRow meanings[] = {
 static_assert(inCaseOrder(meanings, Meaning::aside));
 
 constexpr std::string_view emptyFoot = "\r\033[K";
+/// Between these the terminal cuts a line at its edge instead of going on below.
+constexpr std::string_view startOfFoot = "\r\033[K\033[?7l";
+constexpr std::string_view endOfFoot = "\033[?7h";
 
 bool wantsColours(int descriptor)
 {
@@ -61,16 +67,30 @@ Console::Console(bool quiet)
 {
 }
 
-void Console::printResult(const Line& line)
+void Console::keepWatch(bool isWritten)
 {
-    if (!results_.write(line, "\n") || std::fflush(results_.file) != 0)
-        resultsLost_ = true;
+    if (isWritten && std::fflush(results_.file) == 0)
+        return;
+    readerIsGone_ = readerIsGone_ || errno == EPIPE;
+    resultsLost_ = true;
 }
 
 void Console::result(const Line& line)
 {
     clearProgress();
-    printResult(line);
+    keepWatch(results_.write(line, "\n"));
+}
+
+bool Console::resultsAreShown() const { return ::isatty(STDOUT_FILENO) == 1; }
+
+bool Console::resultFile(const std::filesystem::path& file)
+{
+    clearProgress();
+    std::ifstream bytes{file, std::ios::binary};
+    std::array<char, 64 * 1024> buffer;
+    while (bytes.read(buffer.data(), buffer.size()) || bytes.gcount() > 0)
+        keepWatch(write(results_.file, {buffer.data(), static_cast<std::size_t>(bytes.gcount())}));
+    return bytes.eof();
 }
 
 void Console::jsonResult(const JsonValue& object) { jsonResult(writeJson(object)); }
@@ -92,14 +112,14 @@ void Console::note(const Line& line)
     notes_.write(line, "\n");
 }
 
-void Console::error(const std::string& message) { note(failed("nivex") + " : " + message); }
+void Console::error(const std::string& message, const std::string& command) { note(failed(command) + " : " + message); }
 
 void Console::progress(const Line& line)
 {
     if (!showsProgress_)
         return;
-    write(notes_.file, emptyFoot);
-    notes_.write(line, "");
+    write(notes_.file, startOfFoot);
+    notes_.write(line, endOfFoot);
     progressShown_ = true;
 }
 

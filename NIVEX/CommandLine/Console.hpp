@@ -5,6 +5,7 @@
 #include "NivexKit/Foundation/Text/Json.hpp"
 
 #include <cstdio>
+#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -27,15 +28,24 @@ public:
 
     /// A line for the person watching. A progress bar on the terminal is taken away first.
     void note(const Line& line);
-    /// The one line that says why a call was not understood or could not go on.
-    void error(const std::string& message);
+    /// The one line that says why a call was not understood or could not go on. `command` is what failed.
+    void error(const std::string& message, const std::string& command = "nivex");
 
-    /// What stands at the foot of the terminal while work goes on; nothing unless standard error is a terminal.
+    /// True when results appear on a terminal.
+    bool resultsAreShown() const;
+    /// The bytes of a file as the result. False when the file cannot be read.
+    bool resultFile(const std::filesystem::path& file);
+
+    /// What stands at the foot of the terminal while work goes on, cut where the terminal ends; nothing unless standard
+    /// error is a terminal.
     void progress(const Line& line);
     void clearProgress();
+    bool showsProgress() const { return showsProgress_; }
 
-    /// True once standard output could not be written: a closed pipe, a full disk.
+    /// True once standard output could not be written. Then nothing more needs to be found out for it.
     bool resultsLost() const { return resultsLost_; }
+    /// True when that was because nobody reads it any more, which is the reader's good right.
+    bool readerIsGone() const { return readerIsGone_; }
 
 private:
     /// One of the two streams.
@@ -46,13 +56,14 @@ private:
         bool write(const Line& line, std::string_view end) const;
     };
 
-    void printResult(const Line& line);
+    void keepWatch(bool isWritten);
 
     Stream results_;
     Stream notes_;
     bool showsProgress_;
     bool progressShown_ = false;
     bool resultsLost_ = false;
+    bool readerIsGone_ = false;
 };
 
 } // namespace nivex::commandline

@@ -14,6 +14,8 @@ const FileFormat* formatNamed(const FormatRegistry& registry, std::string_view w
     std::string name = lowercased(word);
     if (name.starts_with('.'))
         name.erase(0, 1);
+    if (name.empty())
+        return nullptr;
     if (const FileFormat* format = registry.format(name))
         return format;
     if (const FileFormat* declared = registry.declared(name))

@@ -51,7 +51,8 @@ void leaveOnInterrupt()
     action.sa_flags = SA_RESTART;
     for (const int signal : {SIGINT, SIGTERM, SIGHUP})
         ::sigaction(signal, &action, nullptr);
-    ::signal(SIGPIPE, SIG_IGN); // a closed standard output must not leave workspaces behind
+    ::signal(SIGPIPE, SIG_IGN); // a closed standard output must not leave workspaces behind,
+    ::signal(SIGXFSZ, SIG_IGN); // nor a file that may grow no further: both are errors of the one who writes
 }
 
 InterruptHandler::InterruptHandler(MainLoop& loop, std::function<void()> stop)

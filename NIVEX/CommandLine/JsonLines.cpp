@@ -145,7 +145,7 @@ JsonObject engineLine(const ConversionEngine& engine)
             {"edges", std::move(edges)}};
 }
 
-JsonObject finishedLine(const FinishedFile& file)
+JsonObject finishedLine(const FinishedFile& file, bool hasPlan)
 {
     JsonObject line;
     setPath(line, "source", file.source);
@@ -157,6 +157,8 @@ JsonObject finishedLine(const FinishedFile& file)
     line.set("message", file.message);
     line.set("warnings", texts(file.warnings));
     line.set("seconds", std::round(file.seconds * 1000) / 1000);
+    if (hasPlan)
+        line.set("plan", file.plan ? JsonValue{planObject(*file.plan)} : JsonValue{});
     return line;
 }
 

@@ -26,14 +26,17 @@ JsonObject engineLine(const ConversionEngine& engine);
 struct FinishedFile {
     std::filesystem::path source;
     std::optional<FormatID> sourceFormat;
+    std::int64_t sourceBytes = 0;
     FormatID target;
-    std::string_view state; // "succeeded", "failed" or "cancelled"
+    std::string_view state; // "succeeded", "failed" or "cancelled"; "planned" where nothing was to be done
     std::vector<std::filesystem::path> outputs;
     std::int64_t totalBytes = 0;
     std::optional<std::string> message; // of a failure
     std::vector<std::string> warnings;
     double seconds = 0;
+    const ConversionPlan* plan = nullptr;
 };
-JsonObject finishedLine(const FinishedFile& file);
+/// `hasPlan` adds the plan, which is null where there was none.
+JsonObject finishedLine(const FinishedFile& file, bool hasPlan = false);
 
 } // namespace nivex::commandline

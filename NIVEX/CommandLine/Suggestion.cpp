@@ -8,6 +8,9 @@
 namespace nivex::commandline {
 namespace {
 
+/// A word of fewer characters begins too many names.
+constexpr std::size_t shortestBeginning = 3;
+
 /// The optimal string alignment distance: insertions, deletions, replacements and swaps of neighbours.
 std::size_t editDistance(std::string_view a, std::string_view b)
 {
@@ -33,7 +36,13 @@ std::size_t editDistance(std::string_view a, std::string_view b)
 
 std::optional<std::string> nearestName(std::string_view word, const std::vector<std::string>& names)
 {
+    const auto begun = std::ranges::find_if(
+        names, [&](const std::string& name) { return word.size() >= shortestBeginning && name.starts_with(word); });
+    if (begun != names.end())
+        return *begun;
     std::optional<std::string> nearest;
+    if (word.size() < 2) // everything is near
+        return nearest;
     std::size_t smallest = std::max<std::size_t>(1, word.size() / 3) + 1;
     for (const std::string& name : names) {
         const std::size_t distance = editDistance(word, name);

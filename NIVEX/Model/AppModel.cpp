@@ -51,7 +51,8 @@ ConversionQueue& AppModel::queue()
             ConversionRunner{engines(), registry(), ResourceLimits::standard(), EngineCatalog::budgetShrinker()},
             mainLoop_);
         queue_->onJobFinished = [this](const ConversionJob& job) {
-            history().record(job);
+            if (keepsHistory_)
+                history().record(job);
             if (onJobFinished)
                 onJobFinished(job);
         };

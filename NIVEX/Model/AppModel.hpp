@@ -28,8 +28,9 @@ public:
     const EngineList& engines();
     const ConversionPlanner& planner();
 
-    /// Every finished job is recorded in the history before anyone else is told of it.
+    /// Every finished job is recorded in the history before anyone else is told of it, unless none is to be kept.
     ConversionQueue& queue();
+    void setKeepsHistory(bool keepsHistory) { keepsHistory_ = keepsHistory; }
     /// Called after the history has recorded a finished job.
     std::function<void(const ConversionJob&)> onJobFinished;
 
@@ -49,6 +50,7 @@ private:
     std::optional<EngineList> engines_;
     std::unique_ptr<ConversionPlanner> planner_;
     std::unique_ptr<HistoryStore> history_;
+    bool keepsHistory_ = true;
     std::unique_ptr<ConversionQueue> queue_;
 };
 

@@ -66,7 +66,8 @@ std::optional<ConversionPlan> ConversionPlanner::optimizationPlan(const Detectio
                           .steps = {{optimizer->id(), format.id, format.id}},
                           .losses = losses,
                           .options = options,
-                          .reportsProgress = edge->reportsProgress};
+                          .reportsProgress = edge->reportsProgress,
+                          .refused = edge->refused};
 }
 
 } // namespace nivex

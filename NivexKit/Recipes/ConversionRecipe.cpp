@@ -44,9 +44,13 @@ std::optional<FormatID> ConversionRecipe::target() const
 ConversionOptions ConversionRecipe::options(const ConversionOptions& base) const
 {
     validated();
-    const bool startsAfresh =
-        std::ranges::any_of(steps, [](const Step& each) { return std::holds_alternative<step::ResetDefaults>(each); });
-    return settings().appliedTo(startsAfresh ? ConversionOptions{} : base);
+    return settings().appliedTo(startsAfresh() ? ConversionOptions{} : base);
+}
+
+bool ConversionRecipe::startsAfresh() const
+{
+    return std::ranges::any_of(steps,
+                               [](const Step& each) { return std::holds_alternative<step::ResetDefaults>(each); });
 }
 
 OptionOverrides ConversionRecipe::settings() const

@@ -45,6 +45,8 @@ struct ConversionRecipe {
     /// Throws RecipeError when the recipe is not valid.
     ConversionOptions options(const ConversionOptions& base) const;
 
+    /// Whether the standard options stand below its settings in place of a person's preferences.
+    bool startsAfresh() const;
     /// The settings of the blocks alone.
     OptionOverrides settings() const;
 

@@ -113,15 +113,23 @@ class Convert(NivexCase):
     def test_destinations_that_cannot_be_used(self):
         self.write("film.srt", subrip(2))
         (self.folder / "fermé").mkdir()
-        failed, = self.json_lines("convert", "film.srt", "--to", "vtt", "--out", "absent", expect=1)
-        self.assertEqual(failed["message"],
-                         "Le dossier de destination n'est pas disponible : le dossier n'existe plus")
-        self.assertFalse((self.folder / "absent").exists())
+        convert = ["convert", "film.srt", "film.srt", "--to", "vtt"]
         self.lose_privileges()
         (self.folder / "fermé").chmod(0o500)
-        failed, = self.json_lines("convert", "film.srt", "--to", "vtt", "--out", "fermé", expect=1)
-        self.assertTrue(failed["message"].endswith("NIVEX n'a pas le droit d'écrire dans « fermé »"))
+        for folder, message in [("absent/plus loin", "le dossier n'existe plus"), ("film.srt", "le dossier n'existe plus"),
+                                ("fermé", "NIVEX n'a pas le droit d'écrire dans « fermé »"),
+                                ("fermé/neuf", "NIVEX n'a pas le droit d'écrire dans « fermé »")]:
+            for mode in ([], ["--dry-run"], ["--json"]):
+                with self.subTest(folder, mode=mode):
+                    result = self.run_nivex(*convert, "--out", folder, *mode, expect=1)
+                    self.assertEqual(result.stdout, b"")
+                    self.assertEqual(result.stderr.decode(), "nivex : Le dossier de destination n'est pas disponible : "
+                                     + message + "\n")
         self.assertEqual(self.names(), ["film.srt"])
+        self.run_nivex(*convert[:2], "--to", "vtt", "--out", "neuf/", "--dry-run")
+        self.assertFalse((self.folder / "neuf").exists())
+        self.run_nivex(*convert[:2], "--to", "vtt", "--out", "neuf/")
+        self.assertEqual(self.names(), ["film.srt", "neuf/film.vtt"])
 
     def test_names_at_the_limits(self):
         names = [b"n" * 251 + b".srt", b"\xff\xfe.srt", "é 🎬\nfilm.srt".encode(), b"..srt.srt", b"-x.srt"]

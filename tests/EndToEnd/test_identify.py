@@ -115,7 +115,8 @@ class HostileNames(NivexCase):
         for arguments in (["identify", source], ["plans", source], ["convert", source, "--to", "vtt"], ["history"]):
             with self.subTest(arguments):
                 result = self.run_nivex(*arguments, "--json")
-                line = json.loads(self.shown(result))
+                self.shown(result)
+                line = json.loads(result.stdout)
                 self.assertIn(source, [line.get("path"), line.get("source"), line.get("sourceName")])
 
     def test_bytes_that_are_no_text_stand_beside(self):
@@ -128,7 +129,7 @@ class HostileNames(NivexCase):
         name_as_given = os.fsdecode(name)
         self.assertEqual(base64.b64decode(bytes_of(["plans", name_as_given], "pathBytes")), name)
         convert = ["convert", name_as_given, "--to", "vtt"]
-        self.assertEqual(base64.b64decode(bytes_of(convert + ["--dry-run"], "pathBytes")), name)
+        self.assertEqual(base64.b64decode(bytes_of(convert + ["--dry-run"], "sourceBytes")), name)
         done, = self.json_lines(*convert)
         self.assertEqual(base64.b64decode(done["sourceBytes"]), name)
         output, = [base64.b64decode(each) for each in done["outputBytes"]]

@@ -1,5 +1,6 @@
 #include "NIVEX/CommandLine/Batch.hpp"
 #include "NIVEX/CommandLine/FormatNames.hpp"
+#include "NIVEX/CommandLine/StandardStreams.hpp"
 
 #include "NivexKit/Foundation/ConversionError.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
@@ -14,17 +15,25 @@ ExitStatus convert(Session& session, const ConvertArguments& arguments)
     if (arguments.recipe)
         return runRecipe(session, arguments);
     const FormatRegistry& registry = session.model.registry();
-    const FileFormat* target = formatNamed(registry, arguments.target);
+    const std::string word =
+        arguments.target.empty() ? arguments.run.outputFile->extension().native() : arguments.target;
+    const FileFormat* target = formatNamed(registry, word);
     if (!target) {
-        session.console.error(unknownFormat(registry, arguments.target));
+        session.console.error(unknownFormat(registry, word), "nivex convert");
         return ExitStatus::wrongUsage;
     }
-    return runBatch(session, {.run = arguments.run,
-                              .target = target->id,
-                              .options = arguments.run.overrides.appliedTo(session.model.preferences().options),
-                              .choosePlan = [&](const DetectionResult& detection) {
-                                  return planTo(*target, session.model.planner(), detection);
-                              }});
+    if (arguments.run.outputFile == standardStream && session.console.resultsAreShown()) {
+        session.console.error("la sortie standard est un terminal : dirigez-la vers un fichier ou un programme"_fr,
+                              "nivex convert");
+        return ExitStatus::wrongUsage;
+    }
+    return runBatch(session,
+                    {.run = arguments.run,
+                     .target = *target,
+                     .options = {.preferences = session.model.preferences().options, .typed = arguments.run.overrides},
+                     .choosePlan = [&](const DetectionResult& detection) {
+                         return planTo(*target, session.model.planner(), detection);
+                     }});
 }
 
 ExitStatus optimize(Session& session, const OptimizeArguments& arguments)
@@ -32,11 +41,12 @@ ExitStatus optimize(Session& session, const OptimizeArguments& arguments)
     return runBatch(session,
                     {.run = arguments.run,
                      .target = {},
-                     .options = arguments.run.overrides.appliedTo(session.model.preferences().options),
+                     .options = {.preferences = session.model.preferences().options, .typed = arguments.run.overrides},
                      .choosePlan = [&](const DetectionResult& detection) -> PlanChoice {
                          if (auto plan = session.model.planner().optimizationPlan(detection))
                              return std::move(*plan);
-                         return ConversionError::unsupported("ce format ne propose pas de poids cible"_fr).message();
+                         return NoPlan{
+                             ConversionError::unsupported("ce format ne propose pas de poids cible"_fr).message()};
                      }});
 }
 

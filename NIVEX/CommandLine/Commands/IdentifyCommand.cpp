@@ -27,17 +27,12 @@ void show(Console& console, const DetectionResult& detection)
 ExitStatus identify(Session& session, const IdentifyArguments& arguments)
 {
     const FileList list = listFiles(arguments.selection);
-    for (const std::string& problem : list.problems)
-        session.console.note(problem);
+    tell(session.console, list);
     bool allUsable = list.problems.empty();
-
-    std::vector<std::filesystem::path> files;
-    for (const ListedFile& file : list.files)
-        files.push_back(file.path);
-    for (std::span<const std::filesystem::path> left{files}; !left.empty() && !session.console.resultsLost();) {
+    for (std::span<const ListedFile> left{list.files}; !left.empty() && !session.console.resultsLost();) {
         const auto batch = left.first(std::min(filesAtOnce, left.size()));
         left = left.subspan(batch.size());
-        for (DetectionResult& detection : session.model.detector().detect(batch)) {
+        for (DetectionResult& detection : session.model.detector().detect(pathsOf(batch))) {
             if (arguments.deep)
                 detection = session.model.detector().detectDeeply(detection);
             allUsable = allUsable && detection.isUsable();

@@ -11,12 +11,13 @@
 namespace nivex::commandline {
 namespace {
 
-void show(Console& console, const DetectionResult& detection, const std::vector<ConversionPlan>& plans)
+/// `isAny` says whether the file can become anything, shown here or not.
+void show(Console& console, const DetectionResult& detection, const std::vector<ConversionPlan>& plans, bool isAny)
 {
     console.result(emphasized(shownPath(detection.url)) + " : " + describe(detection));
     for (const DetectionIssue& issue : detection.issues)
         console.result("    " + issue.message());
-    if (plans.empty() && detection.isUsable())
+    if (!isAny && detection.isUsable())
         console.result("    " + "Aucun format de sortie n'est disponible sur cette machine."_fr.localized());
     for (const ConversionPlan& plan : plans) {
         console.result("  " + emphasized(plan.target.id.rawValue) + " : " + describeRoute(plan));
@@ -43,20 +44,19 @@ void keepCommon(const ConversionPlanner& planner, const std::vector<DetectionRes
 ExitStatus plans(Session& session, const PlansArguments& arguments)
 {
     const FileList list = listFiles(arguments.selection);
-    for (const std::string& problem : list.problems)
-        session.console.note(problem);
-    std::vector<std::filesystem::path> files;
-    for (const ListedFile& file : list.files)
-        files.push_back(file.path);
-
-    const std::vector<DetectionResult> detections = session.model.detector().detect(files);
+    tell(session.console, list);
+    const std::vector<DetectionResult> detections = session.model.detector().detect(list.paths());
     std::vector<std::vector<ConversionPlan>> plans;
     for (const DetectionResult& detection : detections)
         plans.push_back(session.model.planner().plans(detection));
     bool allPlanned = list.problems.empty();
+    std::vector<bool> isAny;
+    for (const std::vector<ConversionPlan>& each : plans)
+        isAny.push_back(!each.empty());
     if (arguments.common) {
         keepCommon(session.model.planner(), detections, plans);
-        if (detections.size() > 1 && plans.front().empty()) {
+        const bool areAllConvertible = std::ranges::find(isAny, false) == isAny.end();
+        if (detections.size() > 1 && areAllConvertible && plans.front().empty()) {
             session.console.note(
                 "Ces fichiers n'ont aucun format de sortie en commun. Convertissez-les séparément."_fr.localized());
             allPlanned = false;
@@ -67,7 +67,7 @@ ExitStatus plans(Session& session, const PlansArguments& arguments)
         if (arguments.json)
             session.console.jsonResult(plansLine(detections[i], plans[i]));
         else
-            show(session.console, detections[i], plans[i]);
+            show(session.console, detections[i], plans[i], isAny[i]);
     }
     return allPlanned ? ExitStatus::done : ExitStatus::someFailed;
 }

@@ -2,13 +2,16 @@
 #include "NIVEX/CommandLine/FormatNames.hpp"
 #include "NIVEX/CommandLine/JsonLines.hpp"
 
-#include "NivexKit/Contract/OptionRanges.hpp"
+#include "NivexKit/Contract/ConversionSettings.hpp"
 #include "NivexKit/Foundation/Bytes/ByteSource.hpp"
 #include "NivexKit/Foundation/Files/OutputFile.hpp"
+#include "NivexKit/Foundation/Text/ByteCount.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
 #include "NivexKit/Foundation/Text/Unicode.hpp"
 #include "NivexKit/Recipes/ConversionRecipe.hpp"
 #include "NivexKit/Recipes/TargetCapabilities.hpp"
+
+#include <cstdio>
 
 namespace nivex::commandline {
 namespace {
@@ -79,12 +82,43 @@ struct ShownValue {
     template <RecipeBlockKind kind, class Value, auto field>
     std::string operator()(const RecipeBlock<kind, Value, field>& block) const
     {
-        return text(block.value);
+        if constexpr (kind == RecipeBlockKind::inputSizeLimit)
+            return shownByteCount(block.value);
+        else if constexpr (SetsAnOption<RecipeBlock<kind, Value, field>> && std::is_arithmetic_v<Value>)
+            return withUnit(block.value, settingOf<field>().unit);
+        else
+            return text(block.value);
+    }
+
+    template <class Number>
+    static std::string withUnit(Number number, SettingUnit unit)
+    {
+        switch (unit) {
+        case SettingUnit::none:
+            return text(number);
+        case SettingUnit::share:
+            return filled("{} %"_fr, {text(static_cast<double>(number) * 100)});
+        case SettingUnit::pixels:
+            return filled("{} px"_fr, {text(number)});
+        case SettingUnit::dotsPerInch:
+            return filled("{} ppp"_fr, {text(number)});
+        case SettingUnit::bytes:
+            return shownByteCount(static_cast<std::int64_t>(number));
+        case SettingUnit::bitsPerSecond:
+            return filled("{} kbit/s"_fr, {text(static_cast<double>(number) / 1000)});
+        }
+        return {};
     }
 
     static std::string text(const FormatID& id) { return id.rawValue; }
     static std::string text(std::int64_t number) { return std::to_string(number); }
-    static std::string text(double number) { return writeJson(number); }
+    /// Without the tail of zeros or of a fraction that no binary number holds: "85", "0.5".
+    static std::string text(double number)
+    {
+        char digits[32];
+        std::snprintf(digits, sizeof digits, "%.6g", number);
+        return digits;
+    }
     static std::string text(bool value) { return value ? "oui"_fr : "non"_fr; }
     static std::string text(const std::string& value) { return value; }
     static std::string text(FormatFamily family) { return displayName(family); }
@@ -120,14 +154,16 @@ ExitStatus runRecipe(Session& session, const ConvertArguments& arguments)
 {
     const ConversionRecipe recipe = recipeNamed(session.model, *arguments.recipe).validated();
     const FileFormat& target = *session.model.registry().format(*recipe.target()); // a valid recipe has a known one
-    const ConversionOptions base = session.model.preferences().options;
     const std::string userLocale = locale(session.model.environment());
     showWarnings(session, recipe);
     return runBatch(
         session,
         {.run = arguments.run,
-         .target = target.id,
-         .options = arguments.run.overrides.appliedTo(recipe.options(base)),
+         .target = target,
+         .options = {.preferences = recipe.startsAfresh() ? ConversionOptions{} : session.model.preferences().options,
+                     .recipe = recipe.settings(),
+                     .typed = arguments.run.overrides},
+         .recipeWarnings = warningsOf(session.model, recipe),
          .choosePlan =
              [&](const DetectionResult& detection) { return planTo(target, session.model.planner(), detection); },
          .accepts = [&](const DetectionResult& file) { return recipe.accepts(file, userLocale); }});

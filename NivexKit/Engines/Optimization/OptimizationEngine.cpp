@@ -21,7 +21,8 @@ OptimizationEngine::OptimizationEngine(const FormatRegistry& registry, WorkerPoo
              .potentialLosses = lossesOfShrinking,
              .options = {Kind::quality, Kind::dimensions, Kind::metadata, Kind::colorProfile, Kind::targetSize},
              .reportsProgress = true,
-             .supportsCancellation = true});
+             .supportsCancellation = true,
+             .refused = {Kind::removeBackground}});
 }
 
 std::string OptimizationEngine::displayName() const { return "Optimisation locale"_fr; }

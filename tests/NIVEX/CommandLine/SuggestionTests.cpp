@@ -14,6 +14,9 @@ TEST(Suggestion, NamesTheNearestWordOrNone)
     EXPECT_EQ(nearestName("vvt", names), "vtt");
     EXPECT_EQ(nearestName("palns", names), "plans") << "a swap of neighbours is one mistake";
     EXPECT_EQ(nearestName("history", names), std::nullopt);
+    EXPECT_EQ(nearestName("con", names), "convert") << "a beginning";
+    EXPECT_EQ(nearestName("co", names), std::nullopt) << "of which too many words may begin so";
+    EXPECT_EQ(nearestName(".", {"c", "z"}), std::nullopt) << "one character is near to every other";
     EXPECT_EQ(nearestName("", names), std::nullopt);
 }
 
