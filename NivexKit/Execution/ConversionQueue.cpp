@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <exception>
-#include <iterator>
 #include <mutex>
 #include <stop_token>
 #include <system_error>
@@ -73,36 +72,40 @@ ConversionQueue::~ConversionQueue()
 Uuid ConversionQueue::enqueue(const std::vector<Request>& requests, const ConversionOptions& options,
                               const OutputPlacement& placement)
 {
+    std::vector<JobRequest> jobs;
+    jobs.reserve(requests.size());
+    for (const auto& [source, plan] : requests)
+        jobs.push_back({source, plan, options, placement});
+    return enqueue(std::move(jobs));
+}
+
+Uuid ConversionQueue::enqueue(std::vector<JobRequest> requests)
+{
     mainThread_.check();
     const Uuid batchID = newIdentifier_();
     if (requests.empty())
         return batchID;
     Batch& batch = batches_[batchID];
     const Job::Time now = now_();
-    for (const auto& [source, plan] : requests) {
+    for (JobRequest& request : requests) {
         const Uuid id = newIdentifier_();
-        jobs_.push_back({.id = id,
-                         .batchID = batchID,
-                         .source = source,
-                         .plan = plan,
-                         .options = options,
-                         .placement = placement,
-                         .createdAt = now});
-        index_.emplace(id, std::prev(jobs_.end()));
+        jobs_.push_back(std::make_unique<Job>(Job{.id = id,
+                                                  .batchID = batchID,
+                                                  .source = std::move(request.source),
+                                                  .plan = std::move(request.plan),
+                                                  .options = std::move(request.options),
+                                                  .placement = std::move(request.placement),
+                                                  .createdAt = now}));
+        index_.emplace(id, jobs_.back().get());
         waiting_.push_back(id);
         batch.members.push_back(id);
+        untold_.added.push_back(id);
     }
     batch.counts.total = requests.size();
     unfinished_ += requests.size();
     startWaiting();
-    changed();
+    tellChanges();
     return batchID;
-}
-
-const std::list<Job>& ConversionQueue::jobs() const
-{
-    mainThread_.check();
-    return jobs_;
 }
 
 const Job* ConversionQueue::job(const Uuid& id) const
@@ -155,9 +158,13 @@ int ConversionQueue::maxConcurrentJobs() const
 void ConversionQueue::setMaxConcurrentJobs(int count)
 {
     mainThread_.check();
-    maxConcurrentJobs_ = std::max(1, count);
+    count = std::max(1, count);
+    if (count == maxConcurrentJobs_)
+        return;
+    maxConcurrentJobs_ = count;
+    untold_.limit = true;
     startWaiting();
-    changed();
+    tellChanges();
 }
 
 // Running
@@ -185,6 +192,7 @@ void ConversionQueue::start(Job& job)
     }
     job.state = Job::Running{};
     job.startedAt = now_();
+    untold_.updated.push_back(job.id);
     tasks_.emplace(job.id, RunningTask{task, std::move(idleThreads_.back())});
     idleThreads_.pop_back();
 }
@@ -232,10 +240,11 @@ void ConversionQueue::reported(Task& task)
         task.reportIsPosted = false;
     }
     Job* const job = find(task.id);
-    if (!job || !std::holds_alternative<Job::Running>(job->state))
+    if (!job || !std::holds_alternative<Job::Running>(job->state) || job->state == Job::State{Job::Running{fraction}})
         return;
     job->state = Job::Running{fraction};
-    changed();
+    untold_.updated.push_back(job->id);
+    tellChanges();
 }
 
 void ConversionQueue::finished(const Uuid& id, Job::State state)
@@ -245,7 +254,7 @@ void ConversionQueue::finished(const Uuid& id, Job::State state)
     tasks_.erase(running);
     settle(*find(id), std::move(state)); // a running job is never removed
     startWaiting();
-    changed();
+    tellChanges();
 }
 
 void ConversionQueue::settle(Job& job, Job::State state)
@@ -253,13 +262,19 @@ void ConversionQueue::settle(Job& job, Job::State state)
     job.state = std::move(state);
     job.finishedAt = now_();
     --unfinished_;
-    BatchProgress& counts = batches_.at(job.batchID).counts;
-    ++counts.finished;
-    ++*countOf(job.state, counts);
-    if (onJobFinished) {
-        const Job copy = job; // the callback may remove the job
-        onJobFinished(copy);
-    }
+    untold_.updated.push_back(job.id);
+    Batch& batch = batches_.at(job.batchID);
+    ++batch.counts.finished;
+    ++*countOf(job.state, batch.counts);
+    noteBatchEnd(job.batchID, batch);
+    if (onJobFinished)
+        call(onJobFinished, Job{job}); // a copy: the callback may remove the job
+}
+
+void ConversionQueue::noteBatchEnd(const Uuid& id, const Batch& batch)
+{
+    if (batch.counts.finished == batch.counts.total)
+        untold_.finishedBatches.push_back(id);
 }
 
 // Cancelling and removing
@@ -281,9 +296,9 @@ void ConversionQueue::cancelAll()
 {
     mainThread_.check();
     std::vector<Uuid> ids; // taken now: what a callback queues meanwhile is not meant
-    for (const Job& job : jobs_)
-        if (!job.isFinished())
-            ids.push_back(job.id);
+    for (const auto& job : jobs_)
+        if (!job->isFinished())
+            ids.push_back(job->id);
     cancelEach(ids);
 }
 
@@ -295,15 +310,19 @@ void ConversionQueue::cancelEach(const std::vector<Uuid>& ids)
         else if (Job* const job = find(id); job && !job->isFinished())
             settle(*job, Job::Cancelled{});
     }
-    changed();
+    tellChanges();
 }
 
 void ConversionQueue::clearFinished()
 {
     mainThread_.check();
-    for (auto job = jobs_.begin(); job != jobs_.end();)
-        job = job->isFinished() ? erase(job) : std::next(job);
-    changed();
+    std::erase_if(jobs_, [this](const auto& job) {
+        if (!job->isFinished())
+            return false;
+        forget(*job);
+        return true;
+    });
+    tellChanges();
 }
 
 void ConversionQueue::remove(const Uuid& id)
@@ -312,42 +331,73 @@ void ConversionQueue::remove(const Uuid& id)
     const auto found = index_.find(id);
     if (found == index_.end() || tasks_.contains(id))
         return;
-    erase(found->second);
-    changed();
+    const Job* const job = found->second;
+    forget(*job);
+    std::erase_if(jobs_, [job](const auto& each) { return each.get() == job; });
+    tellChanges();
 }
 
-ConversionQueue::Jobs::iterator ConversionQueue::erase(Jobs::iterator job)
+/// Takes a job out of everything but the list.
+void ConversionQueue::forget(const Job& job)
 {
-    const auto batch = batches_.find(job->batchID);
+    const auto batch = batches_.find(job.batchID);
     BatchProgress& counts = batch->second.counts;
-    if (std::size_t* const count = countOf(job->state, counts)) {
+    std::size_t* const count = countOf(job.state, counts);
+    --counts.total;
+    if (count) {
         --*count;
         --counts.finished;
     } else {
         --unfinished_;
+        noteBatchEnd(job.batchID, batch->second);
     }
-    if (--counts.total == 0)
+    if (counts.total == 0)
         batches_.erase(batch);
-    index_.erase(job->id);
-    return jobs_.erase(job);
+    untold_.removed.push_back(job.id);
+    index_.erase(job.id);
 }
 
-const Job* ConversionQueue::find(const Uuid& id) const
+Job* ConversionQueue::find(const Uuid& id) const
 {
     const auto found = index_.find(id);
-    return found == index_.end() ? nullptr : &*found->second;
+    return found == index_.end() ? nullptr : found->second;
 }
 
-Job* ConversionQueue::find(const Uuid& id)
+// Callbacks
+
+QueueObservation ConversionQueue::observe(QueueObserver observer)
 {
-    const auto found = index_.find(id);
-    return found == index_.end() ? nullptr : &*found->second;
+    mainThread_.check();
+    auto observation = std::make_shared<const QueueObserver>(std::move(observer));
+    std::erase_if(observers_, [](const auto& each) { return each.expired(); });
+    observers_.push_back(observation);
+    return observation;
 }
 
-void ConversionQueue::changed() const
+/// The last step of every member that changes something: tells what has changed, and passes on what a callback threw.
+void ConversionQueue::tellChanges()
 {
-    if (onChange)
-        onChange();
+    if (const QueueChange change = std::exchange(untold_, {}); !change.isEmpty()) {
+        if (onChange)
+            call(onChange);
+        const auto observers = observers_; // a callback may add some
+        for (const auto& each : observers)
+            if (const QueueObservation observer = each.lock())
+                call(*observer, change);
+    }
+    if (thrown_)
+        std::rethrow_exception(std::exchange(thrown_, nullptr));
+}
+
+template <class Callback, class... Arguments>
+void ConversionQueue::call(const Callback& callback, const Arguments&... arguments)
+{
+    try {
+        Callback{callback}(arguments...); // a copy: the callback may set another in its place
+    } catch (...) {
+        if (!thrown_)
+            thrown_ = std::current_exception();
+    }
 }
 
 } // namespace nivex

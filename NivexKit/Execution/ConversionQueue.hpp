@@ -3,16 +3,18 @@
 #include "NivexKit/Execution/BatchProgress.hpp"
 #include "NivexKit/Execution/ConversionJob.hpp"
 #include "NivexKit/Execution/ConversionRunner.hpp"
+#include "NivexKit/Execution/QueueChange.hpp"
 #include "NivexKit/Foundation/Running/MainLoop.hpp"
 #include "NivexKit/Foundation/Running/ThreadConfinement.hpp"
 #include "NivexKit/Foundation/Text/Uuid.hpp"
 
 #include <cstddef>
 #include <deque>
+#include <exception>
 #include <functional>
-#include <list>
 #include <memory>
 #include <optional>
+#include <ranges>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -24,13 +26,22 @@ class SerialQueue;
 /// Every conversion of the running program: starts the jobs in the order queued, so many at once, and publishes their
 /// states. Main thread only: every member checks it and stops the program otherwise.
 ///
-/// The callbacks run on the main thread and may call back into the queue, but not destroy it. Destruction cancels the
-/// running jobs and waits until they have let go; nobody is told of them any more.
+/// The callbacks run on the main thread and may call back into the queue, but not destroy it. What one of them throws
+/// passes on from the call that led to it, or to the main loop, once the queue has done its own work and told everybody
+/// else. Destruction cancels the running jobs and waits until they have let go; nobody is told of them any more.
 class ConversionQueue {
 public:
     using Clock = std::function<ConversionJob::Time()>;
     using Identifiers = std::function<Uuid()>;
     using Request = std::pair<DetectionResult, ConversionPlan>;
+
+    /// A request with what it is to be done with, where that differs within a batch.
+    struct JobRequest {
+        DetectionResult source;
+        ConversionPlan plan;
+        ConversionOptions options;
+        OutputPlacement placement;
+    };
 
     /// `maxConcurrentJobs` is the runner's limit when absent, and 1 when smaller. `mainLoop` must outlive the queue and
     /// run on the thread that makes it.
@@ -43,12 +54,20 @@ public:
     std::function<void(const ConversionJob&)> onJobFinished; // once for each job that reaches a finished state
     std::function<void()> onChange;                          // after anything that the queue shows has changed
 
+    /// Tells an observer of every change, each once and after it, until what is returned is let go.
+    [[nodiscard]] QueueObservation observe(QueueObserver observer);
+
     /// Queues a job for each request, in order, and returns the identifier of their batch.
     Uuid enqueue(const std::vector<Request>& requests, const ConversionOptions& options,
                  const OutputPlacement& placement);
+    Uuid enqueue(std::vector<JobRequest> requests);
 
-    /// All jobs in the order queued.
-    const std::list<ConversionJob>& jobs() const;
+    /// All jobs in the order queued, with random access. Valid until a job is queued or removed.
+    auto jobs() const
+    {
+        mainThread_.check();
+        return std::views::transform(jobs_, [](const auto& job) -> const ConversionJob& { return *job; });
+    }
     /// The job of that identifier; null when there is none. Valid until the job is removed.
     const ConversionJob* job(const Uuid& id) const;
     /// The jobs of a batch in the order queued.
@@ -74,8 +93,6 @@ public:
 
 private:
     struct Task;
-    using Jobs = std::list<ConversionJob>;
-
     struct RunningTask {
         std::shared_ptr<Task> task;
         std::unique_ptr<SerialQueue> thread;
@@ -90,10 +107,14 @@ private:
     void start(ConversionJob& job);
     void settle(ConversionJob& job, ConversionJob::State state);
     void cancelEach(const std::vector<Uuid>& ids);
-    Jobs::iterator erase(Jobs::iterator job);
-    const ConversionJob* find(const Uuid& id) const;
-    ConversionJob* find(const Uuid& id);
-    void changed() const;
+    void forget(const ConversionJob& job);
+    ConversionJob* find(const Uuid& id) const;
+    void noteBatchEnd(const Uuid& id, const Batch& batch);
+
+    // Callbacks:
+    void tellChanges();
+    template <class Callback, class... Arguments>
+    void call(const Callback& callback, const Arguments&... arguments);
 
     // On a job's thread:
     void work(const std::shared_ptr<Task>& task);
@@ -109,11 +130,15 @@ private:
     Clock now_;
     Identifiers newIdentifier_;
 
-    Jobs jobs_;
-    std::unordered_map<Uuid, Jobs::iterator> index_;
+    std::vector<std::unique_ptr<ConversionJob>> jobs_;
+    std::unordered_map<Uuid, ConversionJob*> index_;
     std::unordered_map<Uuid, Batch> batches_;
     std::deque<Uuid> waiting_; // may hold jobs that wait no more
     std::size_t unfinished_ = 0;
+
+    QueueChange untold_;
+    std::vector<std::weak_ptr<const QueueObserver>> observers_;
+    std::exception_ptr thrown_; // by a callback; passed on when the queue has done its work
 
     std::vector<std::unique_ptr<SerialQueue>> idleThreads_;                  // kept for the next jobs
     std::unordered_map<Uuid, RunningTask> tasks_;                            // the running jobs

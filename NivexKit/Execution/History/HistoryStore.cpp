@@ -76,7 +76,7 @@ HistoryStore::~HistoryStore()
 {
     mainThread_.check();
     if (awaitedSave_)
-        save();
+        save(SharedFile::usualPatience);
 }
 
 fs::path HistoryStore::defaultFileURL(const Environment& environment)
@@ -198,8 +198,14 @@ void HistoryStore::dropOverflow()
 /// Writing the whole list takes longer than many conversions, so a batch must not pay for it with each of its files.
 void HistoryStore::saveSoon()
 {
-    if (!mainLoop_)
-        return save();
+    if (mainLoop_)
+        awaitSave();
+    else
+        save();
+}
+
+void HistoryStore::awaitSave()
+{
     if (awaitedSave_)
         return;
     awaitedSave_ = std::make_shared<const bool>();
@@ -213,10 +219,19 @@ void HistoryStore::saveSoon()
 
 void HistoryStore::save()
 {
+    const bool tryOnly = mainLoop_ || isLockStuck_;
+    save(tryOnly ? std::chrono::milliseconds{0} : SharedFile::usualPatience);
+    if (isLockStuck_ && mainLoop_)
+        awaitSave();
+}
+
+void HistoryStore::save(std::chrono::milliseconds patience)
+{
     awaitedSave_.reset();
     dropOverflow();
     std::error_code failure;
-    const auto lock = file_.lock(failure);
+    const auto lock = file_.lock(failure, patience);
+    isLockStuck_ = failure == std::errc::timed_out;
     if (!lock || !takeOver(*lock) || file_.replace(*lock, historyText(entries_)))
         return;
     isFileSound_ = true;

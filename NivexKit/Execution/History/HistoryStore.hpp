@@ -24,6 +24,8 @@ namespace nivex {
 ///
 /// A missing or damaged file is an empty history; a damaged one is set aside under another name before a new one is
 /// written. Where saving fails the list in memory stays as it is, and the next save writes what this one could not.
+/// Another process that holds the file's lock and does nothing delays a store without a main loop once, and the end of
+/// each, by `SharedFile::usualPatience`; a store with a main loop tries again later instead.
 class HistoryStore {
 public:
     static constexpr std::size_t maxEntries = 5'000;
@@ -81,7 +83,9 @@ private:
     void forgetExpired(HistoryDate now);
     void dropOverflow();
     void saveSoon();
+    void awaitSave();
     void save();
+    void save(std::chrono::milliseconds patience);
     bool takeOver(const SharedFile::Lock& lock);
     void merge(std::vector<HistoryEntry> stored);
     void changed();
@@ -95,6 +99,7 @@ private:
     MainLoop* mainLoop_;
     std::vector<HistoryEntry> entries_;
     Unsaved unsaved_;
+    bool isLockStuck_ = false;                // the last wait for the lock was in vain
     std::shared_ptr<const bool> awaitedSave_; // there while the main loop is to save; a save at once takes it away
 };
 

@@ -4,8 +4,10 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <thread>
 
 namespace nivex {
 
@@ -44,6 +46,50 @@ bool sameVersion(const struct stat& a, const struct stat& b)
            a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
 }
 
+/// Waits for those who hold a file's lock as long as the file shows that they get on.
+class Patience {
+public:
+    Patience(const fs::path& file, std::chrono::milliseconds longest)
+        : file_{file}, longest_{longest}, seen_{status()}, end_{Clock::now() + longest}
+    {
+    }
+
+    /// Lets some time pass; false at once when there is none left. Leaves errno as it is.
+    bool waits()
+    {
+        const int error = errno;
+        const struct stat current = status();
+        const Clock::time_point now = Clock::now();
+        if (!sameVersion(current, seen_)) {
+            seen_ = current;
+            end_ = now + longest_;
+        }
+        const bool isLeft = now < end_;
+        if (isLeft)
+            std::this_thread::sleep_for(std::min<Clock::duration>(step, end_ - now));
+        errno = error;
+        return isLeft;
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+    static constexpr std::chrono::milliseconds step{5};
+
+    /// All zero when there is no file.
+    struct stat status() const
+    {
+        struct stat status {};
+        if (::stat(file_.c_str(), &status) != 0)
+            status = {};
+        return status;
+    }
+
+    const fs::path& file_;
+    std::chrono::milliseconds longest_;
+    struct stat seen_;
+    Clock::time_point end_;
+};
+
 } // namespace
 
 SharedFile::Lock::~Lock()
@@ -61,7 +107,7 @@ SharedFile::SharedFile(fs::path location) : location_{std::move(location)}
             location_ = std::move(target);
 }
 
-std::optional<SharedFile::Lock> SharedFile::lock(std::error_code& failure) const
+std::optional<SharedFile::Lock> SharedFile::lock(std::error_code& failure, std::chrono::milliseconds patience) const
 {
     fs::create_directories(location_.parent_path(), failure);
     if (failure)
@@ -71,10 +117,11 @@ std::optional<SharedFile::Lock> SharedFile::lock(std::error_code& failure) const
         failure = lastError();
         return std::nullopt;
     }
-    while (::flock(descriptor.get(), LOCK_EX) != 0) {
-        if (errno == EINTR)
+    Patience holder{location_, patience};
+    while (::flock(descriptor.get(), LOCK_EX | LOCK_NB) != 0) {
+        if (errno == EINTR || (errno == EWOULDBLOCK && holder.waits()))
             continue;
-        failure = lastError();
+        failure = errno == EWOULDBLOCK ? std::make_error_code(std::errc::timed_out) : lastError();
         return std::nullopt;
     }
     return Lock{std::move(descriptor)};

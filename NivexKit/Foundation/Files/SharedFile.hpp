@@ -4,6 +4,7 @@
 
 #include <sys/stat.h>
 
+#include <chrono>
 #include <cstddef>
 #include <filesystem>
 #include <optional>
@@ -40,8 +41,13 @@ public:
 
     const std::filesystem::path& location() const { return location_; }
 
-    /// Waits for the lock, making the folder when it is missing. None with `failure` set where that is impossible.
-    std::optional<Lock> lock(std::error_code& failure) const;
+    /// How long a process may hold the lock without writing the file. A sound one needs a few milliseconds.
+    static constexpr std::chrono::milliseconds usualPatience{4'000};
+
+    /// Waits for the lock, making the folder when it is missing. None with `failure` set where that is impossible, and
+    /// with `std::errc::timed_out` where another process holds the lock and the file does not change for `patience`:
+    /// as long as others get on, and the file changes, the wait goes on.
+    std::optional<Lock> lock(std::error_code& failure, std::chrono::milliseconds patience = usualPatience) const;
 
     /// The whole contents, or none: without a failure when there is no file, with one when it cannot be read, is no
     /// regular file or has more than `maxBytes`.

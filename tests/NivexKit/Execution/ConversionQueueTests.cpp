@@ -154,6 +154,114 @@ TEST(ConversionQueue, MayBeCalledByItsCallbacks)
     EXPECT_EQ(queue.progress(second), (BatchProgress{.total = 1, .finished = 1, .succeeded = 1, .fraction = 1.0}));
 }
 
+TEST(ConversionQueue, GoesOnWhenACallbackThrows)
+{
+    QueueScene scene;
+    ConversionQueue queue = scene.queue(1);
+    scene.permits = 100;
+    const Uuid batch = scene.enqueue(queue, 3);
+    int changes = 0;
+    queue.onChange = [&] { ++changes; };
+    queue.onJobFinished = [&](const Job&) { throw std::runtime_error{"first"}; };
+    const auto observation = queue.observe([](const QueueChange&) { throw std::runtime_error{"second"}; });
+    const auto runAndCatch = [&] {
+        try {
+            scene.runUntilIdle(queue);
+        } catch (const std::runtime_error& thrown) {
+            return std::string{thrown.what()};
+        }
+        return std::string{};
+    };
+    std::vector<std::string> caught;
+    while (queue.isBusy())
+        caught.push_back(runAndCatch());
+    EXPECT_EQ(queue.progress(batch)->succeeded, 3U) << "the jobs behind were not started";
+    EXPECT_EQ(std::ranges::count(caught, "first"), 3) << "what a callback throws is nobody's";
+    EXPECT_GE(changes, 3) << "the others were not told";
+    EXPECT_THROW(queue.clearFinished(), std::runtime_error);
+    EXPECT_TRUE(queue.jobs().empty());
+}
+
+/// Keeps a list of the jobs by what it is told alone, as a window would, and compares it with the queue.
+struct Mirror {
+    ConversionQueue& queue;
+    std::vector<std::pair<Uuid, Job::State>> rows{};
+    std::vector<Uuid> finishedBatches{};
+    int limits = 0;
+    QueueObservation observation = queue.observe([this](const QueueChange& change) { apply(change); });
+
+    void apply(const QueueChange& change)
+    {
+        EXPECT_FALSE(change.isEmpty());
+        const auto stateOf = [&](const Uuid& id) { return queue.job(id) ? queue.job(id)->state : Job::State{}; };
+        for (const Uuid& id : change.added)
+            rows.emplace_back(id, stateOf(id));
+        for (const Uuid& id : change.updated)
+            for (auto& [row, state] : rows)
+                if (row == id)
+                    state = stateOf(id);
+        std::erase_if(rows, [&](const auto& row) { return std::ranges::count(change.removed, row.first) > 0; });
+        finishedBatches.insert(finishedBatches.end(), change.finishedBatches.begin(), change.finishedBatches.end());
+        limits += change.limit;
+    }
+
+    bool isCurrent() const
+    {
+        return std::ranges::equal(rows, queue.jobs(), [](const auto& row, const Job& job) {
+            return row == std::pair{job.id, job.state};
+        });
+    }
+};
+
+TEST(ConversionQueue, TellsItsObserversOfEveryChange)
+{
+    QueueScene scene;
+    ConversionQueue queue = scene.queue(1);
+    Mirror mirror{queue};
+    auto other = std::make_unique<Mirror>(queue);
+    int changes = 0;
+    queue.onChange = [&] { ++changes; };
+    const auto whenCurrent = [&](const char* after) {
+        SCOPED_TRACE(after);
+        EXPECT_TRUE(mirror.isCurrent());
+        EXPECT_GT(std::exchange(changes, 0), 0);
+    };
+
+    const Uuid first = scene.enqueue(queue, 3);
+    whenCurrent("queuing and starting");
+    scene.loop.runUntil([&] { return queue.jobs()[0].state == Job::State{Job::Running{0.5}}; });
+    whenCurrent("progress");
+    EXPECT_EQ(other->rows.size(), 3U);
+    other.reset();
+    queue.remove(queue.jobs()[2].id);
+    whenCurrent("removing");
+    queue.setMaxConcurrentJobs(2);
+    whenCurrent("another limit");
+    EXPECT_TRUE(std::holds_alternative<Job::Running>(queue.jobs()[1].state));
+    queue.setMaxConcurrentJobs(2);
+    EXPECT_EQ(std::exchange(changes, 0), 0) << "told of nothing";
+    EXPECT_EQ(mirror.limits, 1);
+
+    const Uuid second = queue.enqueue(
+        {{.source = queue.jobs()[0].source, .plan = queue.jobs()[0].plan, .options = {.quality = 0.5}, .placement = {}},
+         {.source = queue.jobs()[1].source, .plan = queue.jobs()[1].plan, .options = {}, .placement = {}}});
+    EXPECT_EQ(queue.jobsInBatch(second)[0]->options.quality, 0.5);
+    EXPECT_NE(queue.jobsInBatch(second)[1]->options.quality, 0.5);
+    queue.remove(queue.jobsInBatch(second)[0]->id);
+    EXPECT_TRUE(mirror.finishedBatches.empty());
+    queue.remove(queue.jobsInBatch(second)[0]->id);
+    EXPECT_EQ(mirror.finishedBatches, std::vector{second}) << "its last unfinished job was removed";
+    scene.permits = 1;
+    scene.loop.runUntil([&] { return scene.finished.size() == 1; });
+    EXPECT_EQ(mirror.finishedBatches.size(), 1U);
+    queue.cancelBatch(first);
+    scene.runUntilIdle(queue);
+    whenCurrent("finishing and cancelling");
+    EXPECT_EQ(mirror.finishedBatches, (std::vector{second, first}));
+    queue.clearFinished();
+    whenCurrent("clearing");
+}
+
 TEST(ConversionQueue, HoldsTenThousandJobs)
 {
     QueueScene scene;

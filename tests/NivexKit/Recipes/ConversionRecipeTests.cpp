@@ -164,6 +164,8 @@ TEST(ConversionRecipe, LaysItsSettingsOverTheBase)
                   .options(preferences),
               all)
         << "the standard values come first wherever their block stands";
+    EXPECT_EQ(recipe({step::Convert{"png"}, step::ResetDefaults{}}).options(preferences), ConversionOptions{})
+        << "the preferences count although the recipe starts afresh";
     EXPECT_THROW(recipe({step::Resize{2048}}).options(preferences), RecipeError);
 }
 

@@ -151,6 +151,7 @@ TEST(HistoryStore, RecordsFinishedJobs)
     job.state = ConversionJob::Failed{"raison"};
     history.record(job);
     job.state = ConversionJob::Cancelled{};
+    job.finishedAt = std::chrono::time_point_cast<std::chrono::system_clock::duration>(today) - 1h;
     history.record(job);
 
     using Status = HistoryEntry::Status;
@@ -160,7 +161,8 @@ TEST(HistoryStore, RecordsFinishedJobs)
     EXPECT_EQ(succeeded.outputPaths, std::vector<std::string>{"/photos/a 2.jpg"});
     EXPECT_EQ(succeeded.outputBytes, 7);
     EXPECT_EQ(succeeded.sourceName, "a.png");
-    EXPECT_EQ(succeeded.date, today);
+    EXPECT_EQ(succeeded.date, today) << "the current date where a job has none";
+    EXPECT_EQ(cancelled.date, today - 1h);
     EXPECT_EQ(failed.message, "raison");
     EXPECT_EQ(cancelled.status, Status::cancelled);
     EXPECT_EQ(cancelled.message, std::nullopt);
@@ -219,6 +221,26 @@ TEST(HistoryStore, SavesWhatComesTogetherWithOneWrite)
     }
     EXPECT_THAT(saved(), ElementsAre("4", "3", "1", "of another process")) << "the last record is lost at the end";
     loop.runDelayed(); // for a store that is gone
+}
+
+TEST(HistoryStore, TriesAgainLaterWhileSomebodyKeepsTheLock)
+{
+    const TemporaryFolder folder;
+    const auto file = folder / "History.json";
+    ManualMainLoop loop;
+    HistoryStore history{file, HistoryRetention::forever, [] { return today; }, &loop};
+    std::error_code failure;
+    {
+        const auto kept = SharedFile{file}.lock(failure);
+        ASSERT_TRUE(kept);
+        history.record(entry("1"));
+        EXPECT_EQ(loop.runDelayed(), 1U);
+        history.remove({Uuid::random()}); // a save at once
+        EXPECT_FALSE(std::filesystem::exists(file));
+    }
+    loop.runDelayed();
+    EXPECT_THAT(names(store(file).entries()), ElementsAre("1"));
+    EXPECT_EQ(loop.runDelayed(), 0U) << "saved once more without need";
 }
 
 TEST(HistoryStore, MergesWhatAnotherStoreDid)

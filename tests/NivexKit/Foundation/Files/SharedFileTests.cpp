@@ -60,6 +60,21 @@ TEST(SharedFile, NoticesAVersionThatItDidNotWrite)
     EXPECT_TRUE(ours.hasChanged());
 }
 
+TEST(SharedFile, GivesUpALockThatSomebodyKeeps)
+{
+    const TemporaryFolder folder;
+    const SharedFile ours{folder / "History.json"};
+    const SharedFile theirs{folder / "History.json"};
+    std::error_code failure;
+    {
+        const auto kept = theirs.lock(failure);
+        ASSERT_TRUE(kept);
+        EXPECT_FALSE(ours.lock(failure, std::chrono::milliseconds{20}));
+        EXPECT_EQ(failure, std::errc::timed_out);
+    }
+    EXPECT_TRUE(ours.lock(failure, std::chrono::milliseconds{0}));
+}
+
 TEST(SharedFile, TellsAMissingFileFromOneThatCannotBeRead)
 {
     const TemporaryFolder folder;
