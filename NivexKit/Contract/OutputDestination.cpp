@@ -1,4 +1,5 @@
 #include "NivexKit/Contract/ConversionOptions.hpp"
+#include "NivexKit/Foundation/Text/Ascii.hpp"
 
 #include <charconv>
 
@@ -9,9 +10,8 @@ constexpr std::string_view fileScheme = "file://";
 
 bool staysInUrl(char character)
 {
-    const bool letterOrDigit = (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
-                               (character >= '0' && character <= '9');
-    return letterOrDigit || std::string_view{"-._~/"}.find(character) != std::string_view::npos;
+    return isAsciiLetter(character) || isAsciiDigit(character) ||
+           std::string_view{"-._~/"}.find(character) != std::string_view::npos;
 }
 
 // A path is bytes, a JSON string is Unicode: percent-encoding carries every folder name through.

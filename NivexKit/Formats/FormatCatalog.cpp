@@ -1,21 +1,12 @@
 #include "NivexKit/Formats/FormatCatalog.hpp"
 
+#include "NivexKit/Foundation/Text/Words.hpp"
+
 #include <algorithm>
 #include <string>
 
 namespace nivex {
 namespace {
-
-std::vector<std::string> words(std::string_view list)
-{
-    std::vector<std::string> result;
-    while (!list.empty()) {
-        const std::size_t end = std::min(list.find(' '), list.size());
-        result.emplace_back(list.substr(0, end));
-        list.remove_prefix(std::min(end + 1, list.size()));
-    }
-    return result;
-}
 
 std::vector<FileFormat> everyFormat()
 {
@@ -36,8 +27,8 @@ FileFormat FormatRow::format(FormatFamily family) const
         .longName = longName.french.empty() ? std::string{name} : longName.localized(),
         .family = family,
         .otherFamilies = alsoIn ? std::vector{*alsoIn} : std::vector<FormatFamily>{},
-        .extensions = words(extensions.empty() ? id : extensions),
-        .typeIdentifiers = words(typeIdentifiers),
+        .extensions = wordsAs<std::string>(extensions.empty() ? id : extensions),
+        .typeIdentifiers = wordsAs<std::string>(typeIdentifiers),
         .traits = traits,
     };
 }

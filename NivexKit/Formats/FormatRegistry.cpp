@@ -2,23 +2,11 @@
 
 #include "NivexKit/Formats/FormatCatalog.hpp"
 #include "NivexKit/Formats/UniformType.hpp"
+#include "NivexKit/Foundation/Text/Ascii.hpp"
 
 #include <algorithm>
 
 namespace nivex {
-namespace {
-
-/// Extensions of the catalogue are ASCII, so no other letters need folding.
-std::string asciiLowercased(std::string_view text)
-{
-    std::string lowered{text};
-    for (char& each : lowered)
-        if (each >= 'A' && each <= 'Z')
-            each = static_cast<char>(each - 'A' + 'a');
-    return lowered;
-}
-
-} // namespace
 
 FormatRegistry::FormatRegistry(std::vector<FileFormat> formats) : formats_{std::move(formats)}
 {
@@ -46,6 +34,7 @@ const FileFormat* FormatRegistry::format(const FormatID& id) const
 
 std::vector<const FileFormat*> FormatRegistry::formats(std::string_view forExtension) const
 {
+    // Extensions of the catalogue are ASCII, so no other letters need folding.
     const auto found = byExtension_.find(asciiLowercased(forExtension));
     return found == byExtension_.end() ? std::vector<const FileFormat*>{} : found->second;
 }

@@ -1,5 +1,7 @@
 #include "NivexKit/Formats/UniformType.hpp"
 
+#include "NivexKit/Foundation/Text/Words.hpp"
+
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
@@ -256,14 +258,6 @@ constexpr const TypeRow* rowOfType(std::string_view identifier)
 {
     const auto* found = std::ranges::find(types, identifier, &TypeRow::identifier);
     return found == std::end(types) ? nullptr : found;
-}
-
-constexpr std::string_view takeWord(std::string_view& list)
-{
-    const std::size_t end = std::min(list.find(' '), list.size());
-    const std::string_view word = list.substr(0, end);
-    list.remove_prefix(std::min(end + 1, list.size()));
-    return word;
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "NivexKit/Planning/SmartFormats.hpp"
 
+#include "NivexKit/Foundation/Text/Words.hpp"
+
 #include <algorithm>
 #include <compare>
 #include <iterator>
@@ -55,17 +57,6 @@ constexpr PreferenceRow preferences[] = {
 // clang-format on
 constexpr std::string_view popular = "jpeg png heic pdf tiff avif gif bmp jp2 ico icns psd exr tga";
 
-std::vector<FormatID> identifiers(std::string_view list)
-{
-    std::vector<FormatID> result;
-    while (!list.empty()) {
-        const std::size_t end = std::min(list.find(' '), list.size());
-        result.emplace_back(list.substr(0, end));
-        list.remove_prefix(std::min(end + 1, list.size()));
-    }
-    return result;
-}
-
 /// The place of an identifier in a list, and the length of the list when it is not there.
 std::ptrdiff_t placeIn(std::span<const FormatID> list, const FormatID& id)
 {
@@ -103,13 +94,13 @@ std::vector<FormatID> SmartFormats::preferredOrder(const FileFormat& source, con
 {
     for (const PreferenceRow& row : preferences)
         if ((row.id.empty() || source.id == row.id) && row.matches(source, properties))
-            return identifiers(row.targets);
+            return wordsAs<FormatID>(row.targets);
     return {};
 }
 
 std::span<const FormatID> SmartFormats::popularity()
 {
-    static const std::vector<FormatID> list = identifiers(popular);
+    static const std::vector<FormatID> list = wordsAs<FormatID>(popular);
     return list;
 }
 

@@ -3,7 +3,9 @@
 #include "NivexKit/Archive/ZipArchive.hpp"
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 #include "NivexKit/Foundation/ConversionError.hpp"
+#include "NivexKit/Foundation/Text/Ascii.hpp"
 #include "NivexKit/Foundation/Text/Unicode.hpp"
+#include "NivexKit/Foundation/Text/Words.hpp"
 
 #include <algorithm>
 #include <initializer_list>
@@ -22,18 +24,10 @@ bool anyBegins(Names names, std::string_view start)
     return std::any_of(names.begin(), names.end(), [&](std::string_view name) { return name.starts_with(start); });
 }
 
-/// Compared without regard to case; `end` is in lower case and ASCII.
-bool endsIn(std::string_view name, std::string_view end)
-{
-    const auto same = [](char a, char b) { return (a >= 'A' && a <= 'Z' ? a - 'A' + 'a' : a) == b; };
-    return name.size() >= end.size() && std::equal(end.rbegin(), end.rend(), name.rbegin(),
-                                                   [&](char wanted, char found) { return same(found, wanted); });
-}
-
 bool anyEnds(Names names, std::initializer_list<std::string_view> ends)
 {
     return std::any_of(names.begin(), names.end(), [&](std::string_view name) {
-        return std::any_of(ends.begin(), ends.end(), [&](std::string_view end) { return endsIn(name, end); });
+        return std::any_of(ends.begin(), ends.end(), [&](std::string_view end) { return endsIgnoringCase(name, end); });
     });
 }
 
@@ -79,17 +73,6 @@ constexpr Flavour flavours[] = {
     {[](Names) { return true; },           "zip cbz kmz npz 3mf usdz sketch kra idml docx xlsx pptx"},
 };
 // clang-format on
-
-std::vector<FormatID> words(std::string_view list)
-{
-    std::vector<FormatID> ids;
-    while (!list.empty()) {
-        const std::size_t end = std::min(list.find(' '), list.size());
-        ids.emplace_back(list.substr(0, end));
-        list.remove_prefix(std::min(end + 1, list.size()));
-    }
-    return ids;
-}
 
 // A beginning shows no more than that some entries are there, so it rules none of these out.
 constexpr std::string_view packages = "zip cbz kmz npz 3mf usdz sketch kra idml docx xlsx pptx "
@@ -148,7 +131,7 @@ std::vector<FormatID> ZipInspector::classify(std::span<const std::string> entryN
 std::vector<FormatID> ZipInspector::classify(std::span<const std::string_view> entryNames)
 {
     const auto applies = [&](const Flavour& flavour) { return flavour.applies(entryNames); };
-    return words(std::find_if(std::begin(flavours), std::end(flavours), applies)->formats);
+    return wordsAs<FormatID>(std::find_if(std::begin(flavours), std::end(flavours), applies)->formats);
 }
 
 std::vector<FormatID> ZipInspector::classify(std::span<const std::byte> header)
@@ -156,7 +139,7 @@ std::vector<FormatID> ZipInspector::classify(std::span<const std::byte> header)
     auto formats = classify(std::span<const std::string>{namesInLocalHeaders(header)});
     const auto isListed = [&](const FormatID& id) { return std::ranges::find(formats, id) != formats.end(); };
     if (isListed("zip"))
-        std::ranges::remove_copy_if(words(packages), std::back_inserter(formats), isListed);
+        std::ranges::remove_copy_if(wordsAs<FormatID>(packages), std::back_inserter(formats), isListed);
     return formats;
 }
 

@@ -1,5 +1,6 @@
 #include "NivexKit/Engines/Subtitle/SubtitleText.hpp"
 #include "NivexKit/Engines/Subtitle/Subtitles.hpp"
+#include "NivexKit/Foundation/Text/Ascii.hpp"
 #include "NivexKit/Foundation/Text/Unicode.hpp"
 
 #include <algorithm>
@@ -7,8 +8,6 @@
 
 namespace nivex::Subtitles {
 namespace {
-
-constexpr bool isDigit(char each) { return each >= '0' && each <= '9'; }
 
 /// More digits than a field needs, few enough that no sum of fields overflows.
 constexpr int mostDigits = 9;
@@ -18,7 +17,7 @@ std::optional<std::int64_t> takeNumber(std::string_view& text)
 {
     std::int64_t value = 0;
     int digits = 0;
-    for (; !text.empty() && isDigit(text.front()); text.remove_prefix(1)) {
+    for (; !text.empty() && isAsciiDigit(text.front()); text.remove_prefix(1)) {
         value = value * 10 + (text.front() - '0');
         if (++digits > mostDigits)
             return std::nullopt;
@@ -44,7 +43,7 @@ std::optional<std::int64_t> takeSeconds(std::string_view& text)
 /// The first three digits of a decimal fraction, as thousandths.
 std::optional<std::int64_t> thousandths(std::string_view digits)
 {
-    if (digits.empty() || !std::all_of(digits.begin(), digits.end(), isDigit))
+    if (digits.empty() || !std::all_of(digits.begin(), digits.end(), isAsciiDigit))
         return std::nullopt;
     std::int64_t value = 0;
     for (std::size_t i = 0; i < 3; ++i)
@@ -60,7 +59,7 @@ std::optional<std::int64_t> usualClock(std::string_view clock)
         return std::nullopt;
     bool isValid = true;
     const auto digit = [&](std::size_t position) {
-        isValid = isValid && isDigit(clock[position]);
+        isValid = isValid && isAsciiDigit(clock[position]);
         return clock[position] - '0';
     };
     const int hours = digit(0) * 10 + digit(1);

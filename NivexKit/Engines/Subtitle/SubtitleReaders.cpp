@@ -1,5 +1,6 @@
 #include "NivexKit/Engines/Subtitle/SubtitleText.hpp"
 #include "NivexKit/Engines/Subtitle/Subtitles.hpp"
+#include "NivexKit/Foundation/Text/Ascii.hpp"
 #include "NivexKit/Foundation/Text/Unicode.hpp"
 
 #include <algorithm>
@@ -146,13 +147,6 @@ std::vector<SubtitleCue> cuesOf(std::string_view text, CueReader read)
     return cues;
 }
 
-/// True when `text` begins with `prefix`, which is in lower case, ASCII case aside.
-bool beginsWith(std::string_view text, std::string_view prefix)
-{
-    return text.size() >= prefix.size() &&
-           std::equal(prefix.begin(), prefix.end(), text.begin(), [](char a, char b) { return a == lowercase(b); });
-}
-
 /// The length of a position override such as {\an8} or {\a6} at the start of `text`; 0 when there is none.
 std::size_t positionOverrideLength(std::string_view text)
 {
@@ -212,7 +206,8 @@ std::size_t simpleTagLengthAnyCase(std::string_view text)
 {
     char tag[4];
     const std::size_t size = std::min(text.size(), sizeof tag);
-    std::transform(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(size), tag, lowercase);
+    std::transform(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(size), tag,
+                   [](char each) { return asciiLowercased(each); });
     return simpleTagLength({tag, size});
 }
 
@@ -226,7 +221,7 @@ void appendCleanSRT(std::string& shown, std::string_view text)
         const std::string_view rest = text.substr(at);
         if (const std::size_t length = simpleTagLengthAnyCase(rest)) {
             const std::size_t letter = at + length - 2;
-            shown.append(text.substr(written, letter - written)).push_back(lowercase(text[letter]));
+            shown.append(text.substr(written, letter - written)).push_back(asciiLowercased(text[letter]));
             written = letter + 1;
             at += length;
             continue;
@@ -234,7 +229,7 @@ void appendCleanSRT(std::string& shown, std::string_view text)
         std::size_t end = at;
         if (rest.front() == '{')
             end += positionOverrideLength(rest);
-        else if (beginsWith(rest, "<font") || beginsWith(rest, "</font"))
+        else if (startsIgnoringCase(rest, "<font") || startsIgnoringCase(rest, "</font"))
             end = tags.after(at, '>').value_or(at);
         if (end > at) {
             shown.append(text.substr(written, at - written));
@@ -414,12 +409,12 @@ void readSubStation(std::string_view text, const CueSink& sink, const Pulse& pul
             pulse(lines.fraction());
         const std::string_view line = trimmed(lines.next());
         if (!isInEvents)
-            isInEvents = line.size() == 8 && beginsWith(line, "[events]");
+            isInEvents = line.size() == 8 && startsIgnoringCase(line, "[events]");
         else if (line.starts_with('['))
             break;
-        else if (constexpr std::string_view key = "format:"; beginsWith(line, key))
+        else if (constexpr std::string_view key = "format:"; startsIgnoringCase(line, key))
             fields = eventFields(line.substr(key.size()));
-        else if (constexpr std::string_view dialogue = "dialogue:"; beginsWith(line, dialogue))
+        else if (constexpr std::string_view dialogue = "dialogue:"; startsIgnoringCase(line, dialogue))
             if (auto cue = eventCue(line.substr(dialogue.size()), fields))
                 sink(*cue);
     }

@@ -16,8 +16,6 @@ constexpr bool isBlank(std::string_view line)
     return std::all_of(line.begin(), line.end(), [](char each) { return each == ' ' || each == '\t'; });
 }
 
-constexpr char lowercase(char each) { return each >= 'A' && each <= 'Z' ? static_cast<char>(each - 'A' + 'a') : each; }
-
 /// The length of the simple tag (<i>, </i>, <b>, </b>, <u>, </u>) at the start of `text`; 0 when there is none. Its
 /// letter stands before its last character.
 constexpr std::size_t simpleTagLength(std::string_view text)

@@ -1,5 +1,7 @@
 #include "NivexKit/Foundation/Text/Unicode.hpp"
 
+#include "NivexKit/Foundation/Text/Ascii.hpp"
+
 #include <simdjson.h>
 #include <unicode/brkiter.h>
 #include <unicode/locid.h>
@@ -186,16 +188,10 @@ std::string_view trimmed(std::string_view text)
 
 std::string lowercased(std::string_view text)
 {
+    if (isAscii(text) || !isValidUtf8(text))
+        return asciiLowercased(text);
     std::string result;
-    if (!isAscii(text) && isValidUtf8(text)) {
-        unicode(text).toLower(icu::Locale::getRoot()).toUTF8String(result);
-        return result;
-    }
-    result = text;
-    for (char& each : result)
-        if (each >= 'A' && each <= 'Z')
-            each = static_cast<char>(each - 'A' + 'a');
-    return result;
+    return unicode(text).toLower(icu::Locale::getRoot()).toUTF8String(result);
 }
 
 bool containsIgnoringCase(std::string_view text, std::string_view part, std::string_view locale)

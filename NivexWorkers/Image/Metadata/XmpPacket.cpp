@@ -1,6 +1,7 @@
 #include "NivexWorkers/Image/Metadata/XmpPacket.hpp"
 
 #include "NivexKit/Foundation/Bytes/Digest.hpp"
+#include "NivexKit/Foundation/Text/Ascii.hpp"
 #include "NivexKit/Foundation/Text/Hexadecimal.hpp"
 
 #include <libxml/parser.h>
@@ -103,20 +104,13 @@ void remove(xmlNode* node)
     }
 }
 
-std::string lowered(std::string_view text)
-{
-    std::string result{text};
-    std::ranges::transform(result, result.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? c + 32 : c; });
-    return result;
-}
-
 /// Makers of cameras and drones invent names of their own for coordinates, so the name decides in every namespace.
 bool isPosition(const xmlNode* node)
 {
     const Name name = nameOf(node);
     if (name.space == geo)
         return true;
-    const std::string local = lowered(name.local);
+    const std::string local = asciiLowercased(name.local);
     return local.starts_with("gps") || local.ends_with("latitude") || local.ends_with("longitude") ||
            local.ends_with("longtitude") || local.ends_with("altitude");
 }
