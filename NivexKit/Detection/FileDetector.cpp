@@ -32,6 +32,14 @@ std::string_view extensionOf(const fs::path& url)
     return name.substr(dot + 1);
 }
 
+/// True when the extension is that of one of the formats that the content may be.
+bool namesOneOf(std::span<const FileFormat* const> extensionFormats, const std::vector<FormatID>& candidates)
+{
+    return std::ranges::any_of(extensionFormats, [&](const FileFormat* format) {
+        return std::ranges::find(candidates, format->id) != candidates.end();
+    });
+}
+
 /// Why a location is not a regular file that can be opened.
 DetectionIssue refusal(const DetectionResult& result)
 {
@@ -109,6 +117,9 @@ DetectionResult FileDetector::detect(const fs::path& url) const
         ContainerFinding inside = inspectContainer(*source, content);
         if (inside.candidates)
             content.candidates = std::move(*inside.candidates);
+        if (content.container == ContainerKind::json && !namesOneOf(extensionFormats, content.candidates) &&
+            !staysJson(*source))
+            content = {.isText = true};
         enter(resolve(declared, extensionFormats, content, *registry_), result);
         if (inside.isEncrypted)
             result.issues.push_back(DetectionIssue::encrypted());

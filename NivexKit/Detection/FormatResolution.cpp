@@ -1,24 +1,13 @@
 #include "NivexKit/Detection/FormatResolution.hpp"
 
 #include "NivexKit/Detection/Signatures/SignatureSniffer.hpp"
+#include "NivexKit/Foundation/Text/Words.hpp"
 
 #include <algorithm>
 #include <string_view>
 
 namespace nivex {
 namespace {
-
-/// True when one of the words of `list` is the identifier.
-bool lists(std::string_view list, std::string_view id)
-{
-    while (!list.empty()) {
-        const std::size_t end = std::min(list.find(' '), list.size());
-        if (list.substr(0, end) == id)
-            return true;
-        list.remove_prefix(std::min(end + 1, list.size()));
-    }
-    return false;
-}
 
 struct Acceptance {
     std::string_view declared;
@@ -43,6 +32,8 @@ constexpr Acceptance acceptances[] = {
     {"html",   "xml"},
     {"svg",    "xml"},
     {"plist",  "xml json"},
+    {"geojson", "json"}, // the word that tells may stand behind the head
+    {"gltf",   "json"},
     {"gpx",    "xml"},
     {"kml",    "xml"},
     {"tcx",    "xml"},
@@ -50,6 +41,9 @@ constexpr Acceptance acceptances[] = {
     {"fb2",    "xml"},
     {"aepx",   "xml"},
     {"json",   "geojson gltf"},
+    {"yaml",   "json geojson gltf"}, // which contains JSON
+    {"eml",    "mbox"},              // a mail kept with its envelope
+    {"mbox",   "eml"},
     {"md",     "html c cpp h java javascript typescript jsx tsx python swift rust go php css scss"},
     {"javascript", "typescript jsx tsx"}, // dialects of one language: what a head shows of them proves little
     {"typescript", "javascript jsx tsx"},
@@ -73,25 +67,21 @@ constexpr Acceptance acceptances[] = {
 };
 // clang-format on
 
-// Text is taken for these by its look, not by an opening that only they have, so the extension of another text format
-// speaks louder.
-constexpr std::string_view guessedTexts = "txt md csv tsv yaml toml json lrc eml mbox tex stl sql";
-
 // Source code may quote or embed these from its first line on.
 constexpr std::string_view embeddedInCode = "html xml svg";
 
 bool accepts(const FileFormat& declared, const FileFormat& content)
 {
     const bool isListed = std::any_of(std::begin(acceptances), std::end(acceptances), [&](const Acceptance& row) {
-        return row.declared == declared.id.rawValue && lists(row.contents, content.id.rawValue);
+        return row.declared == declared.id.rawValue && hasWord(row.contents, content.id.rawValue);
     });
-    return isListed || (declared.family == FormatFamily::code && lists(embeddedInCode, content.id.rawValue));
+    return isListed || (declared.family == FormatFamily::code && hasWord(embeddedInCode, content.id.rawValue));
 }
 
 /// True for formats of which any text is a sound file, as far as a look can tell.
 bool isFreeText(const FileFormat& format)
 {
-    return format.family == FormatFamily::code || lists("txt md csv tsv yaml toml tex", format.id.rawValue);
+    return format.family == FormatFamily::code || hasWord("txt md csv tsv yaml toml tex", format.id.rawValue);
 }
 
 FormatResolution contentDoesNotMatch(const FileFormat& declared)
@@ -151,7 +141,7 @@ FormatResolution resolve(const FileFormat* declared, std::span<const FileFormat*
     }
     if (!likeliest && !content.isText)
         return resolveUnknownBinary(declared);
-    if (!likeliest || (content.isText && lists(guessedTexts, likeliest->id.rawValue)))
+    if (!likeliest || content.isLook)
         return resolvePlainText(declared, extensionFormats, likeliest ? likeliest : registry.format("txt"));
     if (!declared)
         return {.format = likeliest, .confidence = DetectionConfidence::contentCompatible};

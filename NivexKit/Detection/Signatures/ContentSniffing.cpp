@@ -1,40 +1,39 @@
 #include "NivexKit/Detection/Signatures/ContentSniffing.hpp"
 
 #include "NivexKit/Detection/Signatures/SignatureSniffer.hpp"
-#include "NivexKit/Foundation/Bytes/ByteReader.hpp"
+#include "NivexKit/Detection/Signatures/TextHead.hpp"
+#include "NivexKit/Detection/Signatures/TextShapes.hpp"
+#include "NivexKit/Foundation/Bytes/ByteSource.hpp"
+#include "NivexKit/Foundation/Text/WideText.hpp"
 
+#include <algorithm>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
 namespace nivex {
 namespace {
 
-/// The even or the odd bytes when those between are nearly all zero and these are not: UTF-16 of mostly Latin text.
-/// Otherwise all bytes.
-std::vector<std::byte> withoutUtf16Zeros(std::span<const std::byte> head)
+std::string_view characters(std::span<const std::byte> bytes)
 {
-    std::size_t zeros[2] = {0, 0};
-    for (std::size_t i = 0; i < head.size(); ++i)
-        if (head[i] == std::byte{0})
-            ++zeros[i % 2];
-    const std::size_t half = head.size() / 2;
-    for (std::size_t zeroSide = 0; zeroSide < 2 && half >= 4; ++zeroSide) {
-        if (zeros[zeroSide] < half - half / 4 || zeros[1 - zeroSide] != 0)
-            continue;
-        std::vector<std::byte> letters;
-        letters.reserve(half + 1);
-        for (std::size_t i = 1 - zeroSide; i < head.size(); i += 2)
-            letters.push_back(head[i]);
-        return letters;
-    }
-    return {head.begin(), head.end()};
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+/// UTF-16 and UTF-32 that `SignatureSniffer` does not take for text.
+std::optional<std::string> wideText(std::string_view bytes)
+{
+    if (bytes.find('\0') == std::string_view::npos)
+        return std::nullopt;
+    auto text = markedWideText(bytes);
+    return text && text->find('\0') == std::string::npos ? text : unmarkedWideText(bytes);
 }
 
 /// Text of an unstated encoding with its non-ASCII bytes replaced by letters; nothing when it is not text.
 std::vector<std::byte> asciiPart(std::span<const std::byte> head)
 {
     constexpr std::string_view usualControls = "\t\n\f\r\x1A\x1B";
-    std::vector<std::byte> text = withoutUtf16Zeros(head);
+    std::vector<std::byte> text{head.begin(), head.end()};
     std::size_t controls = 0;
     for (std::byte& each : text) {
         const char letter = std::to_integer<char>(each);
@@ -48,26 +47,6 @@ std::vector<std::byte> asciiPart(std::span<const std::byte> head)
     constexpr std::size_t oneInTwenty = 20; // as for text whose encoding is known
     if (controls * oneInTwenty >= text.size())
         return {};
-    return text;
-}
-
-/// Text marked as UTF-32, its letters beyond ASCII replaced by "x"; nothing without the mark.
-std::vector<std::byte> asciiPartOfUtf32(std::span<const std::byte> head)
-{
-    ByteReader reader{head, ByteOrder::big};
-    const std::uint32_t mark = reader.u32();
-    if (mark == 0xFFFE0000)
-        reader.setOrder(ByteOrder::little);
-    else if (mark != 0x0000FEFF)
-        return {};
-    std::vector<std::byte> text;
-    while (reader.left() >= 4) {
-        const std::uint32_t scalar = reader.u32();
-        constexpr std::uint32_t last = 0x10FFFF;
-        if (scalar == 0 || scalar > last)
-            return {};
-        text.push_back(scalar < 0x80 ? static_cast<std::byte>(scalar) : std::byte{'x'});
-    }
     return text;
 }
 
@@ -93,11 +72,11 @@ SniffResult sniffedContent(std::span<const std::byte> head)
     SniffResult content = SignatureSniffer::sniff(head);
     if (!content.isUnknown() || content.isText)
         return content;
+    if (const auto text = wideText(characters(head)))
+        return SignatureSniffer::sniff(std::as_bytes(std::span{*text}));
     if (isPdfBehindJunk(head))
         return {.candidates = {"pdf"}, .container = ContainerKind::pdf};
-    std::vector<std::byte> text = asciiPartOfUtf32(head);
-    if (text.empty() && !isRawPixmap(head))
-        text = asciiPart(head);
+    const std::vector<std::byte> text = isRawPixmap(head) ? std::vector<std::byte>{} : asciiPart(head);
     if (text.empty())
         return content;
     SniffResult asText = SignatureSniffer::sniff(text);
@@ -105,6 +84,15 @@ SniffResult sniffedContent(std::span<const std::byte> head)
         return asText;
     content.isText = true;
     return content;
+}
+
+bool staysJson(const ByteSource& source, std::size_t longest)
+{
+    std::vector<std::byte> bytes(static_cast<std::size_t>(std::min<std::uint64_t>(source.size(), longest)));
+    bytes.resize(source.read(0, bytes));
+    std::string storage;
+    const auto text = decodedHead(bytes, storage);
+    return !text || shapes::isJson(*text, bytes.size() == source.size());
 }
 
 } // namespace nivex

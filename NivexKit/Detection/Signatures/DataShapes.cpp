@@ -39,7 +39,7 @@ bool isTomlValue(std::string_view value)
         return true;
     const std::string_view word = value.substr(0, value.find_first_of(" \t#"));
     return word == "true" || word == "false" ||
-           (word.find_first_not_of("0123456789+-_.:TZeExabcdf") == npos && std::ranges::any_of(word, isDigit));
+           (word.find_first_not_of("0123456789+-_.:TZeExabcdf") == npos && std::ranges::any_of(word, isAsciiDigit));
 }
 
 /// The text that ends a value of several lines which begins in `value`; empty when it ends in its line.
@@ -183,6 +183,7 @@ struct Table {
     std::size_t spaced = 0; // delimiters with a space behind them, as in sentences
     std::size_t filledFirst = 0;
     std::size_t filledLast = 0;
+    std::size_t statements = 0; // records that end as the statements of programs do, in a semicolon
     bool hasQuotes = false;
 };
 
@@ -207,6 +208,7 @@ public:
             ++table_.records;
             table_.filledFirst += first_ > 0;
             table_.filledLast += last_ > 0;
+            table_.statements += delimiter_ != ';' && lastCharacter_ == ';';
         }
         return table_;
     }
@@ -233,6 +235,7 @@ private:
                 passQuoted();
             else if (each == '\r')
                 continue;
+            lastCharacter_ = each;
             ++last_;
             first_ += fields == 1;
         }
@@ -255,8 +258,9 @@ private:
     std::string_view text_;
     char delimiter_;
     std::size_t at_ = 0;
-    std::size_t first_ = 0; // characters of the record's first field
-    std::size_t last_ = 0;  // and of its last one
+    std::size_t first_ = 0;  // characters of the record's first field
+    std::size_t last_ = 0;   // and of its last one
+    char lastCharacter_ = 0; // of the record
     bool isCut_ = false;
     Table table_;
 };
@@ -270,6 +274,8 @@ bool isTable(std::string_view text, char delimiter)
         return false;
     // Lists in sentences, lines that end in a comma, indented lines.
     const std::size_t delimiters = table.records * (table.fields - 1);
+    if (table.statements * 2 > table.records || (delimiter == ';' && table.records == 2 && table.fields == 2))
+        return false; // lines of a program in step
     const bool readsAsProse = !table.hasQuotes && table.spaced * 2 > delimiters;
     if (table.filledFirst * 2 < table.records || (table.filledLast == 0 && table.fields == 2))
         return false;

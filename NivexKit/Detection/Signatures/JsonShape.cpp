@@ -14,20 +14,21 @@ class JsonOutline {
 public:
     explicit JsonOutline(std::string_view text) : rest_{text} {}
 
-    /// True for an object or array that is well formed up to its end or to the end of the head.
-    bool isWellFormed()
+    /// True for an object or array that is well formed up to its end or, unless it must be whole, to the end of the
+    /// text.
+    bool isWellFormed(bool mustBeWhole)
     {
         if (!rest_.starts_with('{') && !rest_.starts_with('['))
             return false;
         while (true) {
             rest_ = leftTrimmed(rest_);
             if (rest_.empty())
-                return open_.empty() || tokens_ >= enoughTokens;
+                return open_.empty() || (!mustBeWhole && tokens_ >= enoughTokens);
             if (open_.empty() && tokens_ > 0)
                 return false; // something follows the value
             ++tokens_;
             if (!step())
-                return rest_.empty() && tokens_ >= enoughTokens; // the head cuts a token
+                return !mustBeWhole && rest_.empty() && tokens_ >= enoughTokens; // the head cuts a token
         }
     }
 
@@ -80,11 +81,11 @@ private:
             return passString();
         const std::size_t end = std::min(rest_.find_first_of(",]} \t\r\n"), rest_.size());
         const std::string_view word = rest_.substr(0, end);
-        if (isLetter(first))
+        if (isAsciiLetter(first))
             return passed(end, word == "true" || word == "false" || word == "null");
         const std::string_view digits = word.substr(first == '-' ? 1 : 0);
-        return passed(end, !digits.empty() && isDigit(digits[0]) &&
-                               (digits.size() == 1 || digits[0] != '0' || !isDigit(digits[1])) &&
+        return passed(end, !digits.empty() && isAsciiDigit(digits[0]) &&
+                               (digits.size() == 1 || digits[0] != '0' || !isAsciiDigit(digits[1])) &&
                                digits.find_first_not_of("0123456789.eE+-") == npos);
     }
 
@@ -135,9 +136,11 @@ bool isScene(std::string_view text)
 
 } // namespace
 
+bool isJson(std::string_view text, bool isWhole) { return JsonOutline{leftTrimmed(text)}.isWellFormed(isWhole); }
+
 std::string_view jsonFormats(std::string_view text)
 {
-    if (!JsonOutline{text}.isWellFormed())
+    if (!JsonOutline{text}.isWellFormed(false))
         return {};
     const bool isFeature = text.find("\"Feature\"") != npos && text.find("\"geometry\"") != npos;
     if (isFeature || text.find("\"FeatureCollection\"") != npos)

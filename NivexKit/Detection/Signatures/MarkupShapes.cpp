@@ -1,6 +1,9 @@
 #include "NivexKit/Detection/Signatures/TextHead.hpp"
 #include "NivexKit/Detection/Signatures/TextShapes.hpp"
 
+#include <algorithm>
+#include <array>
+
 namespace nivex::shapes {
 namespace {
 
@@ -78,7 +81,7 @@ Prolog prologOf(std::string_view text)
 /// The name of the element that `text` opens with, without its prefix; empty when it opens with none.
 std::string_view elementName(std::string_view text)
 {
-    if (text.size() < 2 || (!isLetter(text[1]) && text[1] != '_'))
+    if (text.size() < 2 || (!isAsciiLetter(text[1]) && text[1] != '_'))
         return {};
     std::string_view name = text.substr(1, text.find_first_of(" \t\r\n/>", 1) - 1);
     name.remove_prefix(name.find_last_of(':') + 1);
@@ -101,7 +104,62 @@ bool isBareXml(std::string_view root, std::string_view name)
            all.substr(0, all.size() - 1 - name.size()).ends_with("</");
 }
 
+// Elements that the body or the head of a page holds.
+constexpr auto pageElements = std::to_array<std::string_view>({
+    "a",      "abbr",     "article", "aside",   "audio",   "b",     "blockquote", "br",     "button",   "canvas",
+    "center", "code",     "dd",      "details", "div",     "dl",    "dt",         "em",     "fieldset", "figure",
+    "font",   "footer",   "form",    "h1",      "h2",      "h3",    "h4",         "h5",     "h6",       "header",
+    "hr",     "i",        "iframe",  "img",     "input",   "label", "li",         "link",   "main",     "meta",
+    "nav",    "noscript", "object",  "ol",      "option",  "p",     "pre",        "script", "section",  "select",
+    "small",  "span",     "strong",  "style",   "summary", "table", "tbody",      "td",     "template", "textarea",
+    "th",     "thead",    "title",   "tr",      "u",       "ul",    "video",
+});
+
+/// True for "<" and "</" with the name of such an element behind it.
+bool opensPageElement(std::string_view text)
+{
+    text.remove_prefix(text.starts_with("</") ? 2 : 1);
+    const std::string_view name = openingWord(text);
+    const std::string_view rest = text.substr(name.size());
+    return !name.empty() &&
+           (rest.empty() || isAsciiSpace(rest.front()) || rest.front() == '>' || rest.front() == '/') &&
+           std::ranges::any_of(pageElements, [name](std::string_view each) { return equalsIgnoringCase(name, each); });
+}
+
+/// From the end tag of a script or a style sheet on when `text` opens with one, for its own signs are no tags.
+std::string_view behindRawElement(std::string_view text)
+{
+    for (const std::string_view name : {"script", "style"}) {
+        if (!startsIgnoringCase(text.substr(1), name))
+            continue;
+        std::size_t end = text.find("</", 1);
+        while (end != npos && !startsIgnoringCase(text.substr(end + 2), name))
+            end = text.find("</", end + 2);
+        return text.substr(std::min(end, text.size()));
+    }
+    return text;
+}
+
 } // namespace
+
+std::string_view fragmentFormats(std::string_view text)
+{
+    constexpr std::size_t enough = 3;
+    constexpr std::size_t linesPerTag = 40;
+    text = prologOf(text).root;
+    if (text.empty() || !opensPageElement(text))
+        return {};
+    const auto lines = static_cast<std::size_t>(std::ranges::count(text, '\n'));
+    std::size_t tags = 0;
+    std::size_t rawLines = 0;
+    while (!text.empty()) {
+        tags += opensPageElement(text);
+        const std::string_view rest = behindRawElement(text);
+        rawLines += static_cast<std::size_t>(std::ranges::count(text.substr(0, text.size() - rest.size()), '\n'));
+        text = rest.size() < text.size() ? rest : text.substr(std::min(text.find('<', 1), text.size()));
+    }
+    return tags >= enough && tags * linesPerTag >= lines - rawLines ? "html" : std::string_view{};
+}
 
 std::string_view markupFormats(std::string_view text)
 {

@@ -3,6 +3,7 @@
 #include "NivexKit/Detection/Signatures/SignatureTable.hpp"
 #include "NivexKit/Detection/Signatures/TextHead.hpp"
 #include "NivexKit/Detection/Signatures/TextSniffer.hpp"
+#include "NivexKit/Foundation/Text/Words.hpp"
 
 #include <algorithm>
 
@@ -34,7 +35,8 @@ SniffResult SignatureSniffer::sniff(std::span<const std::byte> head)
     if (head.empty())
         return SniffResult::unknownBinary();
     if (const Signature* signature = matchingSignature(head))
-        return {.candidates = formatsOf(signature->chooses != nullptr ? signature->chooses(head) : signature->then),
+        return {.candidates =
+                    wordsAs<FormatID>(signature->chooses != nullptr ? signature->chooses(head) : signature->then),
                 .container = signature->container};
     return sniffText(head);
 }

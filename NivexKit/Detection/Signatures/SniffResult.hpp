@@ -41,6 +41,7 @@ struct SniffResult {
     std::vector<FormatID> candidates; // compatible with the content, likeliest first
     std::optional<ContainerKind> container;
     bool isText = false; // the content is text, whether or not a format was recognised
+    bool isLook = false; // the candidates come from how the text looks, not from an opening that only they have
 
     bool isUnknown() const { return candidates.empty(); }
 

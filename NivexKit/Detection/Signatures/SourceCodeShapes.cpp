@@ -24,6 +24,7 @@ struct LineMark {
     std::string_view ends{};
     Language language{};
     int weight = 1;
+    bool isWholeLine = false; // `opens` is all of it
 };
 
 using enum Language;
@@ -100,6 +101,12 @@ constexpr LineMark marks[] = {
     {.opens = "static func ", .language = swift, .weight = 2},
     {.opens = "private let ", .language = swift, .weight = 2},
     {.opens = "private var ", .language = swift, .weight = 2},
+    {.opens = "public let ", .language = swift, .weight = 2},
+    {.opens = "public var ", .language = swift, .weight = 2},
+    {.opens = "public struct ", .holds = ": ", .ends = "{", .language = swift, .weight = 2},
+    {.opens = "public enum ", .holds = ": ", .ends = "{", .language = swift, .weight = 2},
+    {.opens = "public protocol ", .language = swift, .weight = 2},
+    {.opens = "internal ", .ends = "{", .language = swift, .weight = 2},
     {.opens = "fileprivate ", .language = swift, .weight = 2},
     {.opens = "guard ", .ends = "{", .language = swift, .weight = 2},
     {.opens = "guard ", .ends = "}", .language = swift, .weight = 2},
@@ -191,18 +198,88 @@ constexpr LineMark marks[] = {
     {.opens = "return <", .language = markup, .weight = 2},
     {.opens = "/>", .language = markup},
 
-    {.opens = "@@ -", .holds = " @@", .language = other, .weight = 9}, // a change to a program of any language
+    // a change to a program of any language
+    {.opens = "@@ -", .holds = " @@", .language = other, .weight = 9},
+    // templates that are filled in
+    {.opens = "{%", .holds = "%}", .language = other, .weight = 9},
+    {.opens = "{{", .holds = "}}", .language = other, .weight = 9},
+    // C#
     {.opens = "using System", .ends = ";", .language = other, .weight = 9},
+    {.opens = "using ", .holds = ".", .ends = ";", .language = other, .weight = 5},
+    // Objective-C
     {.opens = "#import ", .language = other, .weight = 9},
     {.opens = "@interface ", .language = other, .weight = 9},
     {.opens = "@implementation ", .language = other, .weight = 9},
+    {.opens = "@property", .holds = "(", .ends = ";", .language = other, .weight = 9},
+    {.opens = "- (", .holds = ")", .ends = "{;abcdefghijklmnopqrstuvwxyz", .language = other, .weight = 9},
+    {.opens = "+ (", .holds = ")", .ends = "{;abcdefghijklmnopqrstuvwxyz", .language = other, .weight = 9},
+    {.opens = "[self ", .language = other, .weight = 9},
+    // Perl
     {.opens = "use strict;", .language = other, .weight = 9},
     {.opens = "use warnings;", .language = other, .weight = 9},
     {.opens = "my $", .language = other, .weight = 9},
+    {.opens = "sub ", .ends = "{", .language = other, .weight = 9},
+    {.opens = "package ", .holds = "::", .ends = ";", .language = other, .weight = 9},
+    {.opens = "=head1 ", .language = other, .weight = 9},
+    // Kotlin, Scala, Groovy, Dart
+    {.opens = "package ", .holds = ".", .ends = "abcdefghijklmnopqrstuvwxyz_0123456789", .language = other, .weight = 9},
     {.opens = "fun ", .holds = "(", .language = other, .weight = 9},
     {.opens = "override fun ", .language = other, .weight = 9},
-    {.opens = "local function ", .language = other, .weight = 9},
     {.opens = "object ", .ends = "{", .language = other, .weight = 9},
+    {.opens = "apply plugin: ", .language = other, .weight = 9},
+    {.opens = "import 'package:", .language = other, .weight = 9},
+    {.opens = "import 'dart:", .language = other, .weight = 9},
+    // Ruby, Lua, Julia, Octave: blocks that a word ends
+    {.opens = "end", .language = other, .weight = 9, .isWholeLine = true},
+    {.opens = "require '", .ends = "'", .language = other, .weight = 4},
+    {.opens = "require \"", .ends = "\"", .language = other, .weight = 4},
+    {.opens = "module ", .ends = "abcdefghijklmnopqrstuvwxyz", .language = other, .weight = 4},
+    {.opens = "attr_", .holds = " :", .language = other, .weight = 9},
+    {.opens = "class ", .holds = " < ", .language = other, .weight = 9},
+    {.opens = "def self.", .language = other, .weight = 9},
+    {.opens = "local function ", .language = other, .weight = 9},
+    {.opens = "local ", .holds = " = ", .language = other, .weight = 4},
+    // Pascal, Ada, Fortran
+    {.opens = "end;", .language = other, .weight = 9, .isWholeLine = true},
+    {.opens = "begin", .language = other, .weight = 9, .isWholeLine = true},
+    {.opens = "procedure ", .language = other, .weight = 9},
+    {.opens = "unit ", .ends = ";", .language = other, .weight = 9},
+    {.opens = "uses ", .language = other, .weight = 4},
+    {.opens = "pragma ", .ends = ";", .language = other, .weight = 4},
+    {.opens = "package ", .ends = "s", .language = other, .weight = 4},
+    {.opens = "implicit none", .language = other, .weight = 9},
+    // shells, make, Tcl, CMake, m4
+    {.opens = "fi", .language = other, .weight = 9, .isWholeLine = true},
+    {.opens = "done", .language = other, .weight = 9, .isWholeLine = true},
+    {.opens = "esac", .language = other, .weight = 9, .isWholeLine = true},
+    {.opens = "proc ", .ends = "{", .language = other, .weight = 9},
+    {.opens = "#[=", .language = other, .weight = 9},
+    {.opens = "endif(", .ends = ")", .language = other, .weight = 9},
+    {.opens = "endif (", .ends = ")", .language = other, .weight = 9},
+    {.opens = "if(NOT ", .ends = ")", .language = other, .weight = 9},
+    {.opens = "endmacro", .ends = ")", .language = other, .weight = 9},
+    {.opens = "endfunction", .ends = ")", .language = other, .weight = 9},
+    {.opens = "endforeach", .ends = ")", .language = other, .weight = 9},
+    {.opens = "find_package(", .language = other, .weight = 9},
+    {.opens = "include_directories(", .language = other, .weight = 9},
+    {.opens = "add_", .holds = "(", .ends = ")", .language = other, .weight = 4},
+    {.opens = "target_", .holds = "(", .ends = ")", .language = other, .weight = 4},
+    {.opens = "set(", .ends = ")", .language = other, .weight = 4},
+    {.opens = "project(", .ends = ")", .language = other, .weight = 4},
+    {.opens = "cmake_", .holds = "(", .language = other, .weight = 9},
+    {.opens = "AC_", .holds = "(", .language = other, .weight = 9},
+    {.opens = "m4_", .holds = "(", .language = other, .weight = 9},
+    {.opens = "dnl", .language = other, .weight = 9},
+    // manual pages, assembler, shaders, interface descriptions
+    {.opens = ".TH ", .language = other, .weight = 9},
+    {.opens = ".SH ", .language = other, .weight = 9},
+    {.opens = ".Dd ", .language = other, .weight = 9},
+    {.opens = ".globl ", .language = other, .weight = 9},
+    {.opens = ".text", .language = other, .weight = 9, .isWholeLine = true},
+    {.opens = ".align ", .language = other, .weight = 9},
+    {.opens = "#version ", .language = other, .weight = 9},
+    {.opens = "syntax = \"", .language = other, .weight = 9},
+    {.opens = "import QtQuick", .language = other, .weight = 9},
 };
 // clang-format on
 
@@ -233,6 +310,8 @@ struct Evidence {
     std::array<int, languageCount> weights{};
     std::array<int, languageCount> kinds{};
 
+    std::size_t lines = 0; // of code
+
     void add(std::size_t row)
     {
         if (seen[row])
@@ -253,7 +332,8 @@ void addMarks(Evidence& evidence, std::string_view line)
         return;
     for (std::size_t i = firstLetterIndex.starts[letter]; i < firstLetterIndex.starts[letter + 1U]; ++i) {
         const LineMark& mark = marks[firstLetterIndex.rows[i]];
-        if (line.starts_with(mark.opens) && (mark.ends.empty() || mark.ends.find(line.back()) != npos) &&
+        if (line.starts_with(mark.opens) && (!mark.isWholeLine || line.size() == mark.opens.size()) &&
+            (mark.ends.empty() || mark.ends.find(line.back()) != npos) &&
             line.find(mark.holds, mark.opens.size()) != npos)
             evidence.add(firstLetterIndex.rows[i]);
     }
@@ -263,9 +343,9 @@ void addMarks(Evidence& evidence, std::string_view line)
 std::string_view withoutComment(std::string_view line)
 {
     for (std::size_t at = line.find('/'); at != npos && at > 0; at = line.find('/', at + 1))
-        if (isSpace(line[at - 1]) && line.substr(at).starts_with("//"))
+        if (isAsciiSpace(line[at - 1]) && line.substr(at).starts_with("//"))
             return bothTrimmed(line.substr(0, at));
-    if (const std::size_t at = line.find("  # "); at != npos)
+    if (const std::size_t at = line.find(" # "); at != npos)
         line = line.substr(0, at);
     return bothTrimmed(line);
 }
@@ -314,8 +394,10 @@ Evidence evidenceIn(std::string_view text)
     for (std::string_view line; lines.next(line) && !lines.wasCut();) {
         // A line whose comment hides how it ends would lose a mark or two; only lines that could have one are cut.
         const std::string_view code = withoutComment(line);
-        if (!code.empty())
-            addMarks(evidence, code);
+        if (code.empty())
+            continue;
+        ++evidence.lines;
+        addMarks(evidence, code);
     }
     return evidence;
 }
@@ -324,7 +406,7 @@ Evidence evidenceIn(std::string_view text)
 bool isProse(std::string_view line)
 {
     static constexpr std::string_view signs = "=(){}[];<>";
-    return isLetter(line.front()) && std::ranges::count(line, ' ') >= 4 &&
+    return isAsciiLetter(line.front()) && std::ranges::count(line, ' ') >= 4 &&
            std::ranges::none_of(line, [](char each) { return signs.find(each) != npos; }) && !line.ends_with(':') &&
            !line.ends_with(',');
 }
@@ -411,10 +493,14 @@ std::string_view shebangFormats(std::string_view line)
 
 std::string_view sourceCodeFormats(std::string_view text)
 {
+    if (text.starts_with('<'))
+        return {}; // markup, though scripts and styles may follow
     if (text.starts_with("#!"))
         return shebangFormats(text.substr(0, text.find('\n')));
     const Evidence evidence = evidenceIn(text);
-    constexpr int enough = 3;
+    // Two or three marks make a short program; in a long text as many may stand by chance, as in a manual's example.
+    constexpr std::size_t linesPerMark = 50;
+    const int enough = 3 + static_cast<int>(evidence.lines / linesPerMark);
     constexpr std::array languages = {other, c, python, java, swift, rust, go, javascript};
     auto weightOf = [&evidence](Language language) {
         if (evidence.kindsOf(language) < 2 && language != other)

@@ -1,7 +1,7 @@
 #include "NivexKit/Detection/Signatures/TextHead.hpp"
 
-#include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 #include "NivexKit/Foundation/Text/Unicode.hpp"
+#include "NivexKit/Foundation/Text/WideText.hpp"
 
 #include <array>
 #include <cstdint>
@@ -84,21 +84,15 @@ Scan scanned(std::string_view text)
 
 bool hasFewControls(std::size_t controls, std::size_t characters) { return controls * 20 < characters; }
 
-std::optional<std::string_view> fromUtf16(std::span<const std::byte> bytes, ByteOrder order, std::string& storage)
+/// None for what is ill-formed, but for a pair that the end of the head cuts, and for a zero.
+std::optional<std::string_view> fromUtf16(std::string_view bytes, ByteOrder order, std::string& storage)
 {
-    ByteReader units{bytes, order};
-    while (units.left() >= 2) {
-        char32_t scalar = units.u16();
-        if (scalar >= 0xD800 && scalar < 0xDC00) {
-            if (units.left() < 2)
-                break; // the head cuts the pair
-            const char32_t low = units.u16();
-            if (low < 0xDC00 || low > 0xDFFF)
-                return std::nullopt;
-            scalar = 0x10000 + ((scalar - 0xD800) << 10) + (low - 0xDC00);
-        } else if (scalar == 0 || (scalar >= 0xDC00 && scalar < 0xE000)) {
+    while (bytes.size() >= 2) {
+        const char32_t scalar = takeWideScalar(bytes, {2, order});
+        if (scalar >= 0xD800 && scalar < 0xDC00 && bytes.size() < 2)
+            break;
+        if (scalar == 0 || (scalar >= 0xD800 && scalar < 0xE000))
             return std::nullopt;
-        }
         appendScalar(storage, scalar);
     }
     return storage;
@@ -111,9 +105,9 @@ std::optional<std::string_view> decodedHead(std::span<const std::byte> head, std
     constexpr std::size_t longestCut = 3;
     std::string_view text{reinterpret_cast<const char*>(head.data()), head.size()};
     if (text.starts_with("\xFF\xFE"))
-        return fromUtf16(head.subspan(2), ByteOrder::little, storage);
+        return fromUtf16(text.substr(2), ByteOrder::little, storage);
     if (text.starts_with("\xFE\xFF"))
-        return fromUtf16(head.subspan(2), ByteOrder::big, storage);
+        return fromUtf16(text.substr(2), ByteOrder::big, storage);
     if (text.empty() || std::memchr(text.data(), 0, text.size()) != nullptr)
         return std::nullopt;
     const Scan scan = scanned(text);
@@ -143,20 +137,7 @@ std::string_view openingWord(std::string_view text)
     std::size_t end = 0;
     while (end < text.size() && isWordPart(text[end]))
         ++end;
-    return text.empty() || isDigit(text[0]) ? std::string_view{} : text.substr(0, end);
-}
-
-bool startsIgnoringCase(std::string_view text, std::string_view prefix)
-{
-    const auto lowered = [](char letter) {
-        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + ('a' - 'A')) : letter;
-    };
-    if (text.size() < prefix.size())
-        return false;
-    for (std::size_t i = 0; i < prefix.size(); ++i)
-        if (lowered(text[i]) != lowered(prefix[i]))
-            return false;
-    return true;
+    return text.empty() || isAsciiDigit(text[0]) ? std::string_view{} : text.substr(0, end);
 }
 
 } // namespace nivex

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "NivexKit/Foundation/Text/Ascii.hpp"
+
 #include <algorithm>
 #include <cstddef>
 #include <optional>
@@ -16,8 +18,6 @@ std::optional<std::string_view> decodedHead(std::span<const std::byte> head, std
 /// The head as it is when it may be text in an older encoding that keeps ASCII (Windows-1252, Shift-JIS, …): no zero
 /// byte and hardly any control character. Shapes of ASCII letters can be looked for in it, nothing else.
 std::optional<std::string_view> legacyHead(std::span<const std::byte> head);
-
-inline bool isSpace(char letter) { return letter == ' ' || (letter >= '\t' && letter <= '\r'); }
 
 /// The lines of a text one after the other, without their ends.
 class Lines {
@@ -42,7 +42,7 @@ public:
     bool nextFilled(std::string_view& line)
     {
         while (next(line))
-            if (!std::ranges::all_of(line, isSpace))
+            if (!std::ranges::all_of(line, isAsciiSpace))
                 return true;
         return false;
     }
@@ -60,7 +60,7 @@ private:
 inline std::string_view leftTrimmed(std::string_view text)
 {
     std::size_t start = 0;
-    while (start < text.size() && isSpace(text[start]))
+    while (start < text.size() && isAsciiSpace(text[start]))
         ++start;
     return text.substr(start);
 }
@@ -68,20 +68,15 @@ inline std::string_view bothTrimmed(std::string_view text)
 {
     text = leftTrimmed(text);
     std::size_t end = text.size();
-    while (end > 0 && isSpace(text[end - 1]))
+    while (end > 0 && isAsciiSpace(text[end - 1]))
         --end;
     return text.substr(0, end);
 }
 
-inline bool isDigit(char letter) { return letter >= '0' && letter <= '9'; }
-inline bool isLetter(char letter) { return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z'); }
 /// Letters, digits and the underscore.
-inline bool isWordPart(char letter) { return isLetter(letter) || isDigit(letter) || letter == '_'; }
+inline bool isWordPart(char letter) { return isAsciiLetter(letter) || isAsciiDigit(letter) || letter == '_'; }
 
 /// The word at the beginning of `text`; empty when there is none or it begins with a digit.
 std::string_view openingWord(std::string_view text);
-
-/// Compares ASCII letters without regard to case.
-bool startsIgnoringCase(std::string_view text, std::string_view prefix);
 
 } // namespace nivex

@@ -1,6 +1,7 @@
 #include "NivexKit/Detection/Signatures/TextShapes.hpp"
 
 #include "NivexKit/Detection/Signatures/TextHead.hpp"
+#include "NivexKit/Foundation/Text/Words.hpp"
 
 #include <algorithm>
 #include <array>
@@ -14,7 +15,7 @@ constexpr auto npos = std::string_view::npos;
 bool takeDigits(std::string_view& text, std::size_t least, std::size_t most)
 {
     std::size_t count = 0;
-    while (count < text.size() && isDigit(text[count]))
+    while (count < text.size() && isAsciiDigit(text[count]))
         ++count;
     if (count < least || count > most)
         return false;
@@ -53,14 +54,14 @@ bool isNumber(std::string_view word)
 {
     bool anyDigit = false;
     for (const char each : word) {
-        anyDigit = anyDigit || isDigit(each);
-        if (!isDigit(each) && std::string_view{"+-.eE"}.find(each) == npos)
+        anyDigit = anyDigit || isAsciiDigit(each);
+        if (!isAsciiDigit(each) && std::string_view{"+-.eE"}.find(each) == npos)
             return false;
     }
     return anyDigit;
 }
 
-std::string_view takeWord(std::string_view& text)
+std::string_view takeToken(std::string_view& text)
 {
     text = leftTrimmed(text);
     const std::string_view word = text.substr(0, text.find_first_of(" \t"));
@@ -75,8 +76,25 @@ std::string_view fieldName(std::string_view line)
     if (colon == npos || colon == 0 || colon > 40)
         return {};
     const std::string_view name = line.substr(0, colon);
-    const auto isNamePart = [](char each) { return isLetter(each) || isDigit(each) || each == '-'; };
+    const auto isNamePart = [](char each) { return isAsciiLetter(each) || isAsciiDigit(each) || each == '-'; };
     return std::ranges::all_of(name, isNamePart) ? name : std::string_view{};
+}
+
+/// True for "From sender Fri Jul  8 12:08:34 2011", as only mailboxes have it.
+bool isDatedEnvelope(std::string_view line)
+{
+    constexpr std::string_view days = "Mon Tue Wed Thu Fri Sat Sun";
+    constexpr std::string_view months = "Jan Feb Mar Apr May Jun Jul Aug Sep Oct Nov Dec";
+    takeToken(line); // "From"
+    for (std::string_view word = takeToken(line); !word.empty(); word = takeToken(line)) {
+        std::string_view rest = line;
+        if (!hasWord(days, word) || !hasWord(months, takeToken(rest)))
+            continue;
+        std::string_view day = takeToken(rest);
+        std::string_view time = takeToken(rest);
+        return takeDigits(day, 1, 2) && takeDigits(time, 2, 2) && takeOneOf(time, ":") && takeDigits(time, 2, 2);
+    }
+    return false;
 }
 
 } // namespace
@@ -133,7 +151,9 @@ bool isMbox(std::string_view text)
     std::string_view line;
     if (!lines.next(envelope) || !envelope.starts_with("From ") || !lines.next(line))
         return false;
-    // "From here on:" opens letters too, so a mail header has to follow.
+    if (isDatedEnvelope(envelope))
+        return line.empty() || !fieldName(line).empty();
+    // "From here on:" opens letters too, so the header of a mail has to follow.
     return !fieldName(line).empty() && looksLikeEmail(text.substr(envelope.size() + 1));
 }
 
@@ -154,7 +174,7 @@ bool isTex(std::string_view text)
 
 bool looksLikeSRT(std::string_view text)
 {
-    if (text.empty() || !isDigit(text.front()))
+    if (text.empty() || !isAsciiDigit(text.front()))
         return false;
     Lines lines{text};
     std::string_view line;
@@ -287,7 +307,7 @@ bool looksLikeObj(std::string_view text)
     bool namesMaterials = false;
     Lines lines{text};
     for (std::string_view line; lines.nextFilled(line) && !lines.wasCut();) {
-        const std::string_view word = takeWord(line);
+        const std::string_view word = takeToken(line);
         if (word.starts_with('#'))
             continue;
         if (std::ranges::find(statements, word) == statements.end())
@@ -296,7 +316,7 @@ bool looksLikeObj(std::string_view text)
         if (word != "v")
             continue;
         for (int coordinate = 0; coordinate < 3; ++coordinate)
-            if (!isNumber(takeWord(line)))
+            if (!isNumber(takeToken(line)))
                 return false;
         ++vertices;
     }

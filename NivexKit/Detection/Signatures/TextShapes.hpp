@@ -16,6 +16,8 @@ bool isAsciiPly(std::string_view text);
 bool isMbox(std::string_view text);
 bool isTex(std::string_view text);
 std::string_view markupFormats(std::string_view text);
+/// HTML that is a part of a page, without the elements that a page begins with.
+std::string_view fragmentFormats(std::string_view text);
 
 // timed text, mail, drawings
 bool looksLikeSRT(std::string_view text);
@@ -28,6 +30,8 @@ bool looksLikeObj(std::string_view text);
 
 // data
 std::string_view jsonFormats(std::string_view text);
+/// True for JSON: all of it when the text is whole, else as far as it goes.
+bool isJson(std::string_view text, bool isWhole);
 bool looksLikeToml(std::string_view text);
 bool looksLikeYaml(std::string_view text);
 bool looksLikeMarkdown(std::string_view text);

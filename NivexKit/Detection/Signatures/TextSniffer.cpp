@@ -2,6 +2,7 @@
 
 #include "NivexKit/Detection/Signatures/TextHead.hpp"
 #include "NivexKit/Detection/Signatures/TextShapes.hpp"
+#include "NivexKit/Foundation/Text/Words.hpp"
 
 #include <string>
 
@@ -18,6 +19,7 @@ struct TextRule {
     std::string_view then{};
     std::string_view (*chooses)(std::string_view) = nullptr;
     std::optional<ContainerKind> container{};
+    bool isLook = false;          // a guess: any text may look so by chance
     bool seesIndentation = false; // takes the first line with the spaces that it begins with
     bool inAnyEncoding = false;   // so telling that it also counts where the encoding is not known
 };
@@ -42,19 +44,21 @@ constexpr TextRule rules[] = {
     {.test = isTex, .then = "tex", .inAnyEncoding = true},
     {.chooses = jsonFormats, .container = json},
     {.test = looksLikeSRT, .then = "srt", .inAnyEncoding = true},
-    {.test = looksLikeLRC, .then = "lrc", .inAnyEncoding = true},
-    {.test = looksLikeSubtitleFrames, .then = "sub", .inAnyEncoding = true},
+    {.test = looksLikeLRC, .then = "lrc", .isLook = true, .inAnyEncoding = true},
+    {.test = looksLikeSubtitleFrames, .then = "sub", .isLook = true, .inAnyEncoding = true},
     {.test = looksLikeEmail, .then = "eml", .inAnyEncoding = true},
     {.test = looksLikeDxf, .then = "dxf", .inAnyEncoding = true},
     {.test = looksLikeIges, .then = "iges", .seesIndentation = true, .inAnyEncoding = true},
-    {.test = looksLikeObj, .then = "obj", .inAnyEncoding = true},
-    {.test = looksLikeToml, .then = "toml"},
-    {.test = looksLikeYaml, .then = "yaml"},
-    {.chooses = delimitedFormats, .inAnyEncoding = true},
-    {.test = looksLikeSql, .then = "sql"},
-    {.chooses = styleSheetFormats},
-    {.chooses = sourceCodeFormats},
-    {.test = looksLikeMarkdown, .then = "md"},
+    {.opens = "<", .test = looksLikeMarkdown, .then = "md", .isLook = true}, // often begins with a centred picture
+    {.opens = "<", .chooses = fragmentFormats, .isLook = true, .inAnyEncoding = true},
+    {.test = looksLikeObj, .then = "obj", .isLook = true, .inAnyEncoding = true},
+    {.test = looksLikeToml, .then = "toml", .isLook = true},
+    {.test = looksLikeYaml, .then = "yaml", .isLook = true},
+    {.chooses = delimitedFormats, .isLook = true, .inAnyEncoding = true},
+    {.test = looksLikeSql, .then = "sql", .isLook = true},
+    {.chooses = styleSheetFormats, .isLook = true},
+    {.chooses = sourceCodeFormats, .isLook = true},
+    {.test = looksLikeMarkdown, .then = "md", .isLook = true},
 };
 // clang-format on
 
@@ -75,23 +79,15 @@ std::optional<SniffResult> ruled(std::string_view text, bool isEncodingKnown)
             continue;
         const std::string_view formats = formatsBy(rule, rule.seesIndentation ? text.substr(lineStart) : trimmed);
         if (!formats.empty())
-            return SniffResult{.candidates = formatsOf(formats), .container = rule.container, .isText = true};
+            return SniffResult{.candidates = wordsAs<FormatID>(formats),
+                               .container = rule.container,
+                               .isText = true,
+                               .isLook = rule.isLook};
     }
     return std::nullopt;
 }
 
 } // namespace
-
-std::vector<FormatID> formatsOf(std::string_view words)
-{
-    std::vector<FormatID> formats;
-    while (!words.empty()) {
-        const std::size_t end = std::min(words.find(' '), words.size());
-        formats.emplace_back(words.substr(0, end));
-        words.remove_prefix(std::min(end + 1, words.size()));
-    }
-    return formats;
-}
 
 SniffResult sniffText(std::span<const std::byte> head)
 {

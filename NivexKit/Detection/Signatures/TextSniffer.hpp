@@ -10,7 +10,4 @@ namespace nivex {
 /// What a head says that no binary signature fits: the format of a text, plain text, or nothing.
 SniffResult sniffText(std::span<const std::byte> head);
 
-/// The identifiers in a list of words with one space between them.
-std::vector<FormatID> formatsOf(std::string_view words);
-
 } // namespace nivex

@@ -1,5 +1,6 @@
 #include "NivexKit/Archive/ZipArchive.hpp"
 #include "NivexKit/Detection/FileDetector.hpp"
+#include "NivexKit/Foundation/Text/Unicode.hpp"
 #include "tests/Support/Bytes.hpp"
 #include "tests/Support/TemporaryFolder.hpp"
 
@@ -28,6 +29,17 @@ std::string shownIssues(const DetectionResult& result)
     return shown;
 }
 
+std::string utf32(std::string_view text, bool isBigEndian)
+{
+    std::string bytes;
+    for (std::size_t position = 0; position < text.size();) {
+        const char32_t scalar = nextScalar(text, position);
+        for (int i = 0; i < 4; ++i)
+            bytes += static_cast<char>(scalar >> 8 * (isBigEndian ? 3 - i : i) & 0xFF);
+    }
+    return bytes;
+}
+
 TEST(FileDetector, WeighsTheContentAgainstTheName)
 {
     using namespace std::string_literals;
@@ -46,6 +58,7 @@ TEST(FileDetector, WeighsTheContentAgainstTheName)
         return "Le contenu ne correspond pas à un fichier " + format + " valide.\n";
     };
     const std::string program = "NIVEX ne convertit pas les programmes et ne les exécute jamais.\n";
+    const std::string txtMismatch = "L'extension indique TXT, mais le contenu est d'un autre format.\n";
     const std::string cue = "1\n00:00:01,000 --> 00:00:02,000\nBonjour\n";
     const std::string frame = "\xFF\xFB\x90\x64"s + std::string(413, 'x');
     const std::string frames = frame + frame;
@@ -84,13 +97,29 @@ TEST(FileDetector, WeighsTheContentAgainstTheName)
         {"script.js", "export const a: string = f();\nexport interface B {\n}\n", "javascript",
          Confidence::contentCompatible, ""},
         {"README.md", "var a = require('a');\nfunction f() {\n", "md", Confidence::contentCompatible, ""},
+        {"CMakeLists.txt", "#include <a>\nint main() {\nnamespace a {\nusing namespace b;\n", "txt",
+         Confidence::contentCompatible, ""},
+        {"notes.txt", "{\"a\": [1, 2]}", "json", Confidence::contentCompatible, txtMismatch},
+        {"long.txt", "[0, 0, " + std::string(5000, ' ') + "1, 2, 3]", "json", Confidence::contentCompatible,
+         txtMismatch},
+        {"records.txt", "[1, 2, " + std::string(5000, ' ') + "3]\n[4, 5, 6]\n", "txt", Confidence::contentCompatible,
+         ""},
+        {"thesis.txt", "\\documentclass{book}\n", "tex", Confidence::contentCompatible, txtMismatch},
+        {"mail.txt", "Received: a\nFrom: b@c.fr\nDate: d\nSubject: e\n\nf", "eml", Confidence::contentCompatible,
+         txtMismatch},
+        {"table.txt", "a,b\n1,2\n", "txt", Confidence::contentCompatible, ""},
+        {"picture.webp", "{\"error\": \"not found\"}", "json", Confidence::contentCompatible,
+         "L'extension indique WebP, mais le contenu est d'un autre format.\n"},
+        {"settings.yaml", "{\"a\": 1}", "yaml", Confidence::contentCompatible, ""},
+        {"wide.srt", "\xFF\xFE\0\0"s + utf32(cue, false), "srt", Confidence::contentCompatible, ""},
+        {"wide", utf32(cue, true), "srt", Confidence::contentCompatible, ""},
+        {"wide.txt", utf32("Déjà vu ?\n", false), "txt", Confidence::contentCompatible, ""},
         {"iso2022.txt", "\x1B$)C\x0E 0!\x0F a \x0E 0!\x0F b\n", "txt", Confidence::contentCompatible, ""},
         {"reply.pdf", "HTTP/1.1 200 OK\r\n\r\n%PDF-1.4\n%\xE2\xE3\xCF\xD3\n\0"s, "pdf", Confidence::contentCompatible,
          ""},
         {"marked.pdf", "\xEF\xBB\xBF%PDF-1.4\n", "pdf", Confidence::contentCompatible, ""},
         {"page.php", "<!doctype html><p><?php echo 1; ?>", "php", Confidence::contentCompatible, ""},
-        {"library.txt", elf, "so", Confidence::contentCompatible,
-         "L'extension indique TXT, mais le contenu est d'un autre format.\n" + program},
+        {"library.txt", elf, "so", Confidence::contentCompatible, txtMismatch + program},
         {"image.bin", elf, "bin", Confidence::contentCompatible, program},
         {"setup.exe", "not even a program", "exe", Confidence::extensionOnly, program},
     };

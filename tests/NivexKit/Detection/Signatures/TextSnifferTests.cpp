@@ -54,6 +54,10 @@ TEST(TextSniffer, KnowsMarkers)
         {"a program that quotes one", "text = r\"\"\"\n\\documentclass{book}\n\"\"\"\n", ""},
         {"a mention of it", "Write `\\documentclass` first.", ""},
         {"mailbox", "From a@b.fr Mon Jan  1 00:00:00 2024\nFrom: a@b.fr\nTo: c@d.fr\nDate: today\n\n", "mbox"},
+        {"mailbox of one field, its sender without an address", "From - Fri Jul  8 12:08:34 2011\nSubject: x\n\nHi",
+         "mbox"},
+        {"mailbox without any, its zone before the year", "From a Fri Jul  8 12:08 +0200 2011\n\nHi", "mbox"},
+        {"a letter that begins like one", "From Fri Jul till Sat Aug\nSubject: x\n\nHi", ""},
         {"PHP", "<?php\necho 1;", "php"},
     };
     expectEach(cases);
@@ -75,7 +79,12 @@ TEST(TextSniffer, KnowsMarkupByItsRoot)
         {"track", "<gpx version=\"1.1\">", "gpx"},
         {"any other root", "<?xml version=\"1.0\"?>\n<note/>", "xml"},
         {"no declaration, closed at the end", "<note><to>you</to></note>\n", "xml"},
-        {"a page fragment", "<p align=\"center\">\n# Title\n", ""},
+        {"one tag in front of a text", "<p align=\"center\">\n# Title\n", ""},
+        {"a part of a page",
+         "<style>\nb { color: red; }\ni { margin: 0; }\n</style>\n<script>\nvar a = 1;\n</script>\n", "html"},
+        {"a part of a page that only has a script", "<script>\nif (a <b) function f() {}\n", ""},
+        {"a read-me with a centred picture", "<p align=\"center\"><img src=\"a\"></p>\n\n# Title\n\nSee [b](c.md).\n",
+         "md"},
         {"an arrow", "<- back", ""},
         {"declaration cut by the end of the head", "<?xml version=\"1.0\" enc", "xml"},
     };
@@ -122,6 +131,8 @@ TEST(TextSniffer, KnowsData)
         {"last record not ended", "a,b,c\n1,2,3\n4,5,6", "csv"},
         {"TSV", "a\tb\n1\t2\n", "tsv"},
         {"objects with their commas in step", "{\"a\":1,\"b\":2}\n{\"a\":3,\"b\":4}\n", ""},
+        {"statements in step", "f(a, \"b\", 1);\nf(c, \"d\", 2);\nf(e, \"f\", 3);\n", ""},
+        {"two statements", "$a: b;\n\n@import \"c\";/* d */\n", ""},
         {"uneven records", "a,b,c\n1,2\n", ""},
         {"letters with a comma per line", "Dear Ann, how are you\nI am well, thank you\n", ""},
         {"lines that end in a comma", "one,\ntwo,\nthree,\n", ""},
@@ -159,6 +170,19 @@ TEST(TextSniffer, KnowsSourceCodeBySeveralMarks)
         {"style sheet", "body {\n  color: red;\n  margin: 0;\n}\n", "css scss"},
         {"its dialect", "$a: 1px;\n.b {\n  &:hover { color: red; }\n  margin: $a;\n}\n", "scss css"},
         {"SQL", "-- dump\nCREATE TABLE a (b int);\n", "sql"},
+        {"components that look like a style sheet",
+         "const Box = styled('span', {\n  display: 'inline-block',\n  color: 'red',\n  width: 10,\n});\n", ""},
+        {"members of a type", "interface Props {\n  color: string;\n  width: number;\n}\n", ""},
+        {"fields of a structure", "struct Size {\n    width: u32,\n    height: u32,\n    left: u32,\n}\n", ""},
+        {"a style sheet on one line", ".a{color:red;background:url(data:x;y)}.b>li:hover{margin:0}", "css scss"},
+        {"a language of its own for styles", "@pad: 1px;\n.@{name}-b {\n  .mixin();\n  margin: @pad;\n}\n", ""},
+        {"Ruby", "require 'a'\n\nclass B < C\n  def d(e) # :nodoc:\n    self.f = e\n  end\nend\n", ""},
+        {"Kotlin", "package a.b\n\nimport c.d\n\nclass E :\n  F(1)\n", ""},
+        {"Objective-C", "#import \"a.h\"\n#define B 1\n@implementation C\n- (void)d {\n}\n", ""},
+        {"CMake", "#[=======[.rst:\nA\n#]=======]\ninclude(B)\nif(NOT C)\n  set(D \"int main() {\n\")\nendif()\n", ""},
+        {"m4", "dnl macros\nAC_DEFUN([A], [\n#include <stdio.h>\n#define B 1\nint main(void) {\n])\n", ""},
+        {"assembler", "#include \"a.h\"\n#define B 1\n.globl c\n.text\n", ""},
+        {"Ada", "-- A\npragma Assertion_Policy (Pre => Ignore, Post => Ignore);\npackage B is\nend B;\n", ""},
         {"a sentence", "Select a book from the shelf. Then read; enjoy.", ""},
         {"Markdown", "# Title\n\nSee [here](https://x.org).\n\n- one\n", "md"},
         {"subscripts that look like links", "# a comment\nx = table[key](argument)\n- y\n", ""},
@@ -172,6 +196,13 @@ TEST(TextSniffer, KnowsSourceCodeBySeveralMarks)
          ""},
     };
     expectEach(cases);
+
+    // The longer a text, the more of it must agree.
+    std::string text = "import os\nfrom sys import argv\n";
+    EXPECT_EQ(sniffed(text), "python");
+    for (int line = 0; line < 50; ++line)
+        text += "a = [1, 2]\n";
+    EXPECT_EQ(sniffed(text), "");
 }
 
 TEST(TextSniffer, LeavesProseAlone)

@@ -52,7 +52,7 @@ const Sample samples[] = {
 TEST(TextDecoder, FindsTheCharacterSetOfEachLanguage)
 {
     for (const Sample& sample : samples) {
-        std::vector<const char*> sets{"UTF-8", "UTF-16LE", "UTF-16BE"};
+        std::vector<const char*> sets{"UTF-8", "UTF-16LE", "UTF-16BE", "UTF-32LE", "UTF-32BE"};
         sets.insert(sets.end(), sample.characterSets.begin(), sample.characterSets.end());
         for (const char* set : sets) {
             SCOPED_TRACE(set);
@@ -61,6 +61,7 @@ TEST(TextDecoder, FindsTheCharacterSetOfEachLanguage)
         EXPECT_EQ(decoded("\xEF\xBB\xBF" + std::string{sample.text}), sample.text);
         EXPECT_EQ(decoded("\xFF\xFE" + encoded(sample.text, "UTF-16LE")), sample.text);
         EXPECT_EQ(decoded("\xFE\xFF" + encoded(sample.text, "UTF-16BE")), sample.text);
+        EXPECT_EQ(decoded(std::string{"\xFF\xFE\0\0", 4} + encoded(sample.text, "UTF-32LE")), sample.text);
     }
 }
 
