@@ -214,7 +214,9 @@ public:
 
     void place(const fs::path& file)
     {
-        const auto parent = workspace_.folderBelow(file.parent_path().lexically_relative(workspace_.location()));
+        // An engine may give a path back without the "." that led to the workspace.
+        const auto parent = workspace_.folderBelow(
+            file.parent_path().lexically_normal().lexically_relative(workspace_.location().lexically_normal()));
         const std::string name = file.filename();
         const auto status = parent ? parent->entry(name) : std::nullopt;
         if (!status)
