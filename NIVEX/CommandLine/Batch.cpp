@@ -472,11 +472,8 @@ PlanChoice planTo(const FileFormat& target, const ConversionPlanner& planner, co
     if (detection.format && detection.format->id == target.id)
         return NoPlan{
             ConversionError::unsupported(filled("le fichier est déjà au format {}"_fr, {target.name})).message()};
-    std::vector<ConversionPlan> plans = planner.plans(detection);
-    const auto found =
-        std::find_if(plans.begin(), plans.end(), [&](const ConversionPlan& plan) { return plan.id() == target.id; });
-    if (found != plans.end())
-        return std::move(*found);
+    if (auto plan = planner.plan(detection, target.id))
+        return std::move(*plan);
     const std::string source = detection.format ? detection.format->name : std::string{"format inconnu"_fr};
     return NoPlan{ConversionError::unsupported(
                       filled("aucun moteur de cette machine ne mène de {} à {}"_fr, {source, target.name}))

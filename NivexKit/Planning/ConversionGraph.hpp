@@ -10,6 +10,7 @@
 #include <limits>
 #include <optional>
 #include <span>
+#include <type_traits>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -77,16 +78,8 @@ private:
     using Node = std::uint32_t; // a format, numbered in the order of first sight
     static constexpr Node none = std::numeric_limits<Node>::max();
 
-    /// A path to a format: its last edge and the path before it. Never changed once made, as longer paths build on it.
-    template <class State>
-    struct PathNode {
-        double cost;
-        State state;
-        std::size_t previous;
-        const Edge* last; // null for the empty path
-        Node node;
-        int length;
-    };
+    template <class State, class Transition>
+    class PathSearch;
 
     Node nodeOf(const FormatID& format) const;
     Node targetOf(const Edge& edge) const { return targets_[indexOf(edge)]; }
@@ -99,6 +92,122 @@ private:
     std::vector<std::uint32_t> firstEdge_; // of each node, and one past the last
 };
 
+/// One search: each pass extends the best paths of the pass before it by one edge.
+template <class State, class Transition>
+class ConversionGraph::PathSearch {
+public:
+    PathSearch(const ConversionGraph& graph, int maxSteps, Transition& transition, double leastCost)
+        : graph_{graph}, maxSteps_{maxSteps}, transition_{transition}, leastCost_{leastCost},
+          best_(graph.formats_.size(), unreached), lastPassOf_(graph.formats_.size(), -1)
+    {
+    }
+
+    std::vector<Path> run(Node source, State initial)
+    {
+        paths_.reserve(best_.size() + 1);
+        reach(source, {0, std::move(initial), unreached, nullptr, source, 0});
+        frontier_ = {source};
+        for (int pass = 0; pass < maxSteps_ && !frontier_.empty(); ++pass) {
+            std::vector<Node> reached;
+            for (const Node format : frontier_)
+                extend(best_[format], pass, reached);
+            frontier_ = std::move(reached);
+        }
+        return pathsFrom(source);
+    }
+
+private:
+    static constexpr double tolerance = 1e-9;
+    static constexpr std::size_t unreached = std::numeric_limits<std::size_t>::max();
+
+    /// A path to a format: its last edge and the path before it. Never changed once made, as longer paths build on it.
+    struct PathNode {
+        double cost;
+        State state;
+        std::size_t previous;
+        const Edge* last; // null for the empty path
+        Node node;
+        int length;
+    };
+
+    void extend(std::size_t current, int pass, std::vector<Node>& reached)
+    {
+        const int length = paths_[current].length + 1;
+        if (length > maxSteps_ || (paths_[current].last && paths_[current].last->capability.isTerminal))
+            return;
+        for (const Edge& edge : graph_.edgesOf(paths_[current].node)) {
+            const Node target = graph_.targetOf(edge);
+            if (follow(current, edge, target, length) && std::exchange(lastPassOf_[target], pass) != pass)
+                reached.push_back(target);
+        }
+    }
+
+    /// Lengthens a path by an edge. False where that brings nothing, which is asked before the transition is.
+    bool follow(std::size_t current, const Edge& edge, Node target, int length)
+    {
+        const double cost = paths_[current].cost;
+        if (!improves(cost + leastCost_, length, target) || passes(current, target))
+            return false;
+        std::optional<Step<State>> step = transition_(std::as_const(paths_[current].state), edge);
+        if (!step)
+            return false;
+        const double total = cost + std::max(step->cost, leastStepCost);
+        if (!improves(total, length, target))
+            return false;
+        reach(target, {total, std::move(step->next), current, &edge, target, length});
+        return true;
+    }
+
+    void reach(Node node, PathNode path)
+    {
+        best_[node] = paths_.size();
+        paths_.push_back(std::move(path));
+    }
+
+    bool improves(double cost, int length, Node target) const
+    {
+        if (best_[target] == unreached)
+            return true;
+        const PathNode& known = paths_[best_[target]];
+        return cost < known.cost - tolerance || (std::abs(cost - known.cost) < tolerance && length < known.length);
+    }
+
+    bool passes(std::size_t path, Node node) const
+    {
+        for (; path != unreached; path = paths_[path].previous)
+            if (paths_[path].node == node)
+                return true;
+        return false;
+    }
+
+    std::vector<Path> pathsFrom(Node source) const
+    {
+        std::vector<Path> result;
+        for (Node node = 0; node < best_.size(); ++node)
+            if (node != source && best_[node] != unreached)
+                result.push_back(edgesAlong(best_[node]));
+        return result;
+    }
+
+    Path edgesAlong(std::size_t path) const
+    {
+        Path edges(static_cast<std::size_t>(paths_[path].length));
+        for (std::size_t step = edges.size(); step > 0; path = paths_[path].previous)
+            edges[--step] = paths_[path].last;
+        return edges;
+    }
+
+    const ConversionGraph& graph_;
+    const int maxSteps_;
+    Transition& transition_;
+    const double leastCost_;
+
+    std::vector<PathNode> paths_;
+    std::vector<std::size_t> best_; // of each format
+    std::vector<Node> frontier_;    // formats whose best path is of the last pass
+    std::vector<int> lastPassOf_;   // in which each format was reached, to extend it once
+};
+
 template <class State, class Transition>
 requires std::invocable<Transition&, const State&, const ConversionGraph::Edge&> std::vector<ConversionGraph::Path>
 ConversionGraph::cheapestPaths(const FormatID& from, int maxSteps, State initial, Transition&& transition,
@@ -106,70 +215,11 @@ ConversionGraph::cheapestPaths(const FormatID& from, int maxSteps, State initial
 const
 {
     assert(maxSteps >= 0);
-    constexpr double tolerance = 1e-9;
-    constexpr std::size_t unreached = std::numeric_limits<std::size_t>::max();
     const Node source = nodeOf(from);
     if (source == none)
         return {};
-
-    std::vector<PathNode<State>> paths;
-    paths.reserve(formats_.size() + 1);
-    paths.push_back({0, std::move(initial), unreached, nullptr, source, 0});
-    std::vector<std::size_t> best(formats_.size(), unreached);
-    best[source] = 0;
-
-    const auto passes = [&](std::size_t path, Node node) {
-        for (; path != unreached; path = paths[path].previous)
-            if (paths[path].node == node)
-                return true;
-        return false;
-    };
-    const auto improves = [&](double cost, int length, Node target) {
-        if (best[target] == unreached)
-            return true;
-        const PathNode<State>& known = paths[best[target]];
-        return cost < known.cost - tolerance || (std::abs(cost - known.cost) < tolerance && length < known.length);
-    };
-
-    std::vector<Node> frontier{source};
-    std::vector<Node> next;
-    std::vector<int> lastPassOf(formats_.size(), -1);
-    for (int pass = 0; pass < maxSteps && !frontier.empty(); ++pass) {
-        for (const Node format : frontier) {
-            const std::size_t current = best[format];
-            const double cost = paths[current].cost;
-            const int length = paths[current].length + 1;
-            if (length > maxSteps || (paths[current].last && paths[current].last->capability.isTerminal))
-                continue;
-            for (const Edge& edge : edgesOf(format)) {
-                const Node target = targetOf(edge);
-                if (!improves(cost + leastCost, length, target) || passes(current, target))
-                    continue;
-                std::optional<Step<State>> step = transition(std::as_const(paths[current].state), edge);
-                if (!step)
-                    continue;
-                const double total = cost + std::max(step->cost, leastStepCost);
-                if (!improves(total, length, target))
-                    continue;
-                best[target] = paths.size();
-                paths.push_back({total, std::move(step->next), current, &edge, target, length});
-                if (std::exchange(lastPassOf[target], pass) != pass)
-                    next.push_back(target);
-            }
-        }
-        frontier.swap(next);
-        next.clear();
-    }
-
-    std::vector<Path> result;
-    for (Node node = 0; node < formats_.size(); ++node) {
-        if (node == source || best[node] == unreached)
-            continue;
-        Path& path = result.emplace_back(static_cast<std::size_t>(paths[best[node]].length));
-        for (std::size_t at = best[node], step = path.size(); step > 0; at = paths[at].previous)
-            path[--step] = paths[at].last;
-    }
-    return result;
+    PathSearch<State, std::remove_reference_t<Transition>> search{*this, maxSteps, transition, leastCost};
+    return search.run(source, std::move(initial));
 }
 
 } // namespace nivex

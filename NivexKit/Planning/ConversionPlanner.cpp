@@ -45,6 +45,17 @@ std::vector<ConversionPlan> ConversionPlanner::plans(const DetectionResult& dete
     return SmartFormats::rank(std::move(result), source, detection.properties);
 }
 
+std::optional<ConversionPlan> ConversionPlanner::plan(const DetectionResult& detection, const FormatID& target) const
+{
+    if (!detection.isUsable())
+        return std::nullopt;
+    const FileFormat& source = *detection.format;
+    for (const ConversionGraph::Path& path : routes(source, detection.properties))
+        if (path.back()->capability.target == target)
+            return makePlan(source, detection.properties, path);
+    return std::nullopt;
+}
+
 std::vector<ConversionGraph::Path> ConversionPlanner::routes(const FileFormat& source,
                                                              const SourceProperties& properties) const
 {

@@ -42,6 +42,9 @@ public:
     /// One plan per target, in proposal order. None for a file that was not recognised or must not be converted.
     std::vector<ConversionPlan> plans(const DetectionResult& detection) const;
 
+    /// The one of `plans` that leads to `target`, without making and ranking the others.
+    std::optional<ConversionPlan> plan(const DetectionResult& detection, const FormatID& target) const;
+
     /// The targets that all the files share, in the proposal order of the first one.
     std::vector<CommonPlan> commonPlans(std::span<const DetectionResult> detections) const;
 

@@ -85,7 +85,12 @@ TEST(ConversionPlanner, offersWhatRoutesOfThreeStepsReach)
     for (const Case& each : cases) {
         SCOPED_TRACE(each.name);
         const ConversionPlanner planner{{honestEngine("fake", each.edges)}, registry()};
-        EXPECT_THAT(shown(planner.plans(each.detection)), ::testing::ElementsAreArray(each.expected));
+        const std::vector<ConversionPlan> plans = planner.plans(each.detection);
+        EXPECT_THAT(shown(plans), ::testing::ElementsAreArray(each.expected));
+        for (const ConversionPlan& plan : plans)
+            EXPECT_EQ(planner.plan(each.detection, plan.target.id), plan) << "asked for alone";
+        for (const char* refused : {"exr", "pdf", "nonesuch"})
+            EXPECT_EQ(planner.plan(each.detection, refused), std::nullopt);
     }
 }
 
