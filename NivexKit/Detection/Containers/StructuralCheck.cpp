@@ -6,6 +6,7 @@
 #include "NivexKit/Structures/IsoBoxes.hpp"
 #include "NivexKit/Structures/JpegSegments.hpp"
 #include "NivexKit/Structures/PngChunks.hpp"
+#include "NivexKit/Structures/RiffChunks.hpp"
 
 #include <algorithm>
 #include <array>
@@ -91,9 +92,6 @@ Problem missingEnd(const ByteSource& source, const EndMarker& end)
     return end.ends(source) ? std::nullopt : Problem{end.problem.localized()};
 }
 
-/// What identifies a box or a chunk: four characters, "ftyp".
-using Code = std::string;
-
 bool isIndex(const IsoBox& box)
 {
     return box.type == boxType("moov") || box.type == boxType("moof") || box.type == boxType("meta");
@@ -155,41 +153,25 @@ Text invalidStructure() { return "structure de fichier invalide"_fr; }
 // A size may be wrong by as much as the header that careless programs count twice.
 constexpr std::uint64_t sizeTolerance = 8;
 
-struct Chunk {
-    Code id;
-    std::uint64_t size = 0; // without the header
-};
+bool isOpenEnded(const RiffChunk& chunk) { return chunk.size == 0 || chunk.size == 0xFFFFFFFF; }
 
-std::optional<Chunk> chunkAt(const ByteSource& source, std::uint64_t offset, ByteOrder order)
+bool reachesBeyond(const ByteSource& source, const RiffChunk& chunk, std::uint64_t tolerance)
 {
-    const auto bytes = source.read(offset, std::size_t{8});
-    ByteReader header{bytes, order};
-    Chunk chunk;
-    chunk.id = header.text(4);
-    chunk.size = header.u32();
-    return header.failed() ? std::nullopt : std::optional{chunk};
-}
-
-bool isOpenEnded(const Chunk& chunk) { return chunk.size == 0 || chunk.size == 0xFFFFFFFF; }
-
-bool reachesBeyond(const ByteSource& source, std::uint64_t offset, const Chunk& chunk, std::uint64_t tolerance)
-{
-    return chunk.size > source.size() - offset - 8 + tolerance;
+    return chunk.size > source.size() - chunk.data() + tolerance;
 }
 
 /// The samples of a sound file must be there; what follows them need not.
 Problem waveProblem(const ByteSource& source, ByteOrder order)
 {
-    std::uint64_t offset = 12;
+    RiffChunks chunks{source, 12, order};
     for (int step = 0; step < maxSteps; ++step) {
-        const auto chunk = chunkAt(source, offset, order);
+        const auto chunk = chunks.next();
         if (!chunk)
             return invalidStructure();
-        if (!isOpenEnded(*chunk) && reachesBeyond(source, offset, *chunk, sizeTolerance))
+        if (!isOpenEnded(*chunk) && reachesBeyond(source, *chunk, sizeTolerance))
             return invalidStructure();
         if (chunk->id == "data")
             return std::nullopt;
-        offset += 8 + chunk->size + chunk->size % 2;
     }
     return std::nullopt;
 }
@@ -197,14 +179,13 @@ Problem waveProblem(const ByteSource& source, ByteOrder order)
 /// The whole of a picture or a film must be there. A long film is several RIFF chunks, one behind the other.
 Problem outerProblem(const ByteSource& source, ByteOrder order, std::uint64_t tolerance)
 {
-    std::uint64_t offset = 0;
+    RiffChunks chunks{source, 0, order};
     for (int step = 0; step < maxSteps; ++step) {
-        const auto chunk = chunkAt(source, offset, order);
+        const auto chunk = chunks.next();
         if (!chunk || (chunk->id != "RIFF" && chunk->id != "RIFX") || isOpenEnded(*chunk))
             return std::nullopt;
-        if (reachesBeyond(source, offset, *chunk, tolerance))
+        if (reachesBeyond(source, *chunk, tolerance))
             return invalidStructure();
-        offset += 8 + chunk->size + chunk->size % 2;
     }
     return std::nullopt;
 }

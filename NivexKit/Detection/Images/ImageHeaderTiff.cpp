@@ -1,6 +1,6 @@
 #include "NivexKit/Detection/Images/ImageHeaderReaders.hpp"
 #include "NivexKit/Detection/Images/ImageLocation.hpp"
-#include "NivexKit/Detection/Images/TiffStructure.hpp"
+#include "NivexKit/Structures/TiffStructure.hpp"
 
 #include <algorithm>
 #include <unordered_set>
@@ -67,16 +67,17 @@ void enterSamples(const TiffStructure& tiff, const TiffDirectory& directory, Sou
         anyValue(tiff, directory.field(tag::sampleFormat), [](std::uint64_t value) { return value == floatingPoint; });
 }
 
-void enterMetadata(const TiffStructure& tiff, const TiffDirectory& directory, SourceProperties& image)
+void enterMetadata(HeaderBytes& file, const TiffStructure& tiff, const TiffDirectory& directory,
+                   SourceProperties& image)
 {
     image.hasLocation = false;
     noteGpsDirectory(tiff, directory, image);
     if (const TiffField* xmp = directory.field(tifftag::xmp))
-        noteXmp(tiff.file(), xmp->position, xmp->count, image);
+        noteXmp(file, xmp->position, xmp->count, image);
 }
 
 /// Counts the pages of the chain that starts at `first`; smaller versions of a page and masks are none.
-void countPages(const TiffStructure& tiff, TiffDirectory first, SourceProperties& image)
+void countPages(const HeaderBytes& file, const TiffStructure& tiff, TiffDirectory first, SourceProperties& image)
 {
     constexpr std::uint64_t reducedOrMask = 1 | 4;
     std::int64_t pages = 1;
@@ -90,7 +91,7 @@ void countPages(const TiffStructure& tiff, TiffDirectory first, SourceProperties
             ++pages;
         next = directory->next;
     }
-    enterImageCount(pages, !tiff.file().reachedBound(), image);
+    enterImageCount(pages, !file.reachedBound(), image);
 }
 
 /// The directory of the largest image: the first chain and the directories below it.
@@ -161,8 +162,8 @@ bool readTiffHeader(HeaderBytes& file, SourceProperties& image)
     image.hasAlpha = anyValue(*tiff, directory->field(tag::extraSamples),
                               [](std::uint64_t meaning) { return meaning == 1 || meaning == 2; });
     image.hasLayers = directory->field(tag::photoshopLayers) != nullptr;
-    enterMetadata(*tiff, *directory, image);
-    countPages(*tiff, *directory, image);
+    enterMetadata(file, *tiff, *directory, image);
+    countPages(file, *tiff, *directory, image);
     return true;
 }
 
@@ -172,7 +173,7 @@ bool readTiffRawHeader(HeaderBytes& file, SourceProperties& image)
     const auto first = tiff ? tiff->directory(tiff->firstDirectory()) : std::nullopt;
     if (!first)
         return false;
-    enterMetadata(*tiff, *first, image);
+    enterMetadata(file, *tiff, *first, image);
     image.hasAlpha = false;
     image.imageCount = 1;
     if (enterSensorArea(*tiff, *first, image))

@@ -1,5 +1,6 @@
 #include "NivexKit/Detection/Images/ImageHeaderReaders.hpp"
 #include "NivexKit/Detection/Images/ImageLocation.hpp"
+#include "NivexKit/Structures/RiffChunks.hpp"
 
 #include <algorithm>
 
@@ -55,22 +56,20 @@ void readFurtherChunks(HeaderBytes& file, std::uint64_t offset, const Features& 
 {
     constexpr int maxChunks = 4096;
     std::int64_t frames = 0;
+    RiffChunks chunks{file, offset};
     for (int i = 0; i < maxChunks; ++i) {
-        ByteReader chunk = file.reader(offset, 8, ByteOrder::little);
-        const std::string_view type = chunk.text(4);
-        const std::uint32_t length = chunk.u32();
-        if (chunk.failed())
+        const auto chunk = chunks.next();
+        if (!chunk)
             break;
-        const std::uint64_t data = offset + 8;
-        if (type == "ANMF")
+        const std::uint64_t data = chunk->data();
+        if (chunk->id == "ANMF")
             ++frames;
-        else if (type == "EXIF") // some writers keep the lead-in that Exif has inside JPEG
+        else if (chunk->id == "EXIF") // some writers keep the lead-in that Exif has inside JPEG
             noteExif(file, file.hasText(data, "Exif") ? data + 6 : data, image);
-        else if (type == "XMP ")
-            noteXmp(file, data, length, image);
-        offset = data + length + (length & 1);
+        else if (chunk->id == "XMP ")
+            noteXmp(file, data, chunk->size, image);
     }
-    const bool isComplete = offset >= file.size();
+    const bool isComplete = chunks.position() >= file.size();
     if (features.isAnimated)
         enterImageCount(frames, isComplete, image);
     if (isComplete)
@@ -81,10 +80,12 @@ void readFurtherChunks(HeaderBytes& file, std::uint64_t offset, const Features& 
 
 bool readWebpHeader(HeaderBytes& file, SourceProperties& image)
 {
-    ByteReader first = file.reader(12, 8, ByteOrder::little);
-    const std::string_view type = first.text(4);
-    const std::uint32_t length = first.u32();
-    constexpr std::uint64_t data = 20;
+    constexpr std::uint64_t firstChunk = 12;
+    const auto first = RiffChunks{file, firstChunk}.next();
+    if (!first)
+        return false;
+    const std::string_view type = first->id;
+    const std::uint64_t data = first->data();
     Features features;
     bool isUnderstood = false;
     image.hasAlpha = false;
@@ -101,7 +102,7 @@ bool readWebpHeader(HeaderBytes& file, SourceProperties& image)
     if (!features.isAnimated)
         image.imageCount = 1;
     if (features.isAnimated || features.hasMetadata)
-        readFurtherChunks(file, data + length + (length & 1), features, image);
+        readFurtherChunks(file, first->end(), features, image);
     else
         image.hasLocation = false;
     return true;

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "NivexKit/Detection/HeaderBytes.hpp"
-#include "NivexKit/Detection/Images/TiffStructure.hpp"
 #include "NivexKit/Formats/SourceProperties.hpp"
+#include "NivexKit/Structures/TiffStructure.hpp"
 
 namespace nivex {
 

@@ -1,5 +1,7 @@
 #include "NivexWorkers/Image/Metadata/ExifBlock.hpp"
 
+#include "NivexKit/Structures/TiffStructure.hpp"
+
 #include <algorithm>
 #include <array>
 
@@ -11,13 +13,6 @@ constexpr std::uint16_t typeLong = 4;
 constexpr std::uint16_t orientationTag = 0x0112;
 constexpr std::size_t headerBytes = 8; // neither a directory nor a value lies in them
 constexpr std::size_t entryBytes = 12;
-
-/// Bytes of one component; 0 for a type that TIFF 6.0 does not know.
-std::size_t componentBytes(std::uint16_t type)
-{
-    constexpr std::array<std::size_t, 14> sizes{0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4};
-    return type < sizes.size() ? sizes[type] : 0;
-}
 
 } // namespace
 
@@ -78,7 +73,7 @@ ExifBlock::Directory ExifBlock::directoryAt(std::size_t position) const
         entry.count = reader.u32();
         entry.valuePosition = reader.position();
         const std::size_t offset = reader.u32();
-        const std::size_t bytes = componentBytes(entry.type) * entry.count;
+        const std::size_t bytes = tiffValueSize(entry.type) * entry.count;
         if (bytes <= 4)
             entry.valueBytes = bytes;
         else if (offset >= headerBytes && offset <= bytes_.size() && bytes <= bytes_.size() - offset) {

@@ -2,11 +2,11 @@
 #include "NivexWorkers/Image/Metadata/Containers.hpp"
 #include "NivexWorkers/Image/Metadata/FileRewrite.hpp"
 #include "NivexWorkers/Image/Metadata/XmpPacket.hpp"
-#include "NivexWorkers/Image/Structures/PhotoshopResources.hpp"
 
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 #include "NivexKit/Foundation/Bytes/ByteWriter.hpp"
 #include "NivexKit/Structures/JpegSegments.hpp"
+#include "NivexKit/Structures/PhotoshopResources.hpp"
 
 #include <algorithm>
 #include <map>

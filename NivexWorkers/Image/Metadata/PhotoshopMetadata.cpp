@@ -1,8 +1,8 @@
 // Metadata in the image resources of PSD and PSB ("Adobe Photoshop File Formats").
 #include "NivexWorkers/Image/Metadata/Containers.hpp"
-#include "NivexWorkers/Image/Structures/PhotoshopResources.hpp"
 
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
+#include "NivexKit/Structures/PhotoshopResources.hpp"
 
 #include <algorithm>
 

@@ -3,10 +3,10 @@
 #include "NivexWorkers/Image/Codecs/Png/CheckedChunks.hpp"
 #include "NivexWorkers/Image/Metadata/Containers.hpp"
 #include "NivexWorkers/Image/Metadata/FileRewrite.hpp"
-#include "NivexWorkers/Image/Structures/PhotoshopResources.hpp"
 
 #include "NivexKit/Archive/Deflate.hpp"
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
+#include "NivexKit/Structures/PhotoshopResources.hpp"
 
 #include <algorithm>
 #include <charconv>

@@ -6,6 +6,7 @@
 
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 #include "NivexKit/Foundation/Bytes/ByteWriter.hpp"
+#include "NivexKit/Structures/TiffStructure.hpp"
 
 #include <algorithm>
 #include <limits>
@@ -45,10 +46,10 @@ struct Pages {
 
 std::size_t typeBytes(std::uint16_t type)
 {
-    constexpr std::size_t sizes[] = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4};
-    if (type == 0 || type >= std::size(sizes))
+    const std::size_t size = tiffValueSize(type);
+    if (size == 0)
         throw metadataFailure();
-    return sizes[type];
+    return size;
 }
 
 std::vector<std::uint32_t> placesOf(const ByteSource& file, ByteOrder order, const Entry& entry,

@@ -4,6 +4,7 @@
 
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 #include "NivexKit/Foundation/Bytes/ByteWriter.hpp"
+#include "NivexKit/Structures/RiffChunks.hpp"
 
 #include <optional>
 #include <string>
@@ -17,30 +18,19 @@ constexpr std::uint8_t hasXmp = 0x04;
 constexpr std::uint8_t hasExif = 0x08;
 constexpr std::uint8_t hasAlpha = 0x10;
 
-struct Chunk {
-    std::uint64_t offset; // of its name
-    std::string name;
-    std::size_t count; // bytes of its data
+bool isMetadata(const RiffChunk& chunk) { return chunk.id == "EXIF" || chunk.id == "XMP "; }
 
-    std::uint64_t end() const { return offset + 8 + count + count % 2; }
-    bool isMetadata() const { return name == "EXIF" || name == "XMP "; }
-};
-
-std::vector<Chunk> chunksOf(const ByteSource& file)
+std::vector<RiffChunk> chunksOf(const ByteSource& file)
 {
-    std::vector<Chunk> chunks;
-    std::uint64_t offset = headBytes;
-    while (chunks.size() < 1'000'000) {
-        const auto head = file.read(offset, 8);
-        ByteReader reader{head};
-        const std::string name{reader.text(4)};
-        const std::size_t count = reader.u32();
-        if (reader.failed() || file.size() - offset - 8 < count)
+    std::vector<RiffChunk> found;
+    RiffChunks chunks{file, headBytes};
+    while (found.size() < 1'000'000) {
+        const auto chunk = chunks.next();
+        if (!chunk || !chunk->isWholeIn(file))
             break;
-        chunks.push_back({offset, name, count});
-        offset = chunks.back().end();
+        found.push_back(*chunk);
     }
-    return chunks;
+    return found;
 }
 
 struct Canvas {
@@ -50,16 +40,16 @@ struct Canvas {
 };
 
 /// What the header of a bitstream tells: a lossy key frame (RFC 6386, 9.1) or a lossless picture.
-std::optional<Canvas> canvasOf(const ByteSource& file, const Chunk& chunk)
+std::optional<Canvas> canvasOf(const ByteSource& file, const RiffChunk& chunk)
 {
-    const auto head = file.read(chunk.offset + 8, 10);
+    const auto head = file.read(chunk.data(), 10);
     ByteReader reader{head};
     Canvas canvas{};
-    if (chunk.name == "VP8 ") {
+    if (chunk.id == "VP8 ") {
         reader.skip(6); // frame tag and start code
         canvas.width = reader.u16() & 0x3FFFu;
         canvas.height = reader.u16() & 0x3FFFu;
-    } else if (chunk.name == "VP8L") {
+    } else if (chunk.id == "VP8L") {
         reader.skip(1);
         const std::uint32_t bits = reader.u32();
         canvas = {(bits & 0x3FFFu) + 1, ((bits >> 14) & 0x3FFFu) + 1, ((bits >> 28) & 1u) != 0};
@@ -70,12 +60,12 @@ std::optional<Canvas> canvasOf(const ByteSource& file, const Chunk& chunk)
 }
 
 /// The data of the chunk that says what else there is.
-std::vector<std::byte> extendedHeader(const ByteSource& file, const std::vector<Chunk>& chunks)
+std::vector<std::byte> extendedHeader(const ByteSource& file, const std::vector<RiffChunk>& chunks)
 {
     if (chunks.empty())
         throw metadataFailure();
-    if (chunks.front().name == "VP8X") {
-        auto data = file.read(chunks.front().offset + 8, 10);
+    if (chunks.front().id == "VP8X") {
+        auto data = file.read(chunks.front().data(), 10);
         if (data.size() < 10)
             throw metadataFailure();
         return data;
@@ -102,11 +92,11 @@ std::vector<std::byte> chunk(std::string_view name, std::span<const std::byte> d
 Metadata readWebpMetadata(const ByteSource& file)
 {
     Metadata metadata;
-    for (const Chunk& chunk : chunksOf(file)) {
-        if (!chunk.isMetadata() || chunk.count > mostBlockBytes)
+    for (const RiffChunk& chunk : chunksOf(file)) {
+        if (!isMetadata(chunk) || chunk.size > mostBlockBytes)
             continue;
-        auto data = file.read(chunk.offset + 8, chunk.count);
-        if (chunk.name == "EXIF")
+        auto data = file.read(chunk.data(), chunk.size);
+        if (chunk.id == "EXIF")
             metadata.exif = std::move(data);
         else
             metadata.xmp = asText(data);
@@ -117,7 +107,7 @@ Metadata readWebpMetadata(const ByteSource& file)
 void writeWebpMetadata(const std::filesystem::path& path, const Metadata& metadata)
 {
     FileRewrite file{path};
-    const std::vector<Chunk> chunks = chunksOf(file.old());
+    const std::vector<RiffChunk> chunks = chunksOf(file.old());
     std::vector<std::byte> extended = extendedHeader(file.old(), chunks);
     extended[0] = (extended[0] & ~std::byte{hasExif | hasXmp}) |
                   std::byte{static_cast<std::uint8_t>((metadata.exif.empty() ? 0 : hasExif) |
@@ -127,14 +117,14 @@ void writeWebpMetadata(const std::filesystem::path& path, const Metadata& metada
     const auto first = chunk("VP8X", extended);
 
     std::uint64_t size = 4 + first.size() + exif.size() + xmp.size();
-    for (const Chunk& each : chunks)
-        if (each.name != "VP8X" && !each.isMetadata())
+    for (const RiffChunk& each : chunks)
+        if (each.id != "VP8X" && !isMetadata(each))
             size += each.end() - each.offset;
     ByteWriter head{ByteOrder::little};
     head.text("RIFF").u32(static_cast<std::uint32_t>(size)).text("WEBP").bytes(first);
     file.write(head.view());
-    for (const Chunk& each : chunks)
-        if (each.name != "VP8X" && !each.isMetadata())
+    for (const RiffChunk& each : chunks)
+        if (each.id != "VP8X" && !isMetadata(each))
             file.copy(each.offset, each.end() - each.offset);
     file.write(asText(exif));
     file.write(asText(xmp));

@@ -2,11 +2,11 @@
 #include "NivexWorkers/Image/Codecs/Bitmaps/BitmapImage.hpp"
 #include "NivexWorkers/Image/Codecs/Profiles.hpp"
 #include "NivexWorkers/Image/Codecs/Rows.hpp"
-#include "NivexWorkers/Image/Structures/PhotoshopResources.hpp"
 
 #include "NivexKit/Foundation/Bytes/ByteWriter.hpp"
 #include "NivexKit/Foundation/Files/OutputFile.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
+#include "NivexKit/Structures/PhotoshopResources.hpp"
 
 #include <algorithm>
 #include <bit>

@@ -1,10 +1,10 @@
 // Photoshop documents: the merged picture of PSD and PSB files. Source: "Adobe Photoshop File Formats", November 2019.
 #include "NivexWorkers/Image/Codecs/Bitmaps/Bitmap.hpp"
 #include "NivexWorkers/Image/Codecs/Codec.hpp"
-#include "NivexWorkers/Image/Structures/PhotoshopResources.hpp"
 
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
+#include "NivexKit/Structures/PhotoshopResources.hpp"
 
 #include <zlib.h>
 

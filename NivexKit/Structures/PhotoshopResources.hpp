@@ -6,7 +6,7 @@
 #include <span>
 #include <vector>
 
-namespace nivex::image {
+namespace nivex {
 
 /// Image resource blocks, which lie in PSD files, in APP13 of JPEG and in a tag of TIFF ("Adobe Photoshop File
 /// Formats", section "Image Resources").
@@ -28,4 +28,4 @@ void forEachResource(std::span<const std::byte> blocks,
 /// A block with an empty name, padded.
 std::vector<std::byte> resourceBlock(std::uint16_t identifier, std::span<const std::byte> contents);
 
-} // namespace nivex::image
+} // namespace nivex

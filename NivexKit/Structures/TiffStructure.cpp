@@ -1,6 +1,7 @@
-#include "NivexKit/Detection/Images/TiffStructure.hpp"
+#include "NivexKit/Structures/TiffStructure.hpp"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <limits>
 
@@ -10,13 +11,6 @@ namespace {
 // More fields than any writer makes; the bound on what a hostile count can cost.
 constexpr std::uint64_t maxFields = 1024;
 
-/// Bytes of one value of a field type, 0 for a type that is not known.
-std::size_t valueSize(std::uint16_t type)
-{
-    constexpr std::size_t sizes[] = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4, 0, 0, 8, 8, 8};
-    return type < std::size(sizes) ? sizes[type] : 0;
-}
-
 bool isWholeNumber(std::uint16_t type)
 {
     constexpr std::uint16_t types[] = {1, 3, 4, 13, 16, 18}; // unsigned numbers and offsets
@@ -25,6 +19,12 @@ bool isWholeNumber(std::uint16_t type)
 
 } // namespace
 
+std::size_t tiffValueSize(std::uint16_t type)
+{
+    constexpr std::size_t sizes[] = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4, 0, 0, 8, 8, 8};
+    return type < std::size(sizes) ? sizes[type] : 0;
+}
+
 const TiffField* TiffDirectory::field(std::uint16_t tag) const
 {
     const auto found =
@@ -32,9 +32,10 @@ const TiffField* TiffDirectory::field(std::uint16_t tag) const
     return found == fields.end() ? nullptr : &*found;
 }
 
-std::optional<TiffStructure> TiffStructure::at(HeaderBytes& file, std::uint64_t base)
+std::optional<TiffStructure> TiffStructure::at(const ByteSource& file, std::uint64_t base)
 {
-    ByteReader header = file.reader(base, 16, ByteOrder::little);
+    std::array<std::byte, 16> bytes;
+    ByteReader header{std::span{bytes}.first(file.read(base, bytes))};
     const std::uint16_t mark = header.u16();
     if (mark != 0x4949 && mark != 0x4D4D)
         return std::nullopt;
@@ -61,12 +62,13 @@ std::optional<TiffDirectory> TiffStructure::directory(std::uint64_t offset) cons
     const std::size_t fieldSize = isBig_ ? 20 : 12;
     const std::size_t inlineSize = isBig_ ? 8 : 4;
 
-    ByteReader counted = file_->reader(start, countSize, order_);
+    std::array<std::byte, 8> countBytes;
+    ByteReader counted{std::span{countBytes}.first(file_->read(start, std::span{countBytes}.first(countSize))), order_};
     const std::uint64_t count = isBig_ ? counted.u64() : counted.u16();
     if (counted.failed() || count == 0 || count > maxFields)
         return std::nullopt;
-    ByteReader reader =
-        file_->reader(start + countSize, static_cast<std::size_t>(count) * fieldSize + inlineSize, order_);
+    const auto bytes = file_->read(start + countSize, static_cast<std::size_t>(count) * fieldSize + inlineSize);
+    ByteReader reader{bytes, order_};
     TiffDirectory directory;
     directory.fields.reserve(static_cast<std::size_t>(count));
     for (std::uint64_t i = 0; i < count; ++i) {
@@ -76,7 +78,7 @@ std::optional<TiffDirectory> TiffStructure::directory(std::uint64_t offset) cons
         const std::uint64_t valueOffset = this->offset(reader);
         if (reader.failed())
             break; // the fields so far are good
-        const std::size_t size = valueSize(field.type);
+        const std::size_t size = tiffValueSize(field.type);
         if (size == 0)
             continue;
         const bool isInline = field.count <= inlineSize / size;
@@ -94,17 +96,24 @@ std::optional<std::uint64_t> TiffStructure::number(const TiffField* field, std::
 {
     if (!field || index >= field->count || !isWholeNumber(field->type))
         return std::nullopt;
-    const std::size_t size = valueSize(field->type);
+    const std::size_t size = tiffValueSize(field->type);
     if (index > std::numeric_limits<std::uint32_t>::max())
         return std::nullopt;
-    ByteReader reader = file_->reader(field->position + index * size, size, order_);
-    const std::uint64_t value = size == 1   ? reader.u8()
-                                : size == 2 ? reader.u16()
-                                : size == 4 ? reader.u32()
-                                            : reader.u64();
+    std::array<std::byte, 8> bytes;
+    const auto value = std::span{bytes}.first(size);
+    ByteReader reader{value.first(file_->read(field->position + index * size, value)), order_};
+    const std::uint64_t number = size == 1   ? reader.u8()
+                                 : size == 2 ? reader.u16()
+                                 : size == 4 ? reader.u32()
+                                             : reader.u64();
     if (reader.failed())
         return std::nullopt;
-    return value;
+    return number;
+}
+
+std::vector<std::byte> TiffStructure::bytes(const TiffField& field, std::size_t maxBytes) const
+{
+    return file_->read(field.position, static_cast<std::size_t>(std::min<std::uint64_t>(field.count, maxBytes)));
 }
 
 } // namespace nivex

@@ -1,9 +1,9 @@
-#include "NivexWorkers/Image/Structures/PhotoshopResources.hpp"
+#include "NivexKit/Structures/PhotoshopResources.hpp"
 
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 #include "NivexKit/Foundation/Bytes/ByteWriter.hpp"
 
-namespace nivex::image {
+namespace nivex {
 
 void forEachResource(std::span<const std::byte> blocks,
                      const std::function<void(std::uint16_t, std::span<const std::byte>)>& take)
@@ -32,4 +32,4 @@ std::vector<std::byte> resourceBlock(std::uint16_t identifier, std::span<const s
     return std::move(writer).release();
 }
 
-} // namespace nivex::image
+} // namespace nivex

@@ -1,12 +1,16 @@
 #pragma once
 
-#include "NivexKit/Detection/HeaderBytes.hpp"
+#include "NivexKit/Foundation/Bytes/ByteReader.hpp"
+#include "NivexKit/Foundation/Bytes/ByteSource.hpp"
 
 #include <cstdint>
 #include <optional>
 #include <vector>
 
 namespace nivex {
+
+/// Bytes of one value of a field type (TIFF 6.0, section 2; BigTIFF), 0 for a type that is not known.
+std::size_t tiffValueSize(std::uint16_t type);
 
 /// One field of a TIFF directory: what it is and where its values stand.
 struct TiffField {
@@ -29,7 +33,7 @@ struct TiffDirectory {
 class TiffStructure {
 public:
     /// The structure that starts at `base` in the file; none when there is no such header. `file` outlives it.
-    static std::optional<TiffStructure> at(HeaderBytes& file, std::uint64_t base);
+    static std::optional<TiffStructure> at(const ByteSource& file, std::uint64_t base);
 
     std::uint64_t firstDirectory() const { return first_; }
 
@@ -39,17 +43,18 @@ public:
     /// The value number `index` of an integer field; none for another type or an absent field.
     std::optional<std::uint64_t> number(const TiffField* field, std::uint64_t index = 0) const;
 
-    HeaderBytes& file() const { return *file_; }
+    /// Up to `maxBytes` of the values as they are stored: the letters of a text.
+    std::vector<std::byte> bytes(const TiffField& field, std::size_t maxBytes) const;
 
 private:
-    TiffStructure(HeaderBytes& file, std::uint64_t base, ByteOrder order, bool isBig)
+    TiffStructure(const ByteSource& file, std::uint64_t base, ByteOrder order, bool isBig)
         : file_{&file}, base_{base}, order_{order}, isBig_{isBig}
     {
     }
 
     std::uint64_t offset(ByteReader& reader) const { return isBig_ ? reader.u64() : reader.u32(); }
 
-    HeaderBytes* file_;
+    const ByteSource* file_;
     std::uint64_t base_;
     ByteOrder order_;
     bool isBig_; // BigTIFF: counts and offsets of 64 bits
@@ -58,11 +63,14 @@ private:
 
 /// Tags that more than one reader asks for.
 namespace tifftag {
+constexpr std::uint16_t photometricInterpretation = 262;
+constexpr std::uint16_t make = 271;
 constexpr std::uint16_t subDirectories = 330;
 constexpr std::uint16_t xmp = 700;
 constexpr std::uint16_t geoKeys = 34735;
 constexpr std::uint16_t gpsDirectory = 34853;
 constexpr std::uint16_t dngVersion = 50706;
+constexpr std::uint16_t dngPrivateData = 50740;
 } // namespace tifftag
 
 } // namespace nivex
