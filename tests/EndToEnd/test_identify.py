@@ -201,8 +201,10 @@ class Deep(NivexCase):
     @needs_pictures
     def test_damage_behind_a_whole_header_is_found(self):
         run("convert", "-size", "30x20", "plasma:", self.folder / "whole.gif")
-        data = (self.folder / "whole.gif").read_bytes()
-        self.write("damaged.gif", data[:20] + b"\0" * 40 + b";")
+        data = bytearray((self.folder / "whole.gif").read_bytes())
+        palette = 3 << ((data[10] & 7) + 1)
+        data[data.index(b",", 13 + palette) + 10] = 99  # bits of a code, of which there are 12 at most
+        self.write("damaged.gif", bytes(data))
         self.assertTrue(self.json_lines("identify", "damaged.gif")[0]["usable"])
         deep, = self.json_lines("identify", "--deep", "damaged.gif", expect=1)
         self.assertEqual([issue["case"] for issue in deep["issues"]], ["corrupted"])
