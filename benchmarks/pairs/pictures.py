@@ -31,11 +31,28 @@ def remover(folder, *patterns):
     return remove
 
 
+def print_sizes(folder, ours, theirs):
+    print(f"    {(folder / ours).stat().st_size / 1e6:.2f} and {(folder / theirs).stat().st_size / 1e6:.2f} MB", flush=True)
+
+
 def jpeg_to_png(folder):
     large_photograph(folder / "in.jpg")
-    compare("jpeg-to-png: 12 megapixels", convert("in.jpg", "--to", "png"),
-            ["vips", "pngsave", "in.jpg", "out.png", "--compression", "3", "--filter", "paeth"],
-            folder, rounds=5, before=remover(folder, "*.png"), resources=True)
+    for name, options in (("as it comes", []), ("Paeth", ["--compression", "3", "--filter", "paeth"])):
+        compare(f"jpeg-to-png: 12 megapixels, vips {name}", convert("in.jpg", "--to", "png"),
+                ["vips", "pngsave", "in.jpg", "out.png", *options],
+                folder, rounds=5, before=remover(folder, "in.png"), resources=True)
+        subprocess.run(convert("in.jpg", "--to", "png"), cwd=folder, check=True)
+        print_sizes(folder, "in.png", "out.png")
+
+
+def jpeg_to_tiff(folder):
+    large_photograph(folder / "in.jpg")
+    for compression in ("deflate", "lzw"):
+        compare(f"jpeg-to-tiff: 12 megapixels, vips {compression}", convert("in.jpg", "--to", "tiff"),
+                ["vips", "tiffsave", "in.jpg", "out.tif", "--compression", compression, "--predictor", "horizontal"],
+                folder, rounds=5, before=remover(folder, "in.tiff"), resources=True)
+        subprocess.run(convert("in.jpg", "--to", "tiff"), cwd=folder, check=True)
+        print_sizes(folder, "in.tiff", "out.tif")
 
 
 def png_to_jpeg(folder):
@@ -157,6 +174,7 @@ def icons(folder):
 
 PAIRS = {
     "jpeg-to-png": jpeg_to_png,
+    "jpeg-to-tiff": jpeg_to_tiff,
     "png-to-jpeg": png_to_jpeg,
     "jpeg-to-webp": jpeg_to_webp,
     "jpeg-to-heic": jpeg_to_heic,

@@ -374,8 +374,12 @@ VImage decoded(const ByteSource& source, const Jpeg2000File& file, int halvings)
 
 // Writing
 
-/// A picture is encoded in tiles no larger than this, so that a giant one needs no memory for all its coefficients.
-constexpr int tileSide = 4096;
+/// A picture is encoded in tiles no larger than this: they are what memory holds, and progress is told after each line
+/// of them.
+constexpr int tileSide = 512;
+
+/// A goal in bytes is shared out among tiles by their area, whatever they show, so there must be few.
+constexpr int tileSideUnderGoal = 4096;
 
 struct Tiles {
     int width;
@@ -384,10 +388,10 @@ struct Tiles {
     int down;
 };
 
-Tiles tilesOf(const VImage& image)
+Tiles tilesOf(const VImage& image, int longestSide)
 {
-    const int width = std::min(image.width(), tileSide);
-    const int height = std::min(image.height(), tileSide);
+    const int width = std::min(image.width(), longestSide);
+    const int height = std::min(image.height(), longestSide);
     return {width, height, (image.width() + width - 1) / width, (image.height() + height - 1) / height};
 }
 
@@ -397,8 +401,8 @@ float decibels(double quality) { return static_cast<float>(26 + 19 * quality); }
 class Encoding {
 public:
     Encoding(const VImage& image, const WriteRequest& request, std::int64_t codestreamGoal)
-        : image_{image}, tiles_{tilesOf(image)}, bands_{static_cast<std::size_t>(image.bands())},
-          sampleBytes_{image.format() == VIPS_FORMAT_USHORT ? 2u : 1u},
+        : image_{image}, tiles_{tilesOf(image, codestreamGoal > 0 ? tileSideUnderGoal : tileSide)},
+          bands_{static_cast<std::size_t>(image.bands())}, sampleBytes_{image.format() == VIPS_FORMAT_USHORT ? 2u : 1u},
           codec_{silent(opj_create_compress(OPJ_CODEC_J2K))}, stream_{opj_stream_create(streamBuffer, OPJ_FALSE)}
     {
         opj_stream_set_user_data(stream_.get(), &writing_, nullptr);

@@ -2,6 +2,7 @@
 // streams of any size go to the disk as they come. ISO 32000-1, 8.9 (images).
 #include "NivexWorkers/Image/Codecs/Pdf/JpegInPdf.hpp"
 #include "NivexWorkers/Image/Codecs/Pdf/PdfFile.hpp"
+#include "NivexWorkers/Image/Codecs/Png/PngWriter.hpp"
 #include "NivexWorkers/Image/Codecs/Profiles.hpp"
 #include "NivexWorkers/Image/Codecs/Vips/VipsFiles.hpp"
 #include "NivexWorkers/Image/Metadata/Metadata.hpp"
@@ -201,8 +202,7 @@ private:
         const VImage neutral =
             image.bands() == 4 ? image.copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB)) : image;
         const EncodedImage png{request_, ".png"};
-        save(bare(neutral), {.file = png.path(), .progress = progress}, "pngsave",
-             VImage::option()->set("compression", 6)->set("filter", VIPS_FOREIGN_PNG_FILTER_PAETH));
+        writePngFile(bare(neutral), {.file = png.path(), .progress = progress, .processors = request_.processors});
         const FileSource file = png.opened();
         const std::string width = std::to_string(image.width());
         return addImage(file, pixelsOfPng(file), image.width(), image.height(),

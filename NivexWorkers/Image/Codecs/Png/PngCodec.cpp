@@ -1,7 +1,8 @@
-// PNG by libvips, which knows no animations: their frames are painted here.
+// PNG: read by libvips, which knows no animations, whose frames are painted here.
 #include "NivexWorkers/Image/Codecs/Bitmaps/BitmapImage.hpp"
 #include "NivexWorkers/Image/Codecs/PixelBuffer.hpp"
 #include "NivexWorkers/Image/Codecs/Png/Apng.hpp"
+#include "NivexWorkers/Image/Codecs/Png/PngWriter.hpp"
 #include "NivexWorkers/Image/Codecs/Profiles.hpp"
 #include "NivexWorkers/Image/Codecs/Vips/VipsFiles.hpp"
 #include "NivexWorkers/Image/Metadata/ExifBlock.hpp"
@@ -184,10 +185,6 @@ Picture readPng(const ReadRequest& request)
     return picture;
 }
 
-void writePng(const Picture& picture, const WriteRequest& request)
-{
-    save(picture.first(), request, "pngsave",
-         VImage::option()->set("compression", 3)->set("filter", VIPS_FOREIGN_PNG_FILTER_PAETH));
-}
+void writePng(const Picture& picture, const WriteRequest& request) { writePngFile(picture.first(), request); }
 
 } // namespace nivex::image

@@ -1,6 +1,6 @@
-// TIFF 6.0: pixels by libvips, page by page; the chain of pages by libtiff.
-#include "NivexWorkers/Image/Codecs/Progress.hpp"
+// TIFF 6.0, page by page: pixels read by libvips, the chain of pages by libtiff.
 #include "NivexWorkers/Image/Codecs/Tiff/TiffLayouts.hpp"
+#include "NivexWorkers/Image/Codecs/Tiff/TiffPage.hpp"
 #include "NivexWorkers/Image/Codecs/Vips/VipsFiles.hpp"
 #include "NivexWorkers/Image/Pixels/Components.hpp"
 
@@ -118,67 +118,6 @@ bool needsLargeOffsets(const Picture& picture)
     return bytes > mostBytesOfClassicTiff;
 }
 
-void savePage(const VImage& page, const WriteRequest& request, bool largeOffsets)
-{
-    const auto predictor =
-        page.format() == VIPS_FORMAT_FLOAT ? VIPS_FOREIGN_TIFF_PREDICTOR_FLOAT : VIPS_FOREIGN_TIFF_PREDICTOR_HORIZONTAL;
-    save(page, request, "tiffsave",
-         VImage::option()
-             ->set("compression", page.format() == VIPS_FORMAT_FLOAT ? VIPS_FOREIGN_TIFF_COMPRESSION_DEFLATE
-                                                                     : VIPS_FOREIGN_TIFF_COMPRESSION_LZW)
-             ->set("predictor", predictor)
-             ->set("bigtiff", largeOffsets));
-}
-
-template <class Value>
-void copyTag(TIFF* from, TIFF* to, int number)
-{
-    const auto tag = static_cast<std::uint32_t>(number);
-    if (Value value{}; TIFFGetField(from, tag, &value))
-        TIFFSetField(to, tag, value);
-}
-
-/// The tags that libvips writes of a picture.
-void copyTags(TIFF* from, TIFF* to)
-{
-    for (const int tag : {TIFFTAG_IMAGEWIDTH, TIFFTAG_IMAGELENGTH, TIFFTAG_ROWSPERSTRIP})
-        copyTag<std::uint32_t>(from, to, tag);
-    for (const int tag :
-         {TIFFTAG_BITSPERSAMPLE, TIFFTAG_SAMPLESPERPIXEL, TIFFTAG_COMPRESSION, TIFFTAG_PHOTOMETRIC,
-          TIFFTAG_PLANARCONFIG, TIFFTAG_SAMPLEFORMAT, TIFFTAG_PREDICTOR, TIFFTAG_RESOLUTIONUNIT, TIFFTAG_INKSET})
-        copyTag<std::uint16_t>(from, to, tag);
-    for (const int tag : {TIFFTAG_XRESOLUTION, TIFFTAG_YRESOLUTION})
-        copyTag<float>(from, to, tag);
-    std::uint16_t extraCount = 0;
-    std::uint16_t* extras = nullptr;
-    if (TIFFGetField(from, TIFFTAG_EXTRASAMPLES, &extraCount, &extras))
-        TIFFSetField(to, TIFFTAG_EXTRASAMPLES, extraCount, extras);
-    std::uint32_t profileBytes = 0;
-    void* profile = nullptr;
-    if (TIFFGetField(from, TIFFTAG_ICCPROFILE, &profileBytes, &profile))
-        TIFFSetField(to, TIFFTAG_ICCPROFILE, profileBytes, profile);
-}
-
-/// Copies the one page of a file that was just written, compressed as it is, to the end of another.
-void appendPage(TIFF* document, const fs::path& page)
-{
-    const auto require = [](bool done) {
-        if (!done)
-            throw ConversionError::encodingFailed("une page n'a pas pu être ajoutée au document"_fr);
-    };
-    const TiffFile from{TIFFOpen(page.c_str(), "r")};
-    require(from != nullptr);
-    copyTags(from.get(), document);
-    std::vector<std::byte> strip;
-    for (std::uint32_t i = 0; i < TIFFNumberOfStrips(from.get()); ++i) {
-        strip.resize(static_cast<std::size_t>(TIFFRawStripSize64(from.get(), i)));
-        const auto size = static_cast<tmsize_t>(strip.size());
-        require(TIFFReadRawStrip(from.get(), i, strip.data(), size) == size);
-        require(TIFFWriteRawStrip(document, i, strip.data(), size) == size);
-    }
-    require(TIFFWriteDirectory(document) == 1);
-}
-
 } // namespace
 
 Picture readTiff(const ReadRequest& request)
@@ -206,21 +145,11 @@ void writeTiff(const Picture& picture, const WriteRequest& request)
             request.progress((static_cast<double>(page) + fraction.value_or(0)) / count);
         };
     };
-    const ProgressCallback firstShare = shareOf(0);
-    savePage(picture.first(), {.file = request.file, .quality = request.quality, .progress = firstShare}, largeOffsets);
-    if (picture.frames.size() == 1)
-        return;
-    const TiffFile document{TIFFOpen(request.file.c_str(), "a")};
-    if (!document)
-        throw ConversionError::encodingFailed("une page n'a pas pu être ajoutée au document"_fr);
-    const fs::path page = fs::path{request.file} += ".page";
-    for (std::size_t i = 1; i < picture.frames.size(); ++i) {
-        const ProgressCallback share = shareOf(i);
-        savePage(picture.frames[i], {.file = page, .quality = request.quality, .progress = share}, largeOffsets);
-        appendPage(document.get(), page);
-        fs::remove(page);
-        share(1.0);
-    }
+    const TiffFile file{TIFFOpen(request.file.c_str(), largeOffsets ? "w8x" : "wx")};
+    if (!file)
+        throw notSaved("TIFF");
+    for (std::size_t i = 0; i < picture.frames.size(); ++i)
+        writeTiffPage(file.get(), picture.frames[i], request.processors, shareOf(i));
 }
 
 } // namespace nivex::image

@@ -1,0 +1,168 @@
+#include "NivexWorkers/Image/Codecs/Png/PngWriter.hpp"
+
+#include "NivexWorkers/Image/Codecs/Deflate/DeflatedPixels.hpp"
+#include "NivexWorkers/Image/Codecs/Png/CheckedChunks.hpp"
+#include "NivexWorkers/Image/Codecs/Png/PngFilters.hpp"
+#include "NivexWorkers/Image/Codecs/Profiles.hpp"
+#include "NivexWorkers/Image/Codecs/Rows.hpp"
+
+#include "NivexKit/Foundation/Bytes/ByteWriter.hpp"
+#include "NivexKit/Foundation/Files/OutputFile.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace nivex::image {
+namespace {
+
+using vips::VImage;
+
+constexpr std::size_t stripBytes = 1 << 20;
+constexpr std::size_t mostRowBytes = 1 << 30; // far above what programs read
+
+std::string_view asText(const std::vector<std::byte>& bytes)
+{
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+/// Some rows from all over a strip, as `form` makes them.
+std::vector<std::byte> sampleOf(const PngRows& strip, std::vector<std::byte> (*form)(const PngRows&))
+{
+    constexpr std::size_t bytesOfPlace = 8 * 1024;
+    const std::size_t rows = strip.rows.size() / strip.rowBytes;
+    const std::size_t places = std::min<std::size_t>(8, rows);
+    const std::size_t most = std::max<std::size_t>(1, bytesOfPlace / strip.rowBytes);
+    std::vector<std::byte> sample;
+    for (std::size_t place = 0; place < places; ++place) {
+        const std::size_t first = place * rows / places;
+        const std::size_t count = std::min(most, rows / places);
+        const auto from = [&](std::size_t row, std::size_t number) {
+            return strip.rows.subspan(row * strip.rowBytes, number * strip.rowBytes);
+        };
+        const auto part = form({.above = first == 0 ? strip.above : from(first - 1, 1),
+                                .rows = from(first, count),
+                                .rowBytes = strip.rowBytes,
+                                .pixelBytes = strip.pixelBytes});
+        sample.insert(sample.end(), part.begin(), part.end());
+    }
+    return sample;
+}
+
+/// Photographs are smaller as differences, drawings and pages of text as they are; a sample tells. It knows little of
+/// repetitions, which differences hide, so these must win clearly.
+std::vector<std::byte> rowsToCompress(const PngRows& strip)
+{
+    const std::size_t differences = deflatedSize(sampleOf(strip, filtered));
+    const std::size_t samples = deflatedSize(sampleOf(strip, unfiltered));
+    return differences < samples - samples / 8 ? filtered(strip) : unfiltered(strip);
+}
+
+std::string headerData(const VImage& image)
+{
+    constexpr std::uint8_t colorTypes[] = {0, 4, 2, 6}; // grey, RGB, each with alpha, by the number of bands
+    constexpr std::uint8_t widths[] = {8, 16};
+    ByteWriter header{ByteOrder::big};
+    header.u32(static_cast<std::uint32_t>(image.width())).u32(static_cast<std::uint32_t>(image.height()));
+    header.u8(widths[image.format() == VIPS_FORMAT_USHORT]).u8(colorTypes[image.bands() - 1]);
+    header.zeros(3); // compression, filters and order, of which there is one each
+    return std::string{header.view()};
+}
+
+std::string resolutionData(const VImage& image)
+{
+    const auto perMetre = [](double perMillimetre) {
+        return static_cast<std::uint32_t>(std::clamp<long long>(std::llround(perMillimetre * 1000), 0, INT32_MAX));
+    };
+    ByteWriter data{ByteOrder::big};
+    data.u32(perMetre(image.xres())).u32(perMetre(image.yres())).u8(1);
+    return std::string{data.view()};
+}
+
+std::string profileData(std::string_view profile)
+{
+    constexpr std::string_view nameAndMethod{"ICC profile\0\0", 13};
+    return std::string{nameAndMethod} + zlibStream(std::as_bytes(std::span{profile}));
+}
+
+std::vector<std::byte> withHigherBytesFirst(std::span<const std::byte> row)
+{
+    std::vector<std::byte> turned(row.size());
+    for (std::size_t i = 0; i + 1 < row.size(); i += 2) {
+        turned[i] = row[i + 1];
+        turned[i + 1] = row[i];
+    }
+    return turned;
+}
+
+} // namespace
+
+PngPixels::PngPixels(std::size_t rowBytes, std::size_t pixelBytes, unsigned processors,
+                     std::function<void(std::string_view)> take)
+    : rowBytes_{rowBytes}, pixelBytes_{pixelBytes}, take_{std::move(take)},
+      compression_{processors, [this](const DeflatedPart& part) { takePart(part); }}
+{
+}
+
+void PngPixels::add(std::span<const std::byte> row)
+{
+    strip_.insert(strip_.end(), row.begin(), row.end());
+    if (strip_.size() >= stripBytes)
+        compressStrip();
+}
+
+void PngPixels::finish()
+{
+    if (!strip_.empty())
+        compressStrip();
+    compression_.finish();
+    take_(stream_.end());
+}
+
+void PngPixels::compressStrip()
+{
+    std::vector<std::byte> last{strip_.end() - static_cast<std::ptrdiff_t>(rowBytes_), strip_.end()};
+    compression_.add([above = std::exchange(above_, std::move(last)), rows = std::exchange(strip_, {}),
+                      rowBytes = rowBytes_, pixelBytes = pixelBytes_] {
+        return deflatedPart(rowsToCompress({above, rows, rowBytes, pixelBytes}));
+    });
+    strip_.reserve(stripBytes + rowBytes_);
+}
+
+void PngPixels::takePart(const DeflatedPart& part)
+{
+    if (!std::exchange(hasBegun_, true))
+        take_(std::string{ZlibStream::head} + std::string{asText(part.bytes)});
+    else
+        take_(asText(part.bytes));
+    stream_.add(part);
+}
+
+void writePngFile(const VImage& image, const WriteRequest& request)
+{
+    const bool isDeep = image.format() == VIPS_FORMAT_USHORT;
+    const std::size_t pixelBytes = static_cast<std::size_t>(image.bands()) * (isDeep ? 2 : 1);
+    const std::size_t rowBytes = static_cast<std::size_t>(image.width()) * pixelBytes;
+    if (rowBytes > mostRowBytes)
+        throw notSaved("PNG");
+
+    NewFile file{request.file};
+    file.write(pngSignature);
+    file.write(pngChunk("IHDR", headerData(image)));
+    if (hasProfile(image))
+        file.write(pngChunk("iCCP", profileData(profileOf(image))));
+    file.write(pngChunk("pHYs", resolutionData(image)));
+    PngPixels pixels{rowBytes, pixelBytes, request.processors,
+                     [&file](std::string_view piece) { file.write(pngChunk("IDAT", piece)); }};
+    pullRows(image, request.progress, 0, 1, [&](int, std::span<const std::byte> row) {
+        if (isDeep)
+            pixels.add(withHigherBytesFirst(row));
+        else
+            pixels.add(row);
+    });
+    pixels.finish();
+    file.write(pngChunk("IEND", {}));
+    file.finish();
+}
+
+} // namespace nivex::image
