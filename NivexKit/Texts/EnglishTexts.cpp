@@ -971,6 +971,8 @@ constexpr StringTable::Row rows[] = {
      "the file produced is not a regular file"},
     {"le fichier produit serait trop volumineux",
      "the file produced would be too large"},
+    {"le fichier écrit ne peut pas être relu",
+     "the file written cannot be read back"},
     {"le format {} n'est pas une image",
      "the format {} is not a picture"},
     {"le même fichier produit est annoncé deux fois",

@@ -92,7 +92,9 @@ void verify(const std::filesystem::path& output, Counter count, std::size_t writ
             const Subtitles::Pulse& pulse)
 {
     const auto file = FileSource::open(output);
-    const std::size_t readBack = file && readWhole(*file, memory) ? count(memory, pulse) : 0;
+    if (!file || !readWhole(*file, memory))
+        throw ConversionError::outputVerificationFailed("le fichier écrit ne peut pas être relu"_fr);
+    const std::size_t readBack = count(memory, pulse);
     if (readBack != written)
         throw ConversionError::outputVerificationFailed(
             filled("{} sous-titres relus au lieu de {}"_fr, {std::to_string(readBack), std::to_string(written)}));

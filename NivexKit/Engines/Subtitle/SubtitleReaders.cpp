@@ -47,6 +47,8 @@ public:
     std::size_t position() const { return position_; }
     double fraction() const { return static_cast<double>(position_) / static_cast<double>(text_.size()); }
 
+    void moveTo(std::size_t position) { position_ = position; }
+
     /// The next line, without its line feed.
     std::string_view next()
     {
@@ -61,9 +63,12 @@ private:
     std::size_t position_ = 0;
 };
 
+/// Where a block goes on behind a line of spaces or tabs that ends just before `position`; none when it ends there.
+using Continuation = std::optional<std::size_t> (*)(std::string_view text, std::size_t position);
+
 /// Calls `visit(block)` for each block of a text with normalised line endings, and the pulse now and then.
 template <class Visitor>
-void forEachBlock(std::string_view text, const Pulse& pulse, Visitor visit)
+void forEachBlock(std::string_view text, const Pulse& pulse, Continuation continues, Visitor visit)
 {
     LineScanner lines{text};
     for (std::size_t count = 0; !lines.atEnd(); ++count) {
@@ -72,7 +77,13 @@ void forEachBlock(std::string_view text, const Pulse& pulse, Visitor visit)
         const std::size_t begin = lines.position();
         std::size_t end = begin;
         for (bool inBlock = true; inBlock && !lines.atEnd();) {
-            inBlock = !isBlank(lines.next());
+            const std::string_view line = lines.next();
+            inBlock = !isBlank(line);
+            if (!inBlock && !line.empty() && continues != nullptr && end > begin)
+                if (const auto next = continues(text, lines.position())) {
+                    lines.moveTo(*next);
+                    inBlock = true;
+                }
             if (inBlock)
                 end = std::min(lines.position(), text.size());
         }
@@ -81,36 +92,45 @@ void forEachBlock(std::string_view text, const Pulse& pulse, Visitor visit)
     }
 }
 
+/// What is particular to a format of blocks.
+struct BlockFormat {
+    bool (*skips)(std::string_view block);
+    Continuation continues;
+    std::string_view marks; // the characters that begin what is cleaned away
+    void (*appendClean)(std::string& shown, std::string_view text);
+};
+
+/// `text` without the blank lines that it begins with.
+std::string_view withoutBlankLines(std::string_view text)
+{
+    for (std::size_t end = text.find('\n'); end != none && isBlank(text.substr(0, end)); end = text.find('\n'))
+        text.remove_prefix(end + 1);
+    return text;
+}
+
 /// Calls `visit(timing, text)` for each cue of a format of blocks: in each block the first line with an arrow is the
 /// timing, what follows the text, still marked up and perhaps empty. The blocks for which `skip(block)` are no cues.
-template <class Skip, class Visitor>
-void forEachMarkedCue(std::string_view text, const Pulse& pulse, Skip skip, Visitor visit)
+template <class Visitor>
+void forEachMarkedCue(std::string_view text, const Pulse& pulse, const BlockFormat& format, Visitor visit)
 {
     const NormalizedText normalized{text};
-    forEachBlock(normalized.view(), pulse, [&](std::string_view block) {
+    forEachBlock(normalized.view(), pulse, format.continues, [&](std::string_view block) {
         LineScanner lines{block};
         std::string_view line;
         do
             line = lines.next();
         while (line.find(arrow) == none && !lines.atEnd());
-        if (lines.atEnd() || skip(block))
+        if (lines.atEnd() || format.skips(block))
             return;
         if (const auto timing = parseTiming(line))
-            visit(*timing, block.substr(lines.position()));
+            visit(*timing, withoutBlankLines(block.substr(lines.position())));
     });
 }
-
-/// What is particular to a format of blocks.
-struct BlockFormat {
-    bool (*skips)(std::string_view block);
-    std::string_view marks; // the characters that begin what is cleaned away
-    void (*appendClean)(std::string& shown, std::string_view text);
-};
 
 void readBlocks(const BlockFormat& format, std::string_view text, const CueSink& sink, const Pulse& pulse)
 {
     SubtitleCue cue; // one for all, so that its text keeps its memory where the sink does not take it
-    forEachMarkedCue(text, pulse, format.skips, [&](const auto& timing, std::string_view marked) {
+    forEachMarkedCue(text, pulse, format, [&](const auto& timing, std::string_view marked) {
         std::tie(cue.start, cue.end) = timing;
         cue.text.clear();
         format.appendClean(cue.text, marked);
@@ -125,7 +145,7 @@ std::size_t countBlocks(const BlockFormat& format, std::string_view text, const 
 {
     std::size_t count = 0;
     std::string shown;
-    forEachMarkedCue(text, pulse, format.skips, [&](const auto&, std::string_view marked) {
+    forEachMarkedCue(text, pulse, format, [&](const auto&, std::string_view marked) {
         std::string_view visible = trimmed(marked);
         if (!visible.empty() && format.marks.find(visible.front()) != none) {
             shown.clear();
@@ -283,8 +303,38 @@ void appendCleanVTT(std::string& shown, std::string_view text)
     shown.append(text.substr(written));
 }
 
-constexpr BlockFormat subRip{[](std::string_view) { return false; }, "<{", appendCleanSRT};
-constexpr BlockFormat webVTT{isVTTSection, "<&", appendCleanVTT};
+/// True for the counter of a SubRip cue.
+bool isCounter(std::string_view line)
+{
+    line = trimmed(line);
+    return !line.empty() && std::ranges::all_of(line, isAsciiDigit);
+}
+
+/// A line of spaces or tabs ends a block only where a cue, a section or the end follows: captions of video sites have
+/// such lines inside their cues.
+template <bool (*isSection)(std::string_view), bool (*isName)(std::string_view)>
+std::optional<std::size_t> continuation(std::string_view text, std::size_t position)
+{
+    LineScanner lines{text};
+    lines.moveTo(position);
+    std::string_view line;
+    do {
+        if (lines.atEnd())
+            return std::nullopt;
+        position = lines.position();
+        line = lines.next();
+        if (line.empty())
+            return std::nullopt;
+    } while (isBlank(line));
+    const bool isNamedCue = isName(line) && !lines.atEnd() && parseTiming(lines.next());
+    return isNamedCue || parseTiming(line) || isSection(line) ? std::nullopt : std::optional{position};
+}
+
+constexpr bool hasNoSections(std::string_view) { return false; }
+bool isAnyName(std::string_view) { return true; }
+
+constexpr BlockFormat subRip{hasNoSections, continuation<hasNoSections, isCounter>, "<{", appendCleanSRT};
+constexpr BlockFormat webVTT{isVTTSection, continuation<isVTTSection, isAnyName>, "<&", appendCleanVTT};
 
 /// Where the fields that matter stand in a SubStation event. The default is what both generations of the format use.
 struct EventFields {
@@ -346,7 +396,7 @@ std::string cleanSubStation(std::string_view text)
     return std::string{trimmed(shown)};
 }
 
-/// The cue of a "Dialogue:" line's fields; none when it has too few, invalid clocks or shows nothing.
+/// The cue of a "Dialogue:" line's fields, perhaps without text; none when it has too few or invalid clocks.
 std::optional<SubtitleCue> eventCue(std::string_view event, const EventFields& fields)
 {
     std::string_view startClock;
@@ -370,8 +420,7 @@ std::optional<SubtitleCue> eventCue(std::string_view event, const EventFields& f
     const auto end = parseClock(trimmed(endClock));
     if (!start || !end)
         return std::nullopt;
-    SubtitleCue cue{*start, *end, cleanSubStation(text)};
-    return cue.text.empty() ? std::nullopt : std::optional{std::move(cue)};
+    return SubtitleCue{*start, *end, cleanSubStation(text)};
 }
 
 } // namespace
@@ -380,7 +429,7 @@ std::vector<std::string> blocks(std::string_view text)
 {
     std::vector<std::string> result;
     const NormalizedText normalized{text};
-    forEachBlock(normalized.view(), {}, [&](std::string_view block) { result.emplace_back(block); });
+    forEachBlock(normalized.view(), {}, nullptr, [&](std::string_view block) { result.emplace_back(block); });
     return result;
 }
 
@@ -415,7 +464,7 @@ void readSubStation(std::string_view text, const CueSink& sink, const Pulse& pul
         else if (constexpr std::string_view key = "format:"; startsIgnoringCase(line, key))
             fields = eventFields(line.substr(key.size()));
         else if (constexpr std::string_view dialogue = "dialogue:"; startsIgnoringCase(line, dialogue))
-            if (auto cue = eventCue(line.substr(dialogue.size()), fields))
+            if (auto cue = eventCue(line.substr(dialogue.size()), fields); cue && !cue->text.empty())
                 sink(*cue);
     }
 }

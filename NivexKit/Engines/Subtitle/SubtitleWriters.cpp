@@ -1,5 +1,6 @@
 #include "NivexKit/Engines/Subtitle/SubtitleText.hpp"
 #include "NivexKit/Engines/Subtitle/Subtitles.hpp"
+#include "NivexKit/Foundation/Text/Ascii.hpp"
 
 #include <array>
 
@@ -12,7 +13,31 @@ constexpr std::string_view vttHeader = "WEBVTT\n\n";
 /// Appends one line of a text in the spelling of its format.
 using LineWriter = void (*)(std::string& output, std::string_view line);
 
-void appendPlainLine(std::string& output, std::string_view line) { output += line; }
+/// Where a reader of SubRip would take a text for something else: a font tag, a position or the timing of a new cue.
+/// The format has no escapes.
+std::size_t mistakableAt(std::string_view line)
+{
+    if (const std::size_t at = line.find(arrow); at != std::string_view::npos && parseTiming(line))
+        return at + arrow.size() - 1;
+    for (std::size_t at = line.find_first_of("<{"); at != std::string_view::npos;
+         at = line.find_first_of("<{", at + 1)) {
+        const std::string_view rest = line.substr(at + 1);
+        if (startsIgnoringCase(rest, "font") || startsIgnoringCase(rest, "/font") || rest.starts_with("\\a"))
+            return at + 1;
+    }
+    return std::string_view::npos;
+}
+
+/// Puts a space without width where a reader must not see what it looks for.
+void appendSRTLine(std::string& output, std::string_view line)
+{
+    constexpr std::string_view separator = "\u200B";
+    for (std::size_t at = mistakableAt(line); at != std::string_view::npos; at = mistakableAt(line)) {
+        output.append(line.substr(0, at)).append(separator);
+        line.remove_prefix(at);
+    }
+    output += line;
+}
 
 /// By byte: true for the few that the writer of WebVTT has to look at.
 constexpr auto mayNeedEscape = [] {
@@ -109,7 +134,7 @@ void appendSRT(std::string& file, std::size_t index, const SubtitleCue& cue)
         file += '\n';
     file.append(std::to_string(index + 1)).append("\n");
     appendTiming(file, cue, ',');
-    appendText(file, cue.text, appendPlainLine);
+    appendText(file, cue.text, appendSRTLine);
     file += '\n';
 }
 

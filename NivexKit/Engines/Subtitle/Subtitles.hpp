@@ -26,7 +26,8 @@ std::vector<std::string> blocks(std::string_view text);
 /// Takes one cue after the other. It may move from the cue; it may throw to stop the reading.
 using CueSink = std::function<void(SubtitleCue&)>;
 
-/// Hands out the cues of a text in its order. A cue that shows nothing is left out.
+/// Hands out the cues of a text in its order. A cue that shows nothing is left out. A line of spaces or tabs inside a
+/// cue belongs to its text unless a cue, a section or the end follows.
 void readSRT(std::string_view text, const CueSink& sink, const Pulse& pulse = {});
 void readVTT(std::string_view text, const CueSink& sink, const Pulse& pulse = {});
 /// Reads both generations of SubStation scripts ("ass" and "ssa").

@@ -101,6 +101,10 @@ TEST(Subtitles, ReadsSubRip)
         {"cues that show nothing",
          "1\n00:00:01,000 --> 00:00:02,000\n\n2\n00:00:03,000 --> 00:00:04,000\n{\\an8} \n",
          {}},
+        {"lines of spaces inside a text, before a cue and at the end",
+         "1\n00:00:01,000 --> 00:00:02,000\n \nUn\n\t\ndeux\n \n \n2\n00:00:03,000 --> 00:00:04,000\nTrois\n \n",
+         {{1000, 2000, "Un\n\t\ndeux"}, {3000, 4000, "Trois"}}},
+        {"an empty line ends it all the same", "00:00:01,000 --> 00:00:02,000\nUn\n \n\ndeux\n", {{1000, 2000, "Un"}}},
         {"neither order nor backward times are corrected",
          "00:00:09,000 --> 00:00:08,000\nB\n\n00:00:01,000 --> 00:00:02,000\nA\n",
          {{9000, 8000, "B"}, {1000, 2000, "A"}}},
@@ -119,6 +123,11 @@ TEST(Subtitles, ReadsWebVTT)
          "intro\n00:01.000 --> 00:02.000 line:0\nUn\n",
          {{1000, 2000, "Un"}}},
         {"an identifier that begins like a section", "NOTES 1\n00:01.000 --> 00:02.000\nUn\n", {{1000, 2000, "Un"}}},
+        {"a line of a space, as automatic captions have, and one before a section and a named cue",
+         "00:01.000 --> 00:02.000\n \nUn<00:01.500><c> deux</c>\n \nNOTE x\n\n00:03.000 --> 00:04.000\nTrois\n "
+         "\nintro\n"
+         "00:05.000 --> 00:06.000\nQuatre\n",
+         {{1000, 2000, "Un deux"}, {3000, 4000, "Trois"}, {5000, 6000, "Quatre"}}},
         {"voices, classes and times go",
          "00:01.000 --> 00:02.000\n<v Élise><i>Oui</i> <c.red>non</c> <00:01.500>là",
          {{1000, 2000, "<i>Oui</i> non là"}}},
@@ -191,6 +200,9 @@ TEST(Subtitles, TextsSurviveTheRoundTrip)
         EXPECT_EQ(parseVTT(writeVTT(cues)), cues);
         EXPECT_EQ(parseSRT(writeSRT(cues)), cues);
     }
+    // What SubRip takes for a tag, a position or a new cue is shown, with a space of no width in it.
+    EXPECT_EQ(parseSRT(writeSRT(Cues{{1, 2, "<font>{\\an8}\n00:00:03,000 --> 00:00:04,000 x"}})),
+              (Cues{{1, 2, "<\u200Bfont>{\u200B\\an8}\n00:00:03,000 --\u200B> 00:00:04,000 x"}}));
     // A blank line would end the cue for every reader.
     const Cues blank{{1000, 2000, "a\n\n \nb"}};
     const Cues kept{{1000, 2000, "a\n\u00A0\n\u00A0\nb"}};
