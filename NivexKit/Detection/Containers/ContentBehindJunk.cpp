@@ -1,7 +1,7 @@
 #include "NivexKit/Detection/Containers/ContentBehindJunk.hpp"
 
 #include "NivexKit/Archive/ZipArchive.hpp"
-#include "NivexKit/Detection/Signatures/SignatureSniffer.hpp"
+#include "NivexKit/Detection/Signatures/BinaryShapes.hpp"
 #include "NivexKit/Foundation/ConversionError.hpp"
 
 #include <algorithm>
@@ -9,21 +9,19 @@
 namespace nivex {
 namespace {
 
-/// A sound stream behind the silence that recorders and splitters leave: players look for the first frame.
-std::optional<SniffResult> soundBehindZeros(const ByteSource& source)
+/// A sound stream behind the silence, the titles or the drawing that recorders and people put in front: players look
+/// for the first frames.
+std::optional<SniffResult> soundBehindAnything(const ByteSource& source)
 {
-    constexpr std::size_t mostZeros = 64 << 10;
-    constexpr std::size_t headLength = 4'096;
-    const auto bytes = source.read(0, mostZeros + headLength);
-    const auto isNoZero = [](std::byte each) { return each != std::byte{0}; };
-    const auto begin = std::find_if(bytes.begin(), bytes.end(), isNoZero);
-    if (begin == bytes.begin() || begin == bytes.end())
-        return std::nullopt;
-    SniffResult sound = SignatureSniffer::sniff(std::span{begin, bytes.end()}.first(
-        std::min<std::size_t>(headLength, static_cast<std::size_t>(bytes.end() - begin))));
-    const bool isStream =
-        !sound.isUnknown() && (sound.candidates.front() == "mp3" || sound.candidates.front() == "aac");
-    return isStream ? std::optional{std::move(sound)} : std::nullopt;
+    constexpr std::size_t mostJunk = 64 << 10;
+    constexpr std::size_t longestFrames = 8 << 10;
+    constexpr int enough = 5; // no other file of that length has so many by chance
+    const auto bytes = source.read(0, mostJunk + longestFrames);
+    const std::span searched{bytes};
+    for (auto lead = bytes.begin(); (lead = std::find(lead, bytes.end(), std::byte{0xFF})) != bytes.end(); ++lead)
+        if (shapes::hasMpegAudioFrames(searched.subspan(static_cast<std::size_t>(lead - bytes.begin())), enough))
+            return SniffResult{.candidates = {"mp3"}, .container = {}};
+    return std::nullopt;
 }
 
 std::optional<SniffResult> archiveBehindAnything(const ByteSource& source)
@@ -41,7 +39,7 @@ std::optional<SniffResult> archiveBehindAnything(const ByteSource& source)
 
 std::optional<SniffResult> contentBehindJunk(const ByteSource& source)
 {
-    auto sound = soundBehindZeros(source);
+    auto sound = soundBehindAnything(source);
     return sound ? sound : archiveBehindAnything(source);
 }
 

@@ -145,6 +145,17 @@ bool isMpegAudioFrame(Bytes head)
     return mpegAudioFrameLength(head, length) != 0 && (at(head, 1) & 0xFE) == (at(head, length + 1) & 0xFE);
 }
 
+bool hasMpegAudioFrames(Bytes stream, int count)
+{
+    for (std::size_t position = 0; count > 0; --count) {
+        const std::size_t length = mpegAudioFrameLength(stream, position);
+        if (length == 0)
+            return false;
+        position += length;
+    }
+    return true;
+}
+
 bool isTransportStream(Bytes head)
 {
     return hasPackets(head, 188, 0) || hasPackets(head, 204, 0); // with 16 bytes of error correction each

@@ -16,6 +16,9 @@ bool isAdtsFrame(Bytes head);
 /// A frame header of MPEG audio, layer II or III, and, where the head reaches it, a second frame of its kind.
 bool isMpegAudioFrame(Bytes head);
 
+/// `count` such frames one behind the other.
+bool hasMpegAudioFrames(Bytes stream, int count);
+
 /// Sync bytes at every packet of 188 bytes, and of 192 bytes with a timestamp before each.
 bool isTransportStream(Bytes head);
 bool isTimestampedTransportStream(Bytes head);

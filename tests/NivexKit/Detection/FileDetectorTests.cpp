@@ -61,7 +61,7 @@ TEST(FileDetector, WeighsTheContentAgainstTheName)
     const std::string txtMismatch = "L'extension indique TXT, mais le contenu est d'un autre format.\n";
     const std::string cue = "1\n00:00:01,000 --> 00:00:02,000\nBonjour\n";
     const std::string frame = "\xFF\xFB\x90\x64"s + std::string(413, 'x');
-    const std::string frames = frame + frame;
+    const std::string frames = frame + frame + frame + frame;
     ZipArchive::Writer writer;
     writer.add("a.txt", testing::textBytes("x"), false);
     const std::string archive{testing::characters(writer.finish())};
@@ -80,7 +80,9 @@ TEST(FileDetector, WeighsTheContentAgainstTheName)
         {"noise.png", noise, "png", Confidence::extensionOnly, invalid("PNG")},
         {"noise.txt", noise, "txt", Confidence::extensionOnly, invalid("TXT")},
         {"noise", noise, "", Confidence::unknown, ""},
-        {"silence.mp3", std::string(300, '\0') + frames, "mp3", Confidence::contentCompatible, ""},
+        {"silence.mp3", std::string(300, '\0') + frames + frame, "mp3", Confidence::contentCompatible, ""},
+        {"drawing.mp3", noise + frames + frame, "mp3", Confidence::contentCompatible, ""},
+        {"chance.mp3", noise + frames, "mp3", Confidence::extensionOnly, invalid("MP3")},
         {"zeros.mp3", std::string(3'000, '\0'), "mp3", Confidence::extensionOnly, invalid("MP3")},
         {"stub.zip", "\x01\x02stub" + archive, "zip", Confidence::contentCompatible, ""},
         {"notes.zip", "some notes" + archive, "zip", Confidence::contentCompatible, ""},
