@@ -4,6 +4,7 @@
 #include "NivexKit/Contract/EngineCapability.hpp"
 #include "NivexKit/Contract/EngineID.hpp"
 #include "NivexKit/Contract/EngineRequest.hpp"
+#include "NivexKit/Contract/ExpectedOutputs.hpp"
 #include "NivexKit/Formats/SourceProperties.hpp"
 #include "NivexKit/Foundation/Running/CancellationFlag.hpp"
 
@@ -37,6 +38,9 @@ public:
 
     /// A time limit of the engine's own; none leaves it to the runner.
     virtual std::optional<std::chrono::seconds> timeout(const EngineRequest&) const { return std::nullopt; }
+
+    /// What `convert` may hand back for a request; more is refused.
+    virtual ExpectedOutputs expectedOutputs(const EngineRequest&) const { return {}; }
 
     /// Converts one file, blocking. Returns what it wrote, at least one file, all below the working directory.
     /// Throws ConversionError; `cancelled` soon after the flag is set where the edge supports cancellation.

@@ -2,8 +2,11 @@
 
 #include "NivexKit/Contract/ConversionOptions.hpp"
 #include "NivexKit/Formats/FileFormat.hpp"
+#include "NivexKit/Formats/SourceProperties.hpp"
 #include "NivexKit/Foundation/ResourceLimits.hpp"
 
+#include <algorithm>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <optional>
@@ -20,11 +23,20 @@ struct EngineRequest {
     std::filesystem::path workingDirectory; // private to the step; the engine writes only there
     std::string baseName;                   // stem that the outputs carry
     ResourceLimits limits;
+    SourceProperties properties; // of the input, as far as they were measured; no engine need measure again
 
     /// Where the single output of a step goes: the base name with the target's preferred extension.
     std::filesystem::path outputLocation() const
     {
         return workingDirectory / (baseName + "." + targetFormat.preferredExtension());
+    }
+
+    /// Where one of several outputs goes: "name-07.png" for the 7th of 24, so that names sort as pages do.
+    std::filesystem::path outputLocation(std::int64_t number, std::int64_t count) const
+    {
+        std::string digits = std::to_string(number);
+        digits.insert(0, std::to_string(count).size() - std::min(std::to_string(count).size(), digits.size()), '0');
+        return workingDirectory / (baseName + "-" + digits + "." + targetFormat.preferredExtension());
     }
 };
 

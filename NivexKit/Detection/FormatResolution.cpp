@@ -152,4 +152,16 @@ FormatResolution resolve(const FileFormat* declared, std::span<const FileFormat*
             .issues = {DetectionIssue::extensionMismatch(declared->name)}};
 }
 
+bool mayBe(const FormatID& format, const SniffResult& content, const FormatRegistry& registry)
+{
+    const FileFormat* declared = registry.format(format);
+    if (!declared)
+        return false;
+    if (content.isText && isFreeText(*declared))
+        return true;
+    const FileFormat* const onlyFormat[] = {declared};
+    const FormatResolution resolution = resolve(declared, onlyFormat, content, registry);
+    return resolution.format == declared && resolution.issues.empty();
+}
+
 } // namespace nivex

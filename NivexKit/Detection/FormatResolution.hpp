@@ -26,4 +26,8 @@ struct FormatResolution {
 FormatResolution resolve(const FileFormat* declared, std::span<const FileFormat* const> extensionFormats,
                          const SniffResult& content, const FormatRegistry& registry);
 
+/// True when content like this may be that of a file of the format: it shows the format, or the format shows nothing
+/// of its own and the content nothing else. False for formats that the registry does not know.
+bool mayBe(const FormatID& format, const SniffResult& content, const FormatRegistry& registry);
+
 } // namespace nivex

@@ -6,6 +6,7 @@
 #include "NivexKit/Execution/ConversionTask.hpp"
 #include "NivexKit/Execution/Placing/LeftoverSweep.hpp"
 #include "NivexKit/Execution/Placing/NameNumbers.hpp"
+#include "NivexKit/Execution/StepRun.hpp"
 #include "NivexKit/Formats/FormatRegistry.hpp"
 #include "NivexKit/Foundation/ResourceLimits.hpp"
 
@@ -13,7 +14,7 @@
 #include <filesystem>
 #include <memory>
 #include <stop_token>
-#include <unordered_map>
+#include <vector>
 
 namespace nivex {
 
@@ -21,7 +22,7 @@ namespace nivex {
 /// move into the destination. A plain value; several runs may go on at once. The registry must outlive it.
 class ConversionRunner {
 public:
-    using Engines = std::unordered_map<EngineID, std::shared_ptr<const ConversionEngine>>;
+    using Engines = StepRun::Engines;
 
     /// `shrinker` makes images that miss their target size smaller; without one they are only measured.
     ConversionRunner(const EngineList& engines, const FormatRegistry& registry, const ResourceLimits& limits,
@@ -42,6 +43,8 @@ public:
     static std::int64_t size(const std::filesystem::path& of);
 
 private:
+    std::vector<MadeFile> made(const StepRun& steps, const ConversionTask& task) const;
+
     Engines engines_;
     const FormatRegistry* registry_;
     ResourceLimits limits_;

@@ -94,7 +94,8 @@ std::vector<fs::path> WorkerPool::convert(const WorkerCall& call, const Progress
                                           const CancellationFlag& cancellation)
 {
     return checkedOutputs(call.request.workingDirectory,
-                          perform<WorkerOutputs>(WorkerTask::convert, call, progress, cancellation));
+                          perform<WorkerOutputs>(WorkerTask::convert, call, progress, cancellation),
+                          OutputKinds::filesAndFolders);
 }
 
 fs::path WorkerPool::render(const WorkerCall& call, const CancellationFlag& cancellation)

@@ -67,7 +67,8 @@ public:
     // incomplete, and a plain sentence for a child that died or broke the rules. The child has ended when they return
     // or throw, save for the `engineUnavailable` that says it has not; its program is then given no work until it has.
 
-    /// What the child wrote: at least one file, each regular, not empty and in the working directory.
+    /// What the child wrote: at least one file or folder in the working directory; the files are regular and not empty,
+    /// what is in the folders was not looked at.
     std::vector<std::filesystem::path> convert(const WorkerCall& call, const ProgressCallback& progress,
                                                const CancellationFlag& cancellation);
     /// Draws one page or picture of the input; the file, checked as those of `convert`.

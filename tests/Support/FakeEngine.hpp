@@ -43,6 +43,7 @@ public:
     // Set before the engine is handed on; engines are immutable from then.
     EngineAvailability state = EngineAvailability::available();
     std::optional<std::chrono::seconds> timeLimit;
+    ExpectedOutputs outputs;
     Losses losses;
     Work work;
 
@@ -50,6 +51,7 @@ public:
     std::string displayName() const override { return "Moteur " + id_.rawValue; }
     EngineAvailability availability() const override { return state; }
     std::span<const EngineCapability> capabilities() const override { return edges_; }
+    ExpectedOutputs expectedOutputs(const EngineRequest&) const override { return outputs; }
     std::optional<std::chrono::seconds> timeout(const EngineRequest&) const override { return timeLimit; }
 
     ConversionLoss expectedLosses(const FileFormat& source, const SourceProperties& properties,

@@ -110,10 +110,15 @@ fs::path OutputNaming::moveIntoPlace(const Place& file, const OpenFolder& folder
                                      NameNumbers* numbers)
 {
     const fs::path name = file.name;
-    const std::string baseName = sanitizedBaseName(name.stem().native());
-    const std::string extension = extensionOf(name);
+    return moveIntoPlace(file, folder, sanitizedBaseName(name.stem().native()), extensionOf(name), avoiding, numbers);
+}
+
+fs::path OutputNaming::moveIntoPlace(const Place& file, const OpenFolder& folder, std::string_view baseName,
+                                     std::string_view pathExtension, const AvoidedLocations& avoiding,
+                                     NameNumbers* numbers)
+{
     for (int attempt = 0; attempt < moveAttempts; ++attempt) {
-        fs::path location = uniqueURL(folder.location(), baseName, extension, avoiding, numbers);
+        fs::path location = uniqueURL(folder.location(), baseName, pathExtension, avoiding, numbers);
         if (moveExclusively(file, {folder, location.filename()}) == MoveResult::moved)
             return location;
     }

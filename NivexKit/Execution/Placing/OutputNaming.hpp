@@ -38,6 +38,10 @@ std::filesystem::path uniqueURL(const std::filesystem::path& folder, std::string
 /// Throws ConversionError::destinationUnavailable; the file is then where it was and nothing stands in the folder.
 std::filesystem::path moveIntoPlace(const Place& file, const OpenFolder& folder, const AvoidedLocations& avoiding,
                                     NameNumbers* numbers = nullptr);
+/// The same under a free name made from a base name and an extension.
+std::filesystem::path moveIntoPlace(const Place& file, const OpenFolder& folder, std::string_view baseName,
+                                    std::string_view pathExtension, const AvoidedLocations& avoiding,
+                                    NameNumbers* numbers = nullptr);
 
 } // namespace OutputNaming
 } // namespace nivex

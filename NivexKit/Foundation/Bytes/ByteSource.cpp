@@ -33,42 +33,26 @@ std::size_t MemorySource::read(std::uint64_t offset, std::span<std::byte> buffer
 std::optional<FileSource> FileSource::open(const std::filesystem::path& file)
 {
     // Without O_NONBLOCK, opening a named pipe waits for a writer that may never come.
-    const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor < 0)
-        return std::nullopt;
+    FileDescriptor descriptor{::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)};
+    return descriptor.isOpen() ? of(std::move(descriptor)) : std::nullopt;
+}
+
+std::optional<FileSource> FileSource::of(FileDescriptor file)
+{
     struct stat status {};
-    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
-        ::close(descriptor);
+    if (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
         errno = EINVAL;
         return std::nullopt;
     }
-    return FileSource{descriptor, static_cast<std::uint64_t>(status.st_size)};
-}
-
-FileSource::FileSource(FileSource&& other) noexcept
-    : descriptor_{std::exchange(other.descriptor_, -1)}, size_{other.size_}
-{
-}
-
-FileSource& FileSource::operator=(FileSource&& other) noexcept
-{
-    std::swap(descriptor_, other.descriptor_);
-    std::swap(size_, other.size_);
-    return *this;
-}
-
-FileSource::~FileSource()
-{
-    if (descriptor_ >= 0)
-        ::close(descriptor_);
+    return FileSource{std::move(file), static_cast<std::uint64_t>(status.st_size)};
 }
 
 std::size_t FileSource::read(std::uint64_t offset, std::span<std::byte> buffer) const
 {
     std::size_t filled = 0;
     while (filled < buffer.size()) {
-        const ssize_t count =
-            ::pread(descriptor_, buffer.data() + filled, buffer.size() - filled, static_cast<off_t>(offset + filled));
+        const ssize_t count = ::pread(descriptor_.get(), buffer.data() + filled, buffer.size() - filled,
+                                      static_cast<off_t>(offset + filled));
         if (count < 0 && errno == EINTR)
             continue;
         if (count <= 0)

@@ -1,10 +1,13 @@
 #pragma once
 
+#include "NivexKit/Foundation/Files/FileDescriptor.hpp"
+
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace nivex {
@@ -44,18 +47,17 @@ public:
     /// Opens a regular file for reading; none when that is impossible (`errno` tells why).
     static std::optional<FileSource> open(const std::filesystem::path& file);
 
-    FileSource(FileSource&& other) noexcept;
-    FileSource& operator=(FileSource&& other) noexcept;
-    ~FileSource() override;
+    /// A regular file that is open for reading; none for anything else.
+    static std::optional<FileSource> of(FileDescriptor file);
 
     std::uint64_t size() const override { return size_; }
     using ByteSource::read;
     std::size_t read(std::uint64_t offset, std::span<std::byte> buffer) const override;
 
 private:
-    FileSource(int descriptor, std::uint64_t size) : descriptor_{descriptor}, size_{size} {}
+    FileSource(FileDescriptor file, std::uint64_t size) : descriptor_{std::move(file)}, size_{size} {}
 
-    int descriptor_ = -1;
+    FileDescriptor descriptor_;
     std::uint64_t size_ = 0; // when it was opened
 };
 

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cmath>
 #include <stdexcept>
 #include <string>
 
@@ -62,47 +63,243 @@ TEST(ConversionRunner, HandsEachStepWhatThePreviousOneMade)
 {
     ConversionScene scene;
     std::vector<std::string> steps;
+    std::vector<std::optional<bool>> layers;
     scene.engine->work = [&](const EngineRequest& request, const ProgressCallback& progress, const CancellationFlag&) {
         progress(0.5);
         progress(std::nullopt);
+        progress(std::nan(""));
+        progress(2);
         steps.push_back(request.workingDirectory.filename().string() + " " + request.input.filename().string() + " " +
                         request.sourceFormat.id.rawValue + " " + request.targetFormat.id.rawValue);
+        layers.push_back(request.properties.hasLayers);
         return Files{written(request, request.baseName + "." + request.targetFormat.id.rawValue)};
     };
     std::vector<std::optional<double>> fractions;
     const auto note = [&](std::optional<double> fraction) { fractions.push_back(fraction); };
 
-    scene.run(scene.plan({"srt", "vtt", "txt"}), scene.input(), {}, note);
+    ConversionTask task{.plan = scene.plan({"srt", "vtt", "srt", "vtt", "txt"}), .input = scene.input()};
+    task.properties.hasLayers = true;
+    scene.runner().run(task, note, {});
 
-    EXPECT_EQ(steps, (std::vector<std::string>{"step-0 film.srt srt vtt", "step-1 film.vtt vtt txt"}));
-    EXPECT_EQ(fractions, (std::vector<std::optional<double>>{0.25, std::nullopt, 0.75, std::nullopt}));
+    EXPECT_EQ(steps, (std::vector<std::string>{"step-0 film.srt srt vtt", "step-1 film.vtt vtt srt",
+                                               "step-2 film.srt srt vtt", "step-3 film.vtt vtt txt"}));
+    const std::optional<double> none;
+    EXPECT_EQ(fractions, (std::vector<std::optional<double>>{0.125, none, none, 0.25, 0.375, none, none, 0.5, 0.625,
+                                                             none, none, 0.75, 0.875, none, none, 1}));
+    EXPECT_EQ(layers, (std::vector<std::optional<bool>>{true, false, false, false}))
+        << "what was measured does not travel, or not as the steps change it";
     EXPECT_TRUE(fs::exists(scene.folder / "film.txt"));
 }
 
 TEST(ConversionRunner, HandsOnAllTheFilesOfAStepAndPlacesFolders)
 {
     ConversionScene scene;
+    scene.engine->outputs = {.maxFiles = 2, .mayBeFolder = true};
     scene.engine->work = [](const EngineRequest& request, const ProgressCallback&, const CancellationFlag&) {
         if (request.targetFormat.id == "vtt")
-            return Files{written(request, "page 1.vtt"), written(request, "page 2.vtt")};
+            return Files{written(request, "film-1.vtt"), written(request, "film-2.vtt")};
         const fs::path folder = request.workingDirectory / (request.baseName + ".txt");
         fs::create_directories(folder / "inside");
         std::ofstream{folder / "inside" / "leaf"} << "1234";
         return Files{folder};
     };
     const ConversionOutcome outcome = scene.run(scene.plan({"srt", "vtt", "txt"}), scene.input());
-    EXPECT_EQ(outcome, (ConversionOutcome{.outputs = {scene.folder / "page 1.txt", scene.folder / "page 2.txt"},
+    EXPECT_EQ(outcome, (ConversionOutcome{.outputs = {scene.folder / "film-1.txt", scene.folder / "film-2.txt"},
                                           .totalBytes = 8}));
 }
 
-TEST(ConversionRunner, TwoOutputsOfOneRunNeverShareAName)
+/// Names written by an engine for a target, and those under which they are found beside what was there before.
+struct NamingCase {
+    const char* fault;
+    FormatID target;
+    std::vector<std::string> before;
+    std::vector<std::string> written;
+    std::vector<std::string> placed;
+};
+
+std::vector<std::string> numberedNames(const std::string& before, int count, const std::string& behind)
 {
-    ConversionScene scene;
-    scene.engine->work = [](const EngineRequest& request, const ProgressCallback&, const CancellationFlag&) {
-        return Files{written(request, "Page.vtt"), written(request, "page.vtt")};
+    std::vector<std::string> names;
+    for (int number = 1; number <= count; ++number)
+        names.push_back(before + std::to_string(number) + behind);
+    return names;
+}
+
+TEST(ConversionRunner, NamesWhatComesOut)
+{
+    const NamingCase cases[] = {
+        {"an engine chose another name", "vtt", {}, {"evil.desktop"}, {"film.vtt"}},
+        {"an extension of the format is not kept", "vtt", {}, {"film.VTT"}, {"film.VTT"}},
+        {"two share a name",
+         "vtt",
+         {},
+         {"film-a.vtt", "FILM-A.vtt", "film-A.vtt"},
+         {"film-a.vtt", "film.vtt", "film-A 2.vtt"}},
+        {"a set is numbered one by one",
+         "vtt",
+         {"film-2.vtt"},
+         {"film-1.vtt", "film-2.vtt"},
+         {"film 2-1.vtt", "film 2-2.vtt"}},
+        {"files that refer to each other are renamed",
+         "obj",
+         {"film.mtl"},
+         {"film.obj", "film.mtl"},
+         {"film/film.obj", "film/film.mtl"}},
+        {"their folder replaces another",
+         "obj",
+         {"film.obj", "film/x"},
+         {"film.obj", "film.mtl"},
+         {"film 2/film.obj", "film 2/film.mtl"}},
+        {"they are put in a folder without need", "obj", {}, {"film.obj", "film.mtl"}, {"film.obj", "film.mtl"}},
+        {"a set is thought too large",
+         "vtt",
+         {},
+         numberedNames("film-", 16, ".vtt"),
+         numberedNames("film-", 16, ".vtt")},
+        {"a large set stands loose",
+         "vtt",
+         {},
+         numberedNames("film-", 17, ".vtt"),
+         numberedNames("film/film-", 17, ".vtt")},
     };
-    EXPECT_EQ(scene.run(scene.plan({"srt", "vtt"}), scene.input()).outputs,
-              (Files{scene.folder / "Page.vtt", scene.folder / "page 2.vtt"}));
+    for (const NamingCase& each : cases) {
+        SCOPED_TRACE(each.fault);
+        ConversionScene scene;
+        for (const std::string& name : each.before)
+            scene.folder.write(name, "somebody's");
+        scene.engine->outputs = {.maxFiles = 17, .companionExtensions = {"mtl"}, .maxCompanions = 1};
+        scene.engine->work = [&](const EngineRequest& request, const ProgressCallback&, const CancellationFlag&) {
+            Files files;
+            for (const std::string& name : each.written)
+                files.push_back(written(request, name, "v 1 2 3"));
+            return files;
+        };
+        Files expected;
+        for (const std::string& name : each.placed)
+            expected.push_back(scene.folder / name);
+        EXPECT_EQ(scene.run(scene.plan({"srt", each.target}), scene.input()).outputs, expected);
+        for (const fs::path& file : expected)
+            EXPECT_EQ(testing::contentsOf(file), "v 1 2 3");
+        for (const std::string& name : each.before)
+            EXPECT_EQ(testing::contentsOf(scene.folder / name), "somebody's");
+    }
+}
+
+TEST(ConversionRunner, TakesOnlyWhatTheTargetIs)
+{
+    const std::string program = "son contenu est celui d'un programme";
+    const std::string elf = std::string{"\x7F"
+                                        "ELF\x02\x01\x01",
+                                        7} +
+                            std::string(60, '\0');
+    const std::string png = "\x89PNG\r\n\x1A\n" + std::string(30, 'x');
+    struct Case {
+        const char* fault;
+        FormatID target;
+        std::string content;
+        std::string detail; // empty where it is taken
+    };
+    const Case cases[] = {
+        {"a script for a picture", "webp", "#!/bin/sh\nrm -rf ~\n", program},
+        {"a script for a text", "txt", "#!/bin/sh\n", program},
+        {"a launcher for a text", "txt", "# a comment\n\n[Desktop Entry]\nExec=rm\n", program},
+        {"a program for a text", "srt", elf, program},
+        {"a program for a format that shows nothing", "obj", elf, program},
+        {"a text for a picture", "webp", "hello", "son contenu n'est pas celui d'un fichier WebP"},
+        {"another picture", "webp", png, "son contenu n'est pas celui d'un fichier WebP"},
+        {"a picture for a text", "txt", png, "son contenu n'est pas celui d'un fichier TXT"},
+        {"the picture itself", "png", png, {}},
+        {"a text that speaks of programs", "txt", "The first line is #!/bin/sh.", {}},
+        {"a text that looks like a page", "txt", "<!DOCTYPE html><html>", {}},
+        {"a format that content cannot tell", "obj", "v 1 2 3", {}},
+    };
+    for (const Case& each : cases) {
+        SCOPED_TRACE(each.fault);
+        ConversionScene scene;
+        scene.engine->work = [&](const EngineRequest& request, const ProgressCallback&, const CancellationFlag&) {
+            return Files{written(request, "film." + request.targetFormat.preferredExtension(), each.content)};
+        };
+        const ConversionError error = scene.failure(scene.plan({"srt", each.target}), scene.input());
+        EXPECT_EQ(error, each.detail.empty() ? ConversionError::unsupported("no error at all")
+                                             : ConversionError::outputVerificationFailed(each.detail));
+    }
+}
+
+TEST(ConversionRunner, BoundsWhatAnEngineHandsBack)
+{
+    const std::string tooMany = "plus de fichiers que cette source n'en peut donner";
+    const std::string tooLarge = "le dossier produit est trop grand ou trop profond";
+    const auto files = [](const EngineRequest& request, int count) {
+        Files made;
+        for (const std::string& name : numberedNames("film-", count, ".vtt"))
+            made.push_back(written(request, name));
+        return made;
+    };
+    const auto folder = [](const EngineRequest& request, int depth, const char* leaf) {
+        fs::path deepest = request.workingDirectory / "film";
+        for (int level = 1; level < depth; ++level)
+            deepest /= "d";
+        fs::create_directories(deepest);
+        std::ofstream{deepest / leaf} << "x";
+        return Files{request.workingDirectory / "film"};
+    };
+    struct Case {
+        const char* fault;
+        ExpectedOutputs expected;
+        std::function<Files(const EngineRequest&)> work;
+        std::string detail; // empty where it is taken
+    };
+    const SourceProperties threePages{.pageCount = 3};
+    const Case cases[] = {
+        {"a second file", {}, [&](auto& request) { return files(request, 2); }, tooMany},
+        {"as many as pages",
+         ExpectedOutputs::onePerPage(threePages, 9),
+         [&](auto& request) { return files(request, 3); },
+         {}},
+        {"more than pages", ExpectedOutputs::onePerPage(threePages, 9),
+         [&](auto& request) { return files(request, 4); }, tooMany},
+        {"pages nobody counted",
+         ExpectedOutputs::onePerPage({}, 9),
+         [&](auto& request) { return files(request, 9); },
+         {}},
+        {"too many that nobody counted", ExpectedOutputs::onePerPage({}, 9),
+         [&](auto& request) { return files(request, 10); }, tooMany},
+        {"a folder that nobody expects",
+         {},
+         [&](auto& request) { return folder(request, 1, "x"); },
+         "un dossier à la place d'un fichier"},
+        {"a deep folder", {.mayBeFolder = true}, [&](auto& request) { return folder(request, 16, "x"); }, {}},
+        {"a folder too deep", {.mayBeFolder = true}, [&](auto& request) { return folder(request, 17, "x"); }, tooLarge},
+        {"a launcher in a folder",
+         {.mayBeFolder = true},
+         [&](auto& request) { return folder(request, 2, "x.desktop"); },
+         "le dossier produit contient un programme"},
+        {"a file named twice",
+         {.maxFiles = 2},
+         [&](auto& request) {
+             return Files{written(request, "film.vtt"), request.workingDirectory / "." / "film.vtt"};
+         },
+         "le même fichier produit est annoncé deux fois"},
+        {"the lock of the workspace",
+         {},
+         [&](auto& request) { return Files{request.workingDirectory / ".." / "lock"}; },
+         "« lock » appartient à l'espace de travail"},
+        {"the folder of a step",
+         {.mayBeFolder = true},
+         [&](auto& request) { return Files{request.workingDirectory}; },
+         "« step-0 » appartient à l'espace de travail"},
+    };
+    for (const Case& each : cases) {
+        SCOPED_TRACE(each.fault);
+        ConversionScene scene;
+        scene.engine->outputs = each.expected;
+        scene.engine->work = [&](const EngineRequest& request, const ProgressCallback&, const CancellationFlag&) {
+            return each.work(request);
+        };
+        const ConversionError error = scene.failure(scene.plan({"srt", "vtt"}), scene.input());
+        EXPECT_EQ(error, each.detail.empty() ? ConversionError::unsupported("no error at all")
+                                             : ConversionError::outputVerificationFailed(each.detail));
+    }
 }
 
 TEST(ConversionRunner, RefusesBeforeAnythingIsMade)
@@ -214,7 +411,7 @@ TEST(ConversionRunner, TrustsNoOutput)
          unverified(outside)},
         {"a link out of the workspace", [&](Request request) { return linkTo(request, foreign); }, unverified(outside)},
         {"the workspace itself", [](Request request) { return Files{request.workingDirectory / ".."}; },
-         unverified(outside)},
+         unverified("« . » appartient à l'espace de travail")},
         {"a link inside", [&](Request request) { return linkTo(request, written(request, "made.vtt")); },
          unverified("ce n'est ni un fichier ni un dossier")},
         {"a link in a folder",
@@ -238,6 +435,7 @@ TEST(ConversionRunner, TrustsNoOutput)
          },
          unverified(outside)},
     };
+    scene.engine->outputs = {.maxFiles = 2, .mayBeFolder = true};
     for (const Case& each : cases) {
         SCOPED_TRACE(each.fault);
         scene.engine->work = [&](Request request, const ProgressCallback&, const CancellationFlag&) {
@@ -345,11 +543,13 @@ TEST(ConversionRunner, AbandonsAnEngineThatIsTooLateOrCancelled)
     EXPECT_EQ(namesIn(scene.folder.path()), std::vector<std::string>{"film.srt"}) << "the late work left something";
 }
 
+std::string jpegOf(std::size_t bytes) { return "\xFF\xD8\xFF" + std::string(bytes - 3, 'x'); }
+
 struct Halving : BudgetShrinker {
     Files shrinkToBudget(const Files& files, const EngineRequest& request, const CancellationFlag&) const override
     {
         EXPECT_EQ(request.workingDirectory.filename(), "final-image-budget");
-        return {written(request, files.front().filename(), std::string(500, 'x'))};
+        return {written(request, files.front().filename(), jpegOf(500))};
     }
 };
 
@@ -357,7 +557,7 @@ TEST(ConversionRunner, KeepsToTheTargetSize)
 {
     ConversionScene scene;
     scene.engine->work = [](const EngineRequest& request, const ProgressCallback&, const CancellationFlag&) {
-        return Files{written(request, "picture.jpg", std::string(1000, 'x'))};
+        return Files{written(request, "picture.jpg", jpegOf(1000))};
     };
     const ConversionPlan plan = scene.plan({"png", "jpeg"});
     ConversionOptions options;

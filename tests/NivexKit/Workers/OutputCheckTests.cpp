@@ -26,6 +26,8 @@ TEST(OutputCheck, TakesFilesOfTheWorkingDirectoryOnly)
 
     EXPECT_EQ(checkedOutputs(work, {{"sub/good", "good"}}), (std::vector{work / "sub/good", work / "good"}));
 
+    EXPECT_EQ(checkedOutputs(work, {{"sub"}}, OutputKinds::filesAndFolders), std::vector{work / "sub"});
+
     const std::string elsewhere = "fichier produit hors de l'espace de travail";
     const std::string irregular = "le fichier produit n'est pas un fichier ordinaire";
     const struct {

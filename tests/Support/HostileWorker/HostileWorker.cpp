@@ -135,6 +135,39 @@ const std::map<std::string, Misdeed> misdeeds = {
 };
 // clang-format on
 
+fs::path writtenAs(const EngineRequest& request, const std::string& name, std::string_view contents)
+{
+    std::ofstream{request.workingDirectory / name} << contents;
+    return request.workingDirectory / name;
+}
+
+std::vector<fs::path> writeThousandFiles(const EngineRequest& request)
+{
+    std::vector<fs::path> files;
+    for (int number = 1; number <= 1'000; ++number)
+        files.push_back(writtenAs(request, std::to_string(number) + ".png", "\x89PNG\r\n\x1A\n"));
+    return files;
+}
+
+std::vector<fs::path> writeLauncher(const EngineRequest& request)
+{
+    return {writtenAs(request, "evil.desktop", "[Desktop Entry]\nType=Application\nExec=sh\n")};
+}
+
+std::vector<fs::path> writeScript(const EngineRequest& request)
+{
+    return {writtenAs(request, "photo.webp", "#!/bin/sh\n")};
+}
+
+using Forgery = std::vector<fs::path> (*)(const EngineRequest&);
+
+/// Results that are not what was asked for.
+const std::map<std::string, Forgery> forgeries = {
+    {"hand back launcher", writeLauncher},
+    {"hand back script", writeScript},
+    {"hand back many", writeThousandFiles},
+};
+
 std::vector<fs::path> convert(const EngineID& engine, const EngineRequest& request, const ProgressCallback& progress)
 {
     const fs::path output = request.workingDirectory / "output";
@@ -144,6 +177,8 @@ std::vector<fs::path> convert(const EngineID& engine, const EngineRequest& reque
             return {output};
         }
     }
+    if (const auto forgery = forgeries.find(engine.rawValue); forgery != forgeries.end())
+        return forgery->second(request);
     if (const auto misdeed = misdeeds.find(engine.rawValue); misdeed != misdeeds.end())
         misdeed->second(request, progress);
     progress(1.0);
