@@ -177,7 +177,6 @@ void addRun(CLI::App& command, RunArguments& run)
     });
     addFlag(command, "--json", run.json, "Un objet JSON par fichier terminé"_fr);
     addFlag(command, "--quiet", run.quiet, "N'affiche ni progression ni bilan"_fr);
-    addFlag(command, "--verbose", run.verbose, "Ajoute aux échecs leur cause technique"_fr);
     addFlag(command, "--dry-run", run.dryRun, "Montre ce qui serait fait, sans rien écrire"_fr);
     addOverrides(command, run.overrides);
 }

@@ -43,7 +43,6 @@ struct RunArguments {
     std::optional<int> jobs;
     bool json = false;
     bool quiet = false;
-    bool verbose = false;
     bool dryRun = false;
     bool skipExisting = false;
     bool keepDates = false;

@@ -67,8 +67,6 @@ constexpr StringTable::Row rows[] = {
      "Shows the version"},
     {"Affinity Designer",
      "Affinity Designer"},
-    {"Ajoute aux échecs leur cause technique",
-     "Adds the technical cause to failures"},
     {"Ajoutez un bloc de conversion.",
      "Add a conversion block."},
     {"Alembic (cache 3D)",
