@@ -17,8 +17,10 @@ namespace {
 
 using Bytes = std::span<const std::byte>;
 
-constexpr int thoroughLevel = 6;     // of libdeflate: as small as zlib at its 6, in less than half the time
-constexpr std::size_t repeating = 3; // a sample that shrinks to a third is worth the effort
+constexpr int thoroughLevel = 6; // of libdeflate: as small as zlib at its 6, in less than half the time
+/// How much smaller a sample must become for what it is of to be worth the effort.
+constexpr std::size_t repeatingSamples = 3;
+constexpr std::size_t repeatingDifferences = 8;
 
 void require(bool condition)
 {
@@ -57,7 +59,7 @@ std::vector<std::byte> quicklyDeflated(Bytes pixels, std::uint32_t level, std::u
 }
 
 /// Judged by some places all over them.
-bool isRepeating(Bytes pixels)
+bool isRepeating(Bytes pixels, StripContents contents)
 {
     constexpr std::size_t places = 8;
     constexpr std::size_t bytesOfPlace = 8 * 1024;
@@ -67,7 +69,8 @@ bool isRepeating(Bytes pixels)
         const std::size_t count = std::min(bytesOfPlace, pixels.size() / places);
         sample.insert(sample.end(), part.begin(), part.begin() + static_cast<std::ptrdiff_t>(count));
     }
-    return deflatedSize(sample) * repeating < sample.size();
+    const std::size_t times = contents == StripContents::samples ? repeatingSamples : repeatingDifferences;
+    return deflatedSize(sample) * times < sample.size();
 }
 
 struct CompressorRelease {
@@ -144,10 +147,10 @@ std::vector<std::byte> thoroughlyDeflated(Bytes pixels)
 
 std::size_t deflatedSize(Bytes sample) { return quicklyDeflated(sample, 1, ISAL_DEF_LVL1_DEFAULT).size(); }
 
-DeflatedPart deflatedPart(Bytes pixels)
+DeflatedPart deflatedPart(Bytes pixels, StripContents contents)
 {
-    return {.bytes =
-                isRepeating(pixels) ? thoroughlyDeflated(pixels) : quicklyDeflated(pixels, 3, ISAL_DEF_LVL3_DEFAULT),
+    return {.bytes = isRepeating(pixels, contents) ? thoroughlyDeflated(pixels)
+                                                   : quicklyDeflated(pixels, 3, ISAL_DEF_LVL3_DEFAULT),
             .checksum = libdeflate_adler32(1, pixels.data(), pixels.size()),
             .pixelsBytes = pixels.size()};
 }
@@ -166,9 +169,9 @@ std::string ZlibStream::end() const
     return std::string{end.view()};
 }
 
-std::string zlibStream(Bytes pixels)
+std::string zlibStream(Bytes pixels, StripContents contents)
 {
-    const DeflatedPart part = deflatedPart(pixels);
+    const DeflatedPart part = deflatedPart(pixels, contents);
     ZlibStream stream;
     stream.add(part);
     ByteWriter whole{ByteOrder::big};

@@ -21,9 +21,13 @@ struct DeflatedPart {
     std::size_t pixelsBytes; // before they were compressed
 };
 
+/// What a strip consists of: differences of neighbours are small numbers in smooth photographs too, which repeat
+/// nothing.
+enum class StripContents { samples, differences };
+
 /// Pixels of photographs, which no effort makes much smaller, are compressed quickly; those that repeat, as in drawings
 /// and pages of text, thoroughly. Any thread. Throws ConversionError::encodingFailed without memory.
-DeflatedPart deflatedPart(std::span<const std::byte> pixels);
+DeflatedPart deflatedPart(std::span<const std::byte> pixels, StripContents contents = StripContents::samples);
 
 /// What makes parts a stream of zlib (RFC 1950).
 class ZlibStream {
@@ -42,6 +46,6 @@ private:
 };
 
 /// Such a stream of a single part.
-std::string zlibStream(std::span<const std::byte> pixels);
+std::string zlibStream(std::span<const std::byte> pixels, StripContents contents = StripContents::samples);
 
 } // namespace nivex::image

@@ -51,11 +51,12 @@ std::vector<std::byte> sampleOf(const PngRows& strip, std::vector<std::byte> (*f
 
 /// Photographs are smaller as differences, drawings and pages of text as they are; a sample tells. It knows little of
 /// repetitions, which differences hide, so these must win clearly.
-std::vector<std::byte> rowsToCompress(const PngRows& strip)
+DeflatedPart compressed(const PngRows& strip)
 {
     const std::size_t differences = deflatedSize(sampleOf(strip, filtered));
     const std::size_t samples = deflatedSize(sampleOf(strip, unfiltered));
-    return differences < samples - samples / 8 ? filtered(strip) : unfiltered(strip);
+    return differences < samples - samples / 8 ? deflatedPart(filtered(strip), StripContents::differences)
+                                               : deflatedPart(unfiltered(strip));
 }
 
 std::string headerData(const VImage& image)
@@ -124,7 +125,7 @@ void PngPixels::compressStrip()
     std::vector<std::byte> last{strip_.end() - static_cast<std::ptrdiff_t>(rowBytes_), strip_.end()};
     compression_.add([above = std::exchange(above_, std::move(last)), rows = std::exchange(strip_, {}),
                       rowBytes = rowBytes_, pixelBytes = pixelBytes_] {
-        return deflatedPart(rowsToCompress({above, rows, rowBytes, pixelBytes}));
+        return compressed({above, rows, rowBytes, pixelBytes});
     });
     strip_.reserve(stripBytes + rowBytes_);
 }

@@ -64,7 +64,7 @@ std::string compressedStrip(Bytes strip, const Layout& layout)
                                                                 : subtractLeft<std::uint8_t>;
     for (std::size_t at = 0; at < strip.size(); at += layout.rowBytes)
         subtract(strip.data() + at, layout);
-    return zlibStream(strip);
+    return zlibStream(strip, StripContents::differences);
 }
 
 void require(bool done)
