@@ -27,6 +27,7 @@ constexpr NameRow names[] = {
     {"ISO-8859-1",        "windows-1252"},
     {"ISO-8859-9",        "windows-1254"},
     {"ISO-8859-11",       "windows-874"},
+    {"ISO-8859-16",       "windows-1250"}, // ICU does not know the former; the letters of Romanian stand alike
     {"TIS-620",           "windows-874"},
     {"EUC-KR",            "windows-949"},
     {"UHC",               "windows-949"},

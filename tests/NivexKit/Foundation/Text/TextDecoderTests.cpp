@@ -37,6 +37,8 @@ const Sample samples[] = {
     {"Zażółć gęślą jaźń. Książka leży na stole, a dzień jest piękny. Wszyscy są już w domu.\n",
      {"ISO-8859-2", "windows-1250"}},
     {"Příliš žluťoučký kůň úpěl ďábelské ódy. Děkuji vám za všechno, řekl muž.\n", {"ISO-8859-2", "windows-1250"}},
+    {"Bună seara, ce mai faceţi? Aş vrea să ştiu unde este casa dumneavoastră. Îmi pare rău, n-am înţeles.\n",
+     {"windows-1250"}},
     {"Здравствуйте, меня зовут Иван. Сегодня хорошая погода, и мы пойдём гулять в парк.\n",
      {"KOI8-R", "windows-1251", "ISO-8859-5", "IBM866"}},
     {"Καλημέρα σας, πώς είστε σήμερα; Το σπίτι είναι κοντά στη θάλασσα.\n", {"ISO-8859-7", "windows-1253"}},
