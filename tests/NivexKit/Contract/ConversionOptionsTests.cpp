@@ -7,7 +7,7 @@ TEST(ConversionOptions, defaultsAreWrittenWithoutTheAbsentMembers)
 {
     EXPECT_EQ(writeJson(toJson(ConversionOptions{})),
               R"({"quality":0.85,"metadata":"keep","colorProfile":"preserve","flattenBackground":"white",)"
-              R"("renderDPI":150,"pageBackground":"white","removeBackground":false,"videoQuality":"original",)"
+              R"("renderDPI":150.0,"pageBackground":"white","removeBackground":false,"videoQuality":"original",)"
               R"("videoCodec":"h264","audioBitRate":256000})");
 }
 
