@@ -5,9 +5,9 @@
 #include "NivexWorkers/Image/Pixels/Components.hpp"
 
 #include "NivexKit/Engines/Image/PictureFormats.hpp"
-#include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 #include "NivexKit/Foundation/Bytes/ByteSource.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
+#include "NivexKit/Structures/TiffStructure.hpp"
 
 #include <tiffio.h>
 
@@ -25,38 +25,24 @@ using vips::VImage;
 /// No scanner or office program writes more, and each page costs an open file.
 constexpr std::size_t mostPages = 2'000;
 
-/// Whether the current directory itself calls its picture one of a palette.
-bool saysPalette(const ByteSource& file, TIFF* tiff)
+bool isWithin(const ByteSource& file, const TiffField& field)
 {
-    const bool isBig = TIFFIsBigTIFF(tiff) != 0;
-    const ByteOrder order = TIFFIsBigEndian(tiff) ? ByteOrder::big : ByteOrder::little;
-    const std::uint64_t begin = TIFFCurrentDirOffset(tiff);
-    const std::size_t countSize = isBig ? 8 : 2;
-    const std::size_t entrySize = isBig ? 20 : 12;
-    constexpr std::uint64_t mostEntries = 4'096;
-
-    const std::vector<std::byte> head = file.read(begin, countSize);
-    ByteReader number{head, order};
-    const std::uint64_t count = std::min(isBig ? number.u64() : number.u16(), mostEntries);
-    const std::vector<std::byte> entries = file.read(begin + countSize, count * entrySize);
-    ByteReader entry{entries, order};
-    while (entry.left() >= entrySize) {
-        const std::uint16_t tag = entry.u16();
-        entry.skip(isBig ? 10 : 6); // type and count
-        const std::uint16_t value = entry.u16();
-        entry.skip(isBig ? 6 : 2);
-        if (tag == TIFFTAG_PHOTOMETRIC)
-            return value == PHOTOMETRIC_PALETTE;
-    }
-    return false;
+    const std::uint64_t left = file.size() - std::min(field.position, file.size());
+    return field.count <= left / std::max<std::size_t>(tiffValueSize(field.type), 1);
 }
 
-/// libtiff takes a picture for grey whose palette lies behind the end of the file.
-void requirePalette(const ByteSource& file, TIFF* tiff)
+/// libtiff passes over a palette and a profile that lie behind the end of the file: the picture would be grey, or have
+/// other colours.
+void requireColors(const ByteSource& file, const TiffStructure& structure, TIFF* tiff)
 {
+    const auto directory = structure.directory(TIFFCurrentDirOffset(tiff));
+    if (!directory)
+        return;
     std::uint16_t colors = 0;
     TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &colors);
-    if (colors != PHOTOMETRIC_PALETTE && saysPalette(file, tiff))
+    const auto told = structure.number(directory->field(TIFFTAG_PHOTOMETRIC));
+    const TiffField* profile = directory->field(TIFFTAG_ICCPROFILE);
+    if ((told == PHOTOMETRIC_PALETTE && colors != PHOTOMETRIC_PALETTE) || (profile && !isWithin(file, *profile)))
         throw damaged();
 }
 
@@ -70,7 +56,8 @@ std::vector<Page> pages(const fs::path& file)
 {
     const TiffFile tiff{TIFFOpen(file.c_str(), "rm")};
     const std::optional<FileSource> bytes = FileSource::open(file);
-    if (!tiff || !bytes)
+    const auto structure = bytes ? TiffStructure::at(*bytes, 0) : std::nullopt;
+    if (!tiff || !structure)
         throw damaged();
     std::vector<Page> pages;
     int directory = 0;
@@ -79,7 +66,7 @@ std::vector<Page> pages(const fs::path& file)
         TIFFGetFieldDefaulted(tiff.get(), TIFFTAG_SUBFILETYPE, &kind);
         if ((kind & (FILETYPE_REDUCEDIMAGE | FILETYPE_MASK)) == 0)
             pages.push_back({directory, hasRareLayout(tiff.get())});
-        requirePalette(*bytes, tiff.get());
+        requireColors(*bytes, *structure, tiff.get());
         ++directory;
     } while (pages.size() <= mostPages && TIFFReadDirectory(tiff.get()));
     if (pages.size() > mostPages)
