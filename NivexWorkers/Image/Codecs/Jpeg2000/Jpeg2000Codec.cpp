@@ -395,6 +395,15 @@ Tiles tilesOf(const VImage& image, int longestSide)
     return {width, height, (image.width() + width - 1) / width, (image.height() + height - 1) / height};
 }
 
+/// A picture of so few pixels is coded without loss: the encoder's measure of what it may lose means nothing for them,
+/// and it costs no more than a few kilobytes.
+constexpr std::int64_t fewestPixelsToLoseSome = 64 * 64;
+
+bool isCodedWithLoss(const VImage& image, double quality)
+{
+    return quality < 1 && std::int64_t{image.width()} * image.height() >= fewestPixelsToLoseSome;
+}
+
 /// The peak signal-to-noise ratio in decibels that a quality stands for: 0.85 is free of visible loss.
 float decibels(double quality) { return static_cast<float>(26 + 19 * quality); }
 
@@ -414,13 +423,14 @@ public:
         opj_set_default_encoder_parameters(&parameters);
         parameters.tcp_numlayers = 1;
         parameters.tcp_mct = bands_ >= 3 ? 1 : 0;
-        parameters.irreversible = request.quality < 1 ? 1 : 0;
+        const bool isWithLoss = isCodedWithLoss(image, request.quality);
+        parameters.irreversible = isWithLoss ? 1 : 0;
         if (codestreamGoal > 0) {
             parameters.cp_disto_alloc = 1;
             const double raw =
                 static_cast<double>(image.width()) * image.height() * static_cast<double>(bands_ * sampleBytes_);
             parameters.tcp_rates[0] = static_cast<float>(std::max(1.0, raw / static_cast<double>(codestreamGoal)));
-        } else if (request.quality < 1) {
+        } else if (isWithLoss) {
             parameters.cp_fixed_quality = 1;
             parameters.tcp_distoratio[0] = decibels(request.quality);
         } else {

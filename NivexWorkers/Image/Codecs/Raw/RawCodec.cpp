@@ -71,6 +71,40 @@ void setUp(LibRaw& raw, const ReadRequest& request)
     parameters.half_size = request.longestSide > 0 && longest / 2 >= request.longestSide;
 }
 
+/// How few bits a sensor element can take in a file, by LibRaw's decoder.
+struct LeastBits {
+    std::string_view decoder;
+    double bits;
+};
+
+// clang-format off
+constexpr LeastBits leastBits[] = {
+    {"unpacked_load_raw()",   16},
+    {"sony_arw2_load_raw()",  8},
+    {"eight_bit_load_raw()",  8},
+    {"panasonic_load_raw()",  128.0 / 14}, // blocks of 16 bytes, which it reads without asking how many there are
+    {"lossy_dng_load_raw()",  1.0 / 64},
+    {"deflate_dng_load_raw()", 1.0 / 64},
+    {"crxLoadRaw()",          1.0 / 64},
+};
+// clang-format on
+constexpr double leastBitsOfOthers = 1; // of the shortest code word
+
+/// Throws ConversionError where the file is too short for the picture that it announces: some decoders make up what is
+/// missing, and all would allocate for it.
+void requireRoomForElements(LibRaw& raw)
+{
+    libraw_decoder_info_t decoder{};
+    require(raw.get_decoder_info(&decoder));
+    const auto row = std::ranges::find(leastBits, decoder.decoder_name, &LeastBits::decoder);
+    const libraw_internal_data_t& internal = *raw.get_internal_data_pointer();
+    const double bytes = static_cast<double>(internal.internal_data.input->size() - internal.unpacker_data.data_offset);
+    const double elements =
+        static_cast<double>(raw.imgdata.sizes.raw_width) * static_cast<double>(raw.imgdata.sizes.raw_height);
+    if (bytes * 8 < std::floor(elements * (row == std::end(leastBits) ? leastBitsOfOthers : row->bits)))
+        throw damaged();
+}
+
 std::uint32_t wordAt(LibRaw_abstract_datastream& file, std::int64_t offset, bool isBigEndian)
 {
     std::uint8_t bytes[4];
@@ -117,6 +151,7 @@ Picture readRaw(const ReadRequest& request)
     require(raw->open_file(request.file.c_str()));
     requireAcceptableSize(raw->imgdata.sizes.raw_width, raw->imgdata.sizes.raw_height, 1, request.limits);
     requireAcceptableSize(raw->imgdata.sizes.iwidth, raw->imgdata.sizes.iheight, 1, request.limits);
+    requireRoomForElements(*raw);
     setUp(*raw, request);
 
     requireJpegPieces(*raw);

@@ -49,6 +49,15 @@ TEST_F(Jpeg2000Codec, KeepsEveryBitAtFullQuality)
         }
 }
 
+TEST_F(Jpeg2000Codec, KeepsTheColourOfTinyPictures)
+{
+    for (const auto& [width, height] : {std::pair{1, 1}, {2, 2}, {7, 1}, {1, 16}, {20, 20}}) {
+        const VImage image = pixels(width, height, 3, VIPS_FORMAT_UCHAR, VIPS_INTERPRETATION_sRGB);
+        EXPECT_LE(difference(image, read("jp2", written("jp2", {.frames = {image}}, 0.85)).first()), 2)
+            << width << " x " << height;
+    }
+}
+
 TEST_F(Jpeg2000Codec, EncodesTilesOfLargePicturesInTheirPlaces)
 {
     const VImage image = pixels(4100, 9, 3, VIPS_FORMAT_UCHAR, VIPS_INTERPRETATION_sRGB);
