@@ -45,12 +45,12 @@ void* prepareClass(GType type, void*)
 
 void ignoreMessage(const char*, GLogLevelFlags, const char*, void*) {}
 
-const PictureFormat& rowOf(const FileFormat& format)
+const WrittenPictures& writtenOf(const FileFormat& format)
 {
     const PictureFormat* row = pictureFormat(format.id.rawValue);
-    if (!row)
+    if (!row || !row->written)
         throw ConversionError::unsupported(filled("le format {} n'est pas une image"_fr, {format.name}));
-    return *row;
+    return *row->written;
 }
 
 /// libvips computes with one thread as long as this lives.
@@ -132,7 +132,7 @@ std::optional<JpegSource> untouchedJpeg(const Picture& picture, const EngineRequ
                       .isUntouched = options.metadata == MetadataPolicy::keep};
 }
 
-Picture readSource(const Codec& source, const PictureFormat& target, const EngineRequest& request)
+Picture readSource(const Codec& source, const WrittenPictures& target, const EngineRequest& request)
 {
     Picture picture = source.read({.file = request.input,
                                    .format = source.format,
@@ -144,7 +144,7 @@ Picture readSource(const Codec& source, const PictureFormat& target, const Engin
     return picture;
 }
 
-Picture adaptedTo(const PictureFormat& target, Picture picture, const EngineRequest& request)
+Picture adaptedTo(const WrittenPictures& target, Picture picture, const EngineRequest& request)
 {
     picture = adapted(std::move(picture), target, request.options);
     if (!target.hasIptc)
@@ -158,7 +158,7 @@ void write(const Picture& picture, const EngineRequest& request, const std::opti
     const fs::path output = request.outputLocation();
     const std::string_view format = request.targetFormat.id.rawValue;
     codec(format).write(picture, {.file = output,
-                                  .quality = request.options.quality,
+                                  .quality = encoderQuality(request, request.options.quality),
                                   .progress = progress,
                                   .processors = std::max(1u, std::thread::hardware_concurrency()),
                                   .jpeg = jpeg});
@@ -174,11 +174,12 @@ void requireSpace(const fs::path& folder)
 }
 
 /// Makes the output. May leave half a picture where hasErrorBehind.
-void produce(const Codec& source, const PictureFormat& target, const EngineRequest& request,
+void produce(const Codec& source, const WrittenPictures& target, const EngineRequest& request,
              const ProgressCallback& progress)
 {
     const fs::path output = request.outputLocation();
-    const auto mostBytes = OutputBudget::isOffered(target.id) ? request.options.maxFileBytes : std::nullopt;
+    const auto mostBytes =
+        OutputBudget::isOffered(request.targetFormat.id) ? request.options.maxFileBytes : std::nullopt;
     const auto fits = [&](const fs::path& file) {
         return !mostBytes || std::cmp_less_equal(fs::file_size(file), *mostBytes);
     };
@@ -220,9 +221,9 @@ void startLibraries()
 
 std::vector<fs::path> convertPicture(const EngineRequest& request, const ProgressCallback& progress)
 {
-    const PictureFormat& target = rowOf(request.targetFormat);
+    const WrittenPictures& target = writtenOf(request.targetFormat);
     const Codec& source = codec(request.sourceFormat.id.rawValue);
-    if (!source.read || !codec(target.id).write)
+    if (!source.read || !codec(request.targetFormat.id.rawValue).write)
         throw ConversionError::unsupported(
             filled("{} vers {}"_fr, {request.sourceFormat.name, request.targetFormat.name}));
     if (request.options.removeBackground)

@@ -28,7 +28,8 @@ SourceProperties measured(const Picture& picture, const EngineRequest& request)
                                 .hasAlpha = first.has_alpha(),
                                 .bitsPerComponent = 8 * static_cast<std::int64_t>(vips_format_sizeof(first.format())),
                                 .isFloatingPoint = first.format() == VIPS_FORMAT_FLOAT};
-    if (heldPictures(request.sourceFormat.id.rawValue).kind != KeptPictures::first)
+    const PictureFormat* const row = pictureFormat(request.sourceFormat.id.rawValue);
+    if (row && row->read && row->read->pictures != KeptPictures::first)
         properties.imageCount = static_cast<std::int64_t>(picture.frames.size());
     if (!request.sourceFormat.typeIdentifiers.empty())
         properties.decoderTypeIdentifier = request.sourceFormat.typeIdentifiers.front();

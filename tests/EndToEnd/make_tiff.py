@@ -1,6 +1,8 @@
 """Writes a picture as a TIFF that few programs write: `dng`, the raw file of a camera with a colour filter array, or
-`geotiff`, a map with its place on the earth, or `grey12`, with components of 12 bits.
-Usage: make_tiff.py dng|geotiff|grey12 PICTURE FILE"""
+`geotiff`, a map with its place on the earth, `grey12`, with components of 12 bits, `halves`, floating point of 16 bits,
+`differences`, brightness and coarser colour differences without compression, or `oldjpeg`, a JPEG stream of the style of
+TIFF 6.0 itself.
+Usage: make_tiff.py KIND PICTURE FILE"""
 import struct
 import subprocess
 import sys
@@ -96,6 +98,37 @@ def grey12(picture):
     return rows, picture_tags(width, height, rows, [12], 1)
 
 
+def halves(picture):
+    """TIFF Technical Note 3; linear light."""
+    width, height, values = components(picture, 16, "-colorspace", "RGB", "-set", "colorspace", "sRGB")
+    rows = struct.pack(f"<{len(values)}e", *[value / 65535 for value in values])
+    return rows, picture_tags(width, height, rows, [16] * 3, 2) + [(339, SHORT, 3, shorts(3, 3, 3))]
+
+
+def differences(picture):
+    """TIFF 6.0, section 21: four brightnesses share a pair of colour differences."""
+    width, height, values = components(picture, 8)
+    rows = bytearray()
+    for top in range(0, height, 2):
+        for left in range(0, width, 2):
+            block = [values[3 * (y * width + x):][:3] for y in (top, top + 1) for x in (left, left + 1)]
+            light = [0.299 * r + 0.587 * g + 0.114 * b for r, g, b in block]
+            blue = sum((b - y) / 1.772 for (_, _, b), y in zip(block, light)) / 4 + 128
+            red = sum((r - y) / 1.402 for (r, _, _), y in zip(block, light)) / 4 + 128
+            rows += bytes(min(255, max(0, round(value))) for value in (*light, blue, red))
+    return bytes(rows), picture_tags(width, height, rows, [8] * 3, 6) + [(530, SHORT, 2, shorts(2, 2))]
+
+
+def oldjpeg(picture):
+    """TIFF 6.0, section 22."""
+    width, height, _ = components(picture, 8)
+    stream = subprocess.run(["convert", picture, "-quality", "95", "-sampling-factor", "2x2", "jpeg:-"], check=True,
+                            capture_output=True).stdout
+    tags = [tag for tag in picture_tags(width, height, stream, [8] * 3, 6) if tag[0] != 259]
+    return stream, tags + [(259, SHORT, 1, shorts(6)), (512, SHORT, 1, shorts(1)), (513, LONG, 1, None),
+                           (514, LONG, 1, long(len(stream))), (530, SHORT, 2, shorts(2, 2))]
+
+
 def written(rows, tags):
     """The whole file: header, the one directory, what does not fit into it, and the rows."""
     tags = sorted(tags, key=lambda tag: tag[0])
@@ -116,4 +149,4 @@ def written(rows, tags):
 
 if __name__ == "__main__":
     with open(sys.argv[3], "wb") as out:
-        out.write(written(*{"dng": dng, "geotiff": geotiff, "grey12": grey12}[sys.argv[1]](sys.argv[2])))
+        out.write(written(*globals()[sys.argv[1]](sys.argv[2])))

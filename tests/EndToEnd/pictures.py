@@ -132,6 +132,11 @@ SOURCES = [
            looks="logo.png"),
     Source("twelve.tif", "python3 -B $HERE/make_tiff.py grey12 deepgrey.png $OUT", bits=12, looks="deepgrey.png",
            tolerance=0.0003),
+    Source("halves.tif", "python3 -B $HERE/make_tiff.py halves photo.png $OUT", bits=32, looks="photo.png",
+           tolerance=0.004),
+    Source("differences.tif", "python3 -B $HERE/make_tiff.py differences photo.png $OUT", looks="photo.png",
+           tolerance=0.02),
+    Source("oldjpeg.tif", "python3 -B $HERE/make_tiff.py oldjpeg photo.png $OUT", looks="photo.png", tolerance=0.03),
     Source("lying.tif", "convert lying.png -orient RightTop $OUT"),
 
     Source("map.tif", "python3 -B $HERE/make_tiff.py geotiff photo.png $OUT", of="geotiff",

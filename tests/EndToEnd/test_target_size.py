@@ -113,6 +113,9 @@ class TargetSize(NivexCase):
                          "impossible d'obtenir un fichier de moins de 12 ko")
         self.assertEqual(self.names(), ["photo.jpg"])
         self.assertTrue(self.nothing_hidden())
+        run("vips", "icc_transform", source, self.folder / "encres.jpg", "cmyk", "--input-profile", "srgb")
+        failed, = self.json_lines("optimize", "encres.jpg", "--max-size", "300KB", expect=1)
+        self.assertIn(" : le profil de couleur en demande déjà 9", failed["message"])
         self.environment["NIVEX_LANG"] = "en"
         failed, = self.json_lines("optimize", source.name, "--max-size", "12KB", expect=1)
         self.assertTrue(failed["message"].endswith(": no file of less than 12 KB can be made"), failed["message"])

@@ -43,7 +43,7 @@ SourceProbes EngineCatalog::deepProbes(const FormatRegistry& registry, const Res
 {
     std::vector<FormatID> readable;
     for (const PictureFormat& row : pictureFormats())
-        if (row.isRead && registry.format(FormatID{row.id}))
+        if (row.read && registry.format(FormatID{row.id}))
             readable.emplace_back(row.id);
     SourceProbes probes;
     probes.add(std::make_shared<PictureProbe>(registry, limits, WorkerPool::standard()), readable);

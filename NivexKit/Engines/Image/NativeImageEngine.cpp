@@ -15,18 +15,12 @@ namespace {
 using Kind = ConversionOptionKind;
 using enum FormatTrait;
 
-bool mayHaveMetadata(const FileFormat& source)
+bool losesDepth(const ReadPictures& source, const SourceProperties& properties, const WrittenPictures& target)
 {
-    const PictureFormat* row = pictureFormat(source.id.rawValue);
-    return source.traits.has(raw) || source.id == "heif" || source.id == "psb" || (row && row->hasMetadata);
-}
-
-bool losesDepth(const FileFormat& source, const SourceProperties& properties, const PictureFormat& target)
-{
-    if (properties.isFloatingPoint.value_or(false))
+    if (properties.isFloatingPoint.value_or(false) || source.isFloating)
         return target.depth != PixelDepth::floating;
-    const std::int64_t bits = properties.bitsPerComponent.value_or(source.traits.has(raw) ? 16 : 8);
-    return bits > (target.depth == PixelDepth::eight ? 8 : target.mostBits);
+    return properties.bitsPerComponent.value_or(source.usualBits) >
+           (target.depth == PixelDepth::eight ? 8 : target.mostBits);
 }
 
 bool exceeds(const SourceProperties& properties, std::int64_t longestSide)
@@ -36,12 +30,13 @@ bool exceeds(const SourceProperties& properties, std::int64_t longestSide)
 }
 
 /// Only floating point makes a picture below the limit of pixels so large.
-bool isTooLargeForMetadata(const SourceProperties& properties, const PictureFormat& target)
+bool isTooLargeForMetadata(const SourceProperties& properties, const WrittenPictures& target)
 {
     const double bytes = static_cast<double>(properties.pixelWidth.value_or(0)) *
                          static_cast<double>(properties.pixelHeight.value_or(0)) *
                          (properties.hasAlpha.value_or(false) ? 4 : 3) * sizeof(float);
-    return target.id == "tiff" && properties.isFloatingPoint.value_or(false) && bytes > mostBytesOfClassicTiff;
+    return target.mostBytesBesideMetadata > 0 && properties.isFloatingPoint.value_or(false) &&
+           bytes > target.mostBytesBesideMetadata;
 }
 
 bool mayHaveLayers(const FileFormat& source)
@@ -49,36 +44,41 @@ bool mayHaveLayers(const FileFormat& source)
     return source.family == FormatFamily::graphics && source.traits.has(layers);
 }
 
-ConversionLoss lossOfPictures(const FileFormat& source, const SourceProperties& properties, const PictureFormat& target)
+ConversionLoss lossOfPictures(const ReadPictures& source, const SourceProperties& properties,
+                              const WrittenPictures& target)
 {
     if (!properties.hasSeveralImages() && !properties.hasSeveralPages())
         return {};
-    const HeldPictures held = heldPictures(source.id.rawValue);
-    if (held.mayMove && properties.durationSeconds)
+    if (source.mayMove && properties.durationSeconds)
         return ConversionLoss::animation;
-    if (keepsAll(held.kind, target.pictures))
+    if (keepsAll(source.pictures, target.pictures))
         return {};
-    return held.kind == KeptPictures::animation ? ConversionLoss::animation : ConversionLoss::pages;
+    return source.pictures == KeptPictures::animation ? ConversionLoss::animation : ConversionLoss::pages;
+}
+
+/// What files of a format may hold; little is known of one that this engine does not read.
+ReadPictures readPictures(const FileFormat& source)
+{
+    const PictureFormat* row = pictureFormat(source.id.rawValue);
+    return row && row->read ? *row->read : ReadPictures{};
 }
 
 /// What the work loses of a file: what the target's row cannot hold of what is known of the file.
-ConversionLoss lossesOf(const FileFormat& source, const SourceProperties& properties, const PictureFormat& target)
+ConversionLoss lossesOf(const FileFormat& format, const SourceProperties& properties, const WrittenPictures& target)
 {
+    const ReadPictures source = readPictures(format);
     ConversionLoss losses = lossOfPictures(source, properties, target);
     const auto add = [&losses](ConversionLoss loss, bool isLost) { losses |= isLost ? loss : ConversionLoss{}; };
-    // The header of a texture does not tell whether its blocks are transparent.
-    const bool hasAlpha = properties.hasAlpha.value_or(source.id == "astc");
-    add(ConversionLoss::transparency, hasAlpha && !target.hasAlpha);
-    add(ConversionLoss::layers, properties.hasLayers.value_or(mayHaveLayers(source)));
+    add(ConversionLoss::transparency, properties.hasAlpha.value_or(source.hidesAlpha) && !target.hasAlpha);
+    add(ConversionLoss::layers, properties.hasLayers.value_or(mayHaveLayers(format)));
     add(ConversionLoss::resolution, exceeds(properties, target.longestSide));
-    add(ConversionLoss::rawDevelopment, source.traits.has(raw));
+    add(ConversionLoss::rawDevelopment, format.traits.has(raw));
     add(ConversionLoss::colorPalette, target.hasPalette);
     add(ConversionLoss::colorDepth, losesDepth(source, properties, target));
-    // What places a picture on the map is no metadata that any target holds.
     const bool takesMetadata = target.hasMetadata && !isTooLargeForMetadata(properties, target);
-    add(ConversionLoss::metadata, source.id == "geotiff" || (!takesMetadata && mayHaveMetadata(source)));
-    // The pages of a PDF file take over what a JPEG file holds as it is.
-    add(ConversionLoss::compression, target.isLossy && !(source.id == "jpeg" && target.id == "pdf"));
+    add(ConversionLoss::metadata, source.isMap || (!takesMetadata && source.hasMetadata));
+    const bool staysAsItIs = format.id == target.takesOver || (target.keepsExact && source.isExact);
+    add(ConversionLoss::compression, target.isLossy && !staysAsItIs);
     return losses;
 }
 
@@ -86,10 +86,11 @@ ConversionLoss lossesOf(const FileFormat& source, const SourceProperties& proper
 SourceProperties richest(const FileFormat& source)
 {
     const PictureFormat* row = pictureFormat(source.id.rawValue);
-    const bool isFloating = row && row->isWritten && row->depth == PixelDepth::floating;
-    const bool isDeep = isFloating || source.traits.has(highDynamicRange) || (row && row->depth != PixelDepth::eight);
-    const bool holdsSeveral = heldPictures(source.id.rawValue).kind != KeptPictures::first;
-    return {.pixelWidth = row && row->longestSide > 0 ? row->longestSide : std::numeric_limits<std::int64_t>::max(),
+    const WrittenPictures written = row && row->written ? *row->written : WrittenPictures{};
+    const bool isFloating = written.depth == PixelDepth::floating;
+    const bool isDeep = isFloating || source.traits.has(highDynamicRange) || written.depth != PixelDepth::eight;
+    const bool holdsSeveral = readPictures(source).pictures != KeptPictures::first;
+    return {.pixelWidth = written.longestSide > 0 ? written.longestSide : std::numeric_limits<std::int64_t>::max(),
             .hasAlpha = source.traits.has(transparency),
             .imageCount = holdsSeveral ? 2 : 1,
             .bitsPerComponent = isDeep ? 16 : 8,
@@ -98,7 +99,7 @@ SourceProperties richest(const FileFormat& source)
 }
 
 /// What an edge may lose: what it loses of files that have all that such files can have, at rest or moving.
-ConversionLoss lossesOfRichest(const FileFormat& source, const PictureFormat& target)
+ConversionLoss lossesOfRichest(const FileFormat& source, const WrittenPictures& target)
 {
     SourceProperties properties = richest(source);
     const ConversionLoss atRest = lossesOf(source, properties, target);
@@ -106,12 +107,12 @@ ConversionLoss lossesOfRichest(const FileFormat& source, const PictureFormat& ta
     return atRest | lossesOf(source, properties, target);
 }
 
-ConversionOptionKinds optionsOf(const FileFormat& source, const PictureFormat& target, const FileFormat& format)
+ConversionOptionKinds optionsOf(const FileFormat& source, const WrittenPictures& target, const FileFormat& format)
 {
     ConversionOptionKinds kinds{Kind::dimensions};
     if (target.isLossy)
         kinds.insert(Kind::quality);
-    if (target.hasMetadata && mayHaveMetadata(source))
+    if (target.hasMetadata && readPictures(source).hasMetadata)
         kinds.insert(Kind::metadata);
     if (target.hasProfile)
         kinds.insert(Kind::colorProfile);
@@ -129,14 +130,14 @@ NativeImageEngine::NativeImageEngine(const FormatRegistry& registry, WorkerPool&
 {
     for (const PictureFormat& source : pictureFormats()) {
         const FileFormat* from = registry.format(FormatID{source.id});
-        if (!from || !source.isRead)
+        if (!from || !source.read)
             continue;
         for (const PictureFormat& target : pictureFormats())
-            if (const FileFormat* to = registry.format(FormatID{target.id}); to && target.isWritten && to != from)
+            if (const FileFormat* to = registry.format(FormatID{target.id}); to && target.written && to != from)
                 capabilities_.push_back({.source = from->id,
                                          .target = to->id,
-                                         .potentialLosses = lossesOfRichest(*from, target),
-                                         .options = optionsOf(*from, target, *to),
+                                         .potentialLosses = lossesOfRichest(*from, *target.written),
+                                         .options = optionsOf(*from, *target.written, *to),
                                          .reportsProgress = true,
                                          .supportsCancellation = true,
                                          .refused = {Kind::removeBackground}});
@@ -149,7 +150,8 @@ ConversionLoss NativeImageEngine::expectedLosses(const FileFormat& source, const
                                                  const FileFormat& target) const
 {
     const PictureFormat* row = pictureFormat(target.id.rawValue);
-    return row ? lossesOf(source, properties, *row) : LossAnalysis::inherent(source, properties, target);
+    return row && row->written ? lossesOf(source, properties, *row->written)
+                               : LossAnalysis::inherent(source, properties, target);
 }
 
 std::vector<std::filesystem::path> NativeImageEngine::convert(const EngineRequest& request,
@@ -163,7 +165,7 @@ std::set<FormatID> NativeImageEngine::pendingValidationSources(const FormatRegis
 {
     std::set<FormatID> pending;
     for (const FileFormat* format : registry.formats(FormatFamily::image))
-        if (const PictureFormat* row = pictureFormat(format->id.rawValue); !row || !row->isRead)
+        if (const PictureFormat* row = pictureFormat(format->id.rawValue); !row || !row->read)
             pending.insert(format->id);
     return pending;
 }

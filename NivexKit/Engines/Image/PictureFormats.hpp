@@ -22,32 +22,44 @@ enum class KeptPictures {
     animation, // frames of one size, each with its time
 };
 
-/// One format of the image engine. The declaration derives edges and losses from it and the work adapts pictures to it,
-/// so what is announced is what is done. All but the first three fields are about written files.
-struct PictureFormat {
-    std::string_view id;
-    bool isRead = true;
-    bool isWritten = true;
+/// What a file of a format may hold when it is read, whoever wrote it, and the reader hands on.
+struct ReadPictures {
+    KeptPictures pictures = KeptPictures::first;
+    bool mayMove = false;       // a sequence of frames may stand beside the pictures, with a duration; none is read
+    bool hasMetadata = false;   // Exif, XMP or IPTC
+    bool isExact = false;       // stored without loss, whoever wrote it
+    bool isFloating = false;    // always floating point, whatever its header tells
+    bool hidesAlpha = false;    // no header tells whether it is transparent
+    bool isMap = false;         // tells its place on the earth, which nothing that is written does
+    std::int64_t usualBits = 8; // of a component where nothing tells
+};
+
+/// What a written file of a format holds, which the work adapts pictures to.
+struct WrittenPictures {
     PixelDepth depth = PixelDepth::eight;
     std::int64_t mostBits = 16; // of whole numbers of more than 8 bits: what the encoder keeps of them
     KeptPictures pictures = KeptPictures::first;
     std::int64_t longestSide = 0; // pixels; 0 where no picture that NIVEX accepts is too large
     bool isLossy = false;         // the encoder honours a quality, and 1.0 need not be lossless
+    bool keepsExact = false;      // though isLossy: what was stored without loss stays so, unless less is asked for
     bool hasAlpha = false;
-    bool hasProfile = false;         // an ICC profile can be embedded; else pixels are sRGB
-    bool refusesGreyProfile = false; // its readers take every profile for one of red, green and blue
-    bool hasCmyk = false;            // four inks can be stored
-    bool hasMetadata = false;        // Exif, XMP and what IPTC says can be embedded
-    bool hasIptc = false;            // IPTC datasets have a place of their own; else XMP says what they say
-    bool hasPalette = false;         // no more than 256 colours
+    bool hasProfile = false;            // an ICC profile can be embedded; else pixels are sRGB
+    bool refusesGreyProfile = false;    // its readers take every profile for one of red, green and blue
+    bool hasCmyk = false;               // four inks can be stored
+    bool hasMetadata = false;           // Exif, XMP and what IPTC says can be embedded
+    bool hasIptc = false;               // IPTC datasets have a place of their own; else XMP says what they say
+    bool hasPalette = false;            // no more than 256 colours
+    double mostBytesBesideMetadata = 0; // of pixels, above which none can be embedded; 0 for any
+    std::string_view takesOver;         // the format whose data it takes over as they are, unless less is asked for
 };
 
-/// Which pictures beyond the first a file of a format may hold, whoever wrote it, and its reader hands on.
-struct HeldPictures {
-    KeptPictures kind = KeptPictures::first;
-    bool mayMove = false; // a sequence of frames may stand beside the pictures, with a duration; none of it is read
+/// One format of the image engine. The declaration derives edges and losses from it and the work adapts pictures to it,
+/// so what is announced is what is done.
+struct PictureFormat {
+    std::string_view id;
+    std::optional<ReadPictures> read = ReadPictures{};     // absent where it is not read
+    std::optional<WrittenPictures> written = std::nullopt; // absent where it is not written
 };
-HeldPictures heldPictures(std::string_view id);
 
 /// Whether a written file that keeps such pictures keeps all that a source of several holds; never where only the first
 /// is read.
@@ -60,7 +72,7 @@ constexpr bool keepsAll(KeptPictures held, KeptPictures kept)
 /// Bytes of pixels from which a TIFF file takes offsets of 64 bits; metadata are embedded in smaller files only.
 constexpr double mostBytesOfClassicTiff = 4e9;
 
-/// Every format of the engine, in the order of the catalogue, those that are only read and of another family last.
+/// Every format of the engine, in the order of the catalogue, those of another family last.
 std::span<const PictureFormat> pictureFormats();
 
 /// The row of a format, or null.

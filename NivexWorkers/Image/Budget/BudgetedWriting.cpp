@@ -1,6 +1,7 @@
 #include "NivexWorkers/Image/Budget/BudgetedWriting.hpp"
 
 #include "NivexWorkers/Image/Budget/SizeSearch.hpp"
+#include "NivexWorkers/Image/Codecs/Profiles.hpp"
 #include "NivexWorkers/Image/Codecs/Progress.hpp"
 #include "NivexWorkers/Image/Pixels/Adaptation.hpp"
 
@@ -40,9 +41,9 @@ constexpr EncoderRow encoders[] = {
 // clang-format on
 constexpr double shortestLongestSide = 16; // pixels; a picture that is worth having has more
 
-const EncoderRow& encoderOf(const PictureFormat& target)
+const EncoderRow& encoderOf(const FormatID& target)
 {
-    const auto found = std::ranges::find(encoders, target.id, &EncoderRow::format);
+    const auto found = std::ranges::find(encoders, target.rawValue, &EncoderRow::format);
     if (found == std::end(encoders))
         throw ConversionError::unsupported("ce format ne propose pas de poids cible"_fr);
     return *found;
@@ -110,7 +111,7 @@ int longestSide(const Picture& picture)
 /// Encodes one picture in different ways and keeps the last that is small enough.
 class Attempts {
 public:
-    Attempts(Picture picture, const PictureFormat& target, const EngineRequest& request,
+    Attempts(Picture picture, const WrittenPictures& target, const EngineRequest& request,
              const ProgressCallback& progress)
         : whole_{std::move(picture)},
           longestSide_{image::longestSide(whole_)}, target_{target}, request_{request}, progress_{progress}
@@ -139,7 +140,7 @@ public:
         };
         const Picture& picture = scaledTo(attempt.scale);
         write(picture, file, attempt, progress);
-        embedMetadata(file, target_.id, picture.metadata);
+        embedMetadata(file, request_.targetFormat.id.rawValue, picture.metadata);
         done_ = begin + share;
         const auto size = static_cast<std::int64_t>(fs::file_size(file));
         if (size <= *request_.options.maxFileBytes)
@@ -177,9 +178,9 @@ private:
     void write(const Picture& picture, const fs::path& file, const EncodingAttempt& attempt,
                const ProgressCallback& progress) const
     {
-        codec(target_.id)
+        codec(request_.targetFormat.id.rawValue)
             .write(picture, {.file = file,
-                             .quality = attempt.quality,
+                             .quality = encoderQuality(request_, attempt.quality),
                              .progress = progress,
                              .processors = std::max(1u, std::thread::hardware_concurrency()),
                              .goalBytes = attempt.goalBytes});
@@ -202,7 +203,7 @@ private:
         if (side != scaledSide_) {
             // All but the size has been adapted.
             scaled_ = adapted(whole_, target_, {.maxPixelDimension = side});
-            if (target_.id == "pdf")
+            if (request_.targetFormat.id == "pdf")
                 keepPageSizes(scaled_);
             scaled_ = computed(
                 std::move(scaled_), [](auto) {}, 0);
@@ -228,7 +229,7 @@ private:
     Picture scaled_;
     std::int64_t scaledSide_ = 0;
     std::int64_t bytesOfNothing_ = 0; // of a file with hardly a pixel
-    const PictureFormat& target_;
+    const WrittenPictures& target_;
     const EngineRequest& request_;
     const ProgressCallback& progress_;
     double done_ = shareOfDecoding;
@@ -236,10 +237,20 @@ private:
 
 } // namespace
 
-void writeWithinBudget(Picture picture, const PictureFormat& target, const EngineRequest& request,
+double encoderQuality(const EngineRequest& request, double quality)
+{
+    const PictureFormat* const source = pictureFormat(request.sourceFormat.id.rawValue);
+    const PictureFormat* const target = pictureFormat(request.targetFormat.id.rawValue);
+    const bool keepsAll = source && source->read && source->read->isExact && target && target->written &&
+                          target->written->keepsExact && quality >= ConversionOptions{}.quality;
+    return keepsAll ? 1 : quality;
+}
+
+void writeWithinBudget(Picture picture, const WrittenPictures& target, const EngineRequest& request,
                        const ProgressCallback& progress)
 {
-    const EncoderRow& encoder = encoderOf(target);
+    const EncoderRow& encoder = encoderOf(request.targetFormat.id);
+    const auto profileBytes = static_cast<std::int64_t>(profileOf(picture.first()).size());
     Attempts attempts{computed(std::move(picture), progress, shareOfDecoding), target, request, progress};
     const EncodingTrial encode = [&](const EncodingAttempt& attempt) { return attempts.encode(attempt); };
     const std::int64_t maximumBytes = *request.options.maxFileBytes;
@@ -260,6 +271,10 @@ void writeWithinBudget(Picture picture, const PictureFormat& target, const Engin
                                          .lowestScale = lowestScale,
                                          .steepness = encoder.steepness},
                                         encode, isEstimated ? estimate : EncodingTrial{});
+    if (!best && profileBytes > maximumBytes / 2)
+        throw ConversionError::encodingFailed(
+            filled("impossible d'obtenir un fichier de moins de {} : le profil de couleur en demande déjà {}"_fr,
+                   {shownByteCount(maximumBytes), shownByteCount(profileBytes)}));
     if (!best)
         throw ConversionError::encodingFailed(
             filled("impossible d'obtenir un fichier de moins de {}"_fr, {shownByteCount(maximumBytes)}));

@@ -52,7 +52,7 @@ struct Codec {
     /// (requireAcceptableSize). Throws ConversionError, `unreadableSource` for a damaged file, or vips::VError.
     Picture (*read)(const ReadRequest&) = nullptr;
 
-    /// Writes a picture that has been adapted to what the format holds (PictureFormat): kind of frames, size, bands,
+    /// Writes a picture that has been adapted to what the format holds (WrittenPictures): kind of frames, size, bands,
     /// depth, profile, upright. Embeds picture.metadata, or leaves it to embedMetadata where that knows the format.
     /// Throws ConversionError, `encodingFailed` where it is the encoder's fault, or vips::VError.
     void (*write)(const Picture&, const WriteRequest&) = nullptr;

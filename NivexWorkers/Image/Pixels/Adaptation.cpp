@@ -2,9 +2,9 @@
 
 #include "NivexWorkers/Image/Codecs/Profiles.hpp"
 #include "NivexWorkers/Image/Pixels/Colors.hpp"
+#include "NivexWorkers/Image/Pixels/Scaling.hpp"
 
 #include <algorithm>
-#include <cmath>
 
 namespace nivex::image {
 namespace {
@@ -41,29 +41,12 @@ VImage upright(const VImage& image)
 }
 
 /// The longest side that both the person and the format allow; 0 for any.
-std::int64_t longestSide(const PictureFormat& target, const ConversionOptions& options)
+std::int64_t longestSide(const WrittenPictures& target, const ConversionOptions& options)
 {
     const std::int64_t asked = options.maxPixelDimension.value_or(0);
     if (asked == 0 || target.longestSide == 0)
         return std::max(asked, target.longestSide);
     return std::min(asked, target.longestSide);
-}
-
-VImage scaled(const VImage& image, std::int64_t longest)
-{
-    const int side = std::max(image.width(), image.height());
-    if (longest == 0 || side <= longest)
-        return image;
-    const double scale = static_cast<double>(longest) / side;
-    const auto scaleTo = [scale](int length) { return std::max(1.0, std::round(length * scale)) / length; };
-    const auto resized = [&](const VImage& from) {
-        return from.resize(scaleTo(image.width()), VImage::option()->set("vscale", scaleTo(image.height())));
-    };
-    if (!image.has_alpha())
-        return resized(image);
-    // What is transparent has a colour too, which must not bleed into its neighbours.
-    const auto opaque = [&] { return VImage::option()->set("max_alpha", opaqueAlpha(image)); };
-    return resized(image.premultiply(opaque())).unpremultiply(opaque()).cast(image.format());
 }
 
 VImage flattened(const VImage& image, FlattenBackground background)
@@ -80,14 +63,14 @@ VImage flattened(const VImage& image, FlattenBackground background)
 
 } // namespace
 
-Picture adapted(Picture picture, const PictureFormat& target, const ConversionOptions& options)
+Picture adapted(Picture picture, const WrittenPictures& target, const ConversionOptions& options)
 {
     if (!keepsAllFrames(picture.kind, target.pictures))
         keepOnlyFirst(picture);
     const VImage before = picture.first();
     const std::int64_t longest = longestSide(target, options);
     for (VImage& frame : picture.frames) {
-        frame = scaled(upright(withUsableProfile(frame)), longest);
+        frame = noLongerThan(longest, upright(withUsableProfile(frame)));
         if (!target.hasAlpha)
             frame = flattened(frame, options.flattenBackground);
         frame = inColors(frame, target, options.colorProfile);

@@ -70,7 +70,7 @@ VImage standardGrey(const VImage& image)
     return grey.copy(VImage::option()->set("interpretation", image.interpretation()));
 }
 
-VImage preserved(const VImage& image, const PictureFormat& target)
+VImage preserved(const VImage& image, const WrittenPictures& target)
 {
     const bool isGreyed = isGrey(image) && hasProfile(image);
     if (isGreyed && (!target.hasProfile || target.refusesGreyProfile))
@@ -95,7 +95,7 @@ VImage inLinearLight(const VImage& frame)
                                [](const VImage& colors) { return colors.colourspace(VIPS_INTERPRETATION_scRGB); });
 }
 
-VImage inColors(const VImage& frame, const PictureFormat& target, ColorProfilePolicy policy)
+VImage inColors(const VImage& frame, const WrittenPictures& target, ColorProfilePolicy policy)
 {
     const VImage image = noDeeperThan(target.depth, frame);
     if (isFloating(image) || policy == ColorProfilePolicy::preserve)

@@ -31,10 +31,7 @@ enum Compression : std::uint32_t {
     alphaBitFields = 6,
 };
 
-ConversionError unsupportedKind()
-{
-    return ConversionError::unreadableSource("cette variante du format BMP n'est pas prise en charge"_fr);
-}
+ConversionError unsupportedKind() { return ConversionError::unsupported("cette variante du format BMP"_fr); }
 
 /// The masks of pixels that have none of their own.
 std::array<std::uint32_t, 4> usualMasks(int bitsPerPixel)
@@ -63,7 +60,7 @@ void enterPacking(Dib& dib, std::uint32_t compression, std::uint32_t headerSize)
         break;
     case jpegInside:
     case pngInside:
-        throw ConversionError::unreadableSource("ce fichier BMP contient une image JPEG ou PNG"_fr);
+        throw ConversionError::unsupported("les fichiers BMP qui contiennent une image JPEG ou PNG"_fr);
     default:
         throw unsupportedKind();
     }

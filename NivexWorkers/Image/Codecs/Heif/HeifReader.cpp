@@ -40,11 +40,11 @@ ConversionError refusal(const heif_error& error, const std::filesystem::path& fi
     case heif_error_Unsupported_filetype:
     case heif_error_Unsupported_feature:
         if (isSequence(file))
-            return ConversionError::unreadableSource("les séquences d'images HEIF ne sont pas prises en charge"_fr);
-        return ConversionError::unreadableSource("son codage n'est pas pris en charge"_fr);
+            return ConversionError::unsupported("les séquences d'images HEIF"_fr);
+        return ConversionError::unsupported("le codage de ce fichier HEIF"_fr);
     default:
         if (error.subcode == heif_suberror_No_meta_box && isSequence(file))
-            return ConversionError::unreadableSource("les séquences d'images HEIF ne sont pas prises en charge"_fr);
+            return ConversionError::unsupported("les séquences d'images HEIF"_fr);
         return damaged();
     }
 }

@@ -344,8 +344,7 @@ Jpeg2000File readJpeg2000File(const ByteSource& source)
             file.channels.push_back({.component = static_cast<std::uint16_t>(i)});
     }
     if (file.hasForeignColors && file.colorSpace == File::ColorSpace::unknown)
-        throw ConversionError::unreadableSource(
-            "ses couleurs sont décrites d'une façon qui n'est pas prise en charge"_fr);
+        throw ConversionError::unsupported("la façon dont ce fichier décrit ses couleurs"_fr);
     requireChannels(file);
     define(definitions, file.channels);
     completeChannels(file, !definitions.empty());

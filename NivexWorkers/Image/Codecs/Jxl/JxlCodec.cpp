@@ -135,8 +135,7 @@ private:
             JxlExtraChannelInfo channel;
             require(JxlDecoderGetExtraChannelInfo(decoder_.get(), i, &channel));
             if (channel.type == JXL_CHANNEL_BLACK)
-                throw ConversionError::unreadableSource(
-                    "ses couleurs sont décrites d'une façon qui n'est pas prise en charge"_fr);
+                throw ConversionError::unsupported("la façon dont ce fichier décrit ses couleurs"_fr);
         }
         isGrey_ = info_.num_color_channels == 1;
         hasAlpha_ = info_.alpha_bits > 0;

@@ -78,7 +78,7 @@ Document readHeader(const ByteSource& file)
     document.height = static_cast<int>(height);
     constexpr unsigned multichannel = 7;
     if (mode == multichannel)
-        throw ConversionError::unreadableSource("les images multicanal ne sont pas prises en charge"_fr);
+        throw ConversionError::unsupported("les images multicanal"_fr);
     const bool isSoundMode = mode <= 4 || document.mode == Mode::duotone || document.mode == Mode::lab;
     const bool isSoundDepth = document.mode == Mode::bitmap    ? document.depth == 1
                               : document.mode == Mode::indexed ? document.depth == 8
@@ -196,8 +196,8 @@ Document readDocument(const ByteSource& file)
     readLayers(document, file, offset + lengthBytes, offset + lengthBytes + layers);
     document.pixels = offset + lengthBytes + layers;
     if (document.hasLayers && !document.hasMergedPicture)
-        throw ConversionError::unreadableSource(
-            "le document a été enregistré sans son image aplatie (compatibilité maximale désactivée)"_fr);
+        throw ConversionError::unsupported(
+            "les documents enregistrés sans image aplatie (compatibilité maximale désactivée)"_fr);
     return document;
 }
 

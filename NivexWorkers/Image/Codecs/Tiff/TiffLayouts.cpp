@@ -25,8 +25,7 @@ constexpr tmsize_t mostBytesAtOnce = 256 << 20;
 
 ConversionError unsupportedTiff()
 {
-    return ConversionError::unsupported(
-        "la façon dont ce fichier TIFF enregistre ses pixels n'est pas prise en charge"_fr);
+    return ConversionError::unsupported("la façon dont ce fichier TIFF enregistre ses pixels"_fr);
 }
 
 template <class Number>

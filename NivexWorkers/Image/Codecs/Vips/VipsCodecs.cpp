@@ -2,7 +2,12 @@
 #include "NivexWorkers/Image/Codecs/Vips/VipsFiles.hpp"
 #include "NivexWorkers/Image/Pixels/Colors.hpp"
 
+#include "NivexKit/Foundation/Bytes/ByteSource.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
+#include "NivexKit/Structures/JpegSegments.hpp"
+
 #include <algorithm>
+#include <string_view>
 #include <vector>
 
 namespace nivex::image {
@@ -22,6 +27,25 @@ int shrinkWhileDecoding(const VImage& header, std::int64_t longestSide)
         if (longestSide > 0 && side / shrink >= 2 * longestSide)
             return shrink;
     return 1;
+}
+
+/// libjpeg reads 8 bits, coded with loss, the usual way or arithmetically (ITU-T T.81, table B.1).
+void requireDecodableJpeg(const ReadRequest& request)
+{
+    constexpr std::string_view decodable{"\xC0\xC1\xC2\xC9\xCA"};
+    constexpr std::string_view noFrames{"\xC4\xC8\xCC"}; // tables
+    const auto file = FileSource::open(request.file);
+    if (!file)
+        throw damaged();
+    JpegSegments segments{*file};
+    while (const auto segment = segments.next()) {
+        const auto marker = static_cast<char>(segment->marker);
+        if (segment->marker < 0xC0 || segment->marker > 0xCF || noFrames.find(marker) != noFrames.npos)
+            continue;
+        const std::vector<std::byte> bits = file->read(segment->data(), 1);
+        if (decodable.find(marker) == decodable.npos || (!bits.empty() && bits[0] != std::byte{8}))
+            throw ConversionError::unsupported("les fichiers JPEG sans perte ou de plus de 8 bits par composante"_fr);
+    }
 }
 
 std::vector<int> delays(const VImage& strip, std::size_t count)
@@ -72,6 +96,7 @@ VImage animationStrip(const Picture& picture)
 
 Picture readJpeg(const ReadRequest& request)
 {
+    requireDecodableJpeg(request);
     const VImage header = opened(request, "jpegload", VIPS_ACCESS_SEQUENTIAL);
     requireAcceptableSize(header.width(), header.height(), 1, request.limits);
     return {

@@ -17,12 +17,12 @@ protected:
     static void SetUpTestSuite() { startLibraries(); }
 };
 
-constexpr PictureFormat opaque{.id = "opaque"};
-constexpr PictureFormat transparent{.id = "transparent", .hasAlpha = true};
-constexpr PictureFormat deep{.id = "deep", .depth = PixelDepth::sixteen, .hasAlpha = true};
-constexpr PictureFormat floating{.id = "floating", .depth = PixelDepth::floating, .hasAlpha = true};
-constexpr PictureFormat tagged{.id = "tagged", .hasAlpha = true, .hasProfile = true};
-constexpr PictureFormat printed{.id = "printed", .hasProfile = true, .hasCmyk = true};
+constexpr WrittenPictures opaque{};
+constexpr WrittenPictures transparent{.hasAlpha = true};
+constexpr WrittenPictures deep{.depth = PixelDepth::sixteen, .hasAlpha = true};
+constexpr WrittenPictures floating{.depth = PixelDepth::floating, .hasAlpha = true};
+constexpr WrittenPictures tagged{.hasAlpha = true, .hasProfile = true};
+constexpr WrittenPictures printed{.hasProfile = true, .hasCmyk = true};
 
 VImage filled(std::vector<double> pixel, VipsInterpretation interpretation, int width = 4, int height = 2,
               VipsBandFormat format = VIPS_FORMAT_UCHAR)
@@ -39,7 +39,7 @@ VImage rgba(double red, double green, double blue, double alpha)
     return filled({red, green, blue, alpha}, VIPS_INTERPRETATION_sRGB);
 }
 
-VImage adaptedFrame(const VImage& frame, const PictureFormat& target, const ConversionOptions& options = {})
+VImage adaptedFrame(const VImage& frame, const WrittenPictures& target, const ConversionOptions& options = {})
 {
     return adapted({.frames = {frame}}, target, options).first();
 }
@@ -47,7 +47,7 @@ VImage adaptedFrame(const VImage& frame, const PictureFormat& target, const Conv
 struct PixelCase {
     const char* name;
     VImage frame;
-    const PictureFormat& target;
+    const WrittenPictures& target;
     ConversionOptions options;
     VipsBandFormat format;
     std::vector<double> pixel;
@@ -176,7 +176,7 @@ TEST_F(AdaptationTest, turnsOnceAndScalesTheLongestSideExactly)
     EXPECT_EQ(size(adaptedFrame(wide, opaque, {.maxPixelDimension = 100})), (std::pair{100, 1})) << "no side is lost";
     EXPECT_EQ(size(adaptedFrame(wide, opaque, {.maxPixelDimension = 2'000})), (std::pair{1'001, 3}))
         << "never enlarged";
-    EXPECT_EQ(size(adaptedFrame(wide, {.id = "small", .longestSide = 50})), (std::pair{50, 1}));
+    EXPECT_EQ(size(adaptedFrame(wide, {.longestSide = 50})), (std::pair{50, 1}));
 }
 
 TEST_F(AdaptationTest, scalingMixesNoColourOfWhatIsTransparent)
@@ -189,6 +189,27 @@ TEST_F(AdaptationTest, scalingMixesNoColourOfWhatIsTransparent)
         if (const std::vector<double> pixel = small.getpoint(x, 5); pixel[3] > 10) {
             EXPECT_LT(pixel[1], 20) << "at " << x;
         }
+    }
+}
+
+TEST_F(AdaptationTest, scalingMixesLight)
+{
+    const VImage places = VImage::xyz(64, 64);
+    const VImage checker = ((places[0] + places[1]) % 2 * 255).cast(VIPS_FORMAT_UCHAR);
+    const auto middle = [](const VImage& image, const WrittenPictures& target) {
+        return adaptedFrame(image, target, {.maxPixelDimension = 16}).getpoint(8, 8);
+    };
+    const VImage grey = checker.copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_B_W));
+    const VImage grey16 = (checker.cast(VIPS_FORMAT_USHORT) * 257)
+                              .cast(VIPS_FORMAT_USHORT)
+                              .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_GREY16));
+    EXPECT_NEAR(middle(grey, opaque)[0], 188, 1) << "half of the light, not half of the number";
+    EXPECT_NEAR(middle(grey16, deep)[0], 188 * 257, 257);
+    EXPECT_NEAR(middle(grey.bandjoin(255), transparent)[0], 188, 1);
+    EXPECT_EQ(middle(grey.bandjoin(255), transparent)[1], 255);
+    for (const double value : {0.0, 1.0, 17.0, 128.0, 254.0, 255.0}) {
+        const VImage even = filled({value, value, value}, VIPS_INTERPRETATION_sRGB, 64, 64);
+        EXPECT_EQ(middle(even, opaque)[0], value) << "what is even stays as it is";
     }
 }
 
@@ -209,7 +230,7 @@ TEST_F(AdaptationTest, keepsTheFramesThatTheTargetHolds)
     for (const Row& row : rows) {
         const Picture picture{
             .frames = {rgb(1, 1, 1), rgb(2, 2, 2), rgb(3, 3, 3)}, .kind = row.kind, .delays = {10, 20, 30}};
-        const Picture result = adapted(picture, {.id = "target", .pictures = row.kept}, {});
+        const Picture result = adapted(picture, {.pictures = row.kept}, {});
         EXPECT_EQ(result.frames.size(), row.frames);
         EXPECT_EQ(result.kind, row.frames == 1 ? FrameKind::single : row.kind);
         EXPECT_EQ(result.first().getpoint(0, 0)[0], 1);
