@@ -86,6 +86,18 @@ vips::VImage withUsableProfile(const vips::VImage& image)
     return bare;
 }
 
+std::string savedProfile(void* profile, const char* name)
+{
+    const std::unique_ptr<cmsMLU, Release<cmsMLUfree>> text{cmsMLUalloc(nullptr, 1)};
+    cmsMLUsetASCII(text.get(), "en", "US", name);
+    cmsWriteTag(profile, cmsSigProfileDescriptionTag, text.get());
+    cmsUInt32Number size = 0;
+    if (!cmsSaveProfileToMem(profile, nullptr, &size))
+        return {};
+    std::string bytes(size, '\0');
+    return cmsSaveProfileToMem(profile, bytes.data(), &size) ? bytes : std::string{};
+}
+
 void embedProfile(vips::VImage& image, std::string_view profile)
 {
     if (!fits(profile, image))

@@ -3,6 +3,7 @@
 #include <vips/vips8>
 
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace nivex::image {
@@ -15,6 +16,10 @@ ProfileColors colorsOfProfile(std::string_view profile);
 /// How colours are to be read by a profile: relative to white where it has a table for that, else as it offers. None
 /// where it offers nothing, or is none.
 std::optional<VipsIntent> readingIntent(std::string_view profile);
+
+/// The bytes of a profile (cmsHPROFILE) that Little CMS has made, with the name that every profile must have; empty
+/// where it cannot be saved.
+std::string savedProfile(void* profile, const char* name);
 
 /// Embeds a foreign ICC profile in a picture, provided that it is one and fits the picture's colours.
 void embedProfile(vips::VImage& image, std::string_view profile);

@@ -1,5 +1,6 @@
 #include "NivexWorkers/Image/Codecs/Heif/HeifColors.hpp"
 
+#include "NivexWorkers/Image/Codecs/Profiles.hpp"
 #include "NivexWorkers/Image/Codecs/Release.hpp"
 
 #include <lcms2.h>
@@ -75,7 +76,6 @@ cmsToneCurve* curveOf(heif_transfer_characteristics transfer)
     }
 }
 
-/// An ICC profile must be named.
 const char* nameOf(const heif_color_profile_nclx& colors)
 {
     if (colors.color_primaries == heif_color_primaries_SMPTE_EG_432_1 && isLikeSrgb(colors.transfer_characteristics))
@@ -110,17 +110,7 @@ std::string profileOfCodedColors(const heif_color_profile_nclx& colors)
     const std::unique_ptr<void, Release<cmsCloseProfile>> profile{cmsCreateRGBProfile(&white, &primaries, curves)};
     if (!profile)
         return {};
-    const std::unique_ptr<cmsMLU, Release<cmsMLUfree>> name{cmsMLUalloc(nullptr, 1)};
-    cmsMLUsetASCII(name.get(), "en", "US", nameOf(colors));
-    cmsWriteTag(profile.get(), cmsSigProfileDescriptionTag, name.get());
-
-    cmsUInt32Number size = 0;
-    if (!cmsSaveProfileToMem(profile.get(), nullptr, &size))
-        return {};
-    std::string bytes(size, '\0');
-    if (!cmsSaveProfileToMem(profile.get(), bytes.data(), &size))
-        return {};
-    return bytes;
+    return savedProfile(profile.get(), nameOf(colors));
 }
 
 } // namespace nivex::image

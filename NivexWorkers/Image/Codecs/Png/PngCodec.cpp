@@ -2,6 +2,7 @@
 #include "NivexWorkers/Image/Codecs/Bitmaps/BitmapImage.hpp"
 #include "NivexWorkers/Image/Codecs/PixelBuffer.hpp"
 #include "NivexWorkers/Image/Codecs/Png/Apng.hpp"
+#include "NivexWorkers/Image/Codecs/Png/PngColors.hpp"
 #include "NivexWorkers/Image/Codecs/Png/PngWriter.hpp"
 #include "NivexWorkers/Image/Codecs/Profiles.hpp"
 #include "NivexWorkers/Image/Codecs/Vips/VipsFiles.hpp"
@@ -179,9 +180,13 @@ Picture readPng(const ReadRequest& request)
     Picture picture =
         animation ? readAnimation(request, *file, *animation) : readStill(request, exif ? exif->orientation() : 1);
     picture.metadata = std::move(metadata);
-    for (VImage& frame : picture.frames)
+    const std::string colors = profileOfPngColors(*file);
+    for (VImage& frame : picture.frames) {
+        if (!colors.empty() && !hasProfile(frame))
+            embedProfile(frame, colors);
         if (exif && exif->orientation() != numberField(frame, VIPS_META_ORIENTATION, 1))
             frame.set(VIPS_META_ORIENTATION, exif->orientation());
+    }
     return picture;
 }
 
