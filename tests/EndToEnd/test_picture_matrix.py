@@ -382,7 +382,8 @@ class PictureMatrix(NivexCase):
             self.fault(source, target, "the picture is upright but still tells of an orientation")
         isPassedThrough = target == "pdf" and source.format == "jpeg" and \
             self.originals[source.name].read_bytes() in path.read_bytes()
-        if not row.lossless and not isPassedThrough:
+        isExact = target == "pdf" and b"/DCTDecode" not in path.read_bytes()
+        if not row.lossless and not isPassedThrough and not isExact:
             found.add("compression")
         return found
 
