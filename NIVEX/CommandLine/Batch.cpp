@@ -474,6 +474,9 @@ PlanChoice planTo(const FileFormat& target, const ConversionPlanner& planner, co
             ConversionError::unsupported(filled("le fichier est déjà au format {}"_fr, {target.name})).message()};
     if (auto plan = planner.plan(detection, target.id))
         return std::move(*plan);
+    if (detection.format)
+        if (const auto obstacle = planner.obstacle(detection.format->id, target.id))
+            return NoPlan{ConversionError::engineUnavailable(*obstacle).message()};
     const std::string source = detection.format ? detection.format->name : std::string{"format inconnu"_fr};
     return NoPlan{ConversionError::unsupported(
                       filled("aucun moteur de cette machine ne mène de {} à {}"_fr, {source, target.name}))

@@ -33,6 +33,23 @@ const ConversionEngine* ConversionPlanner::engine(const EngineID& id) const
     return known == enginesByID_.end() ? nullptr : known->second;
 }
 
+std::optional<std::string> ConversionPlanner::obstacle(const FormatID& source, const FormatID& target) const
+{
+    std::optional<std::string> onTheWay; // of an engine that reads the source, where none does the whole
+    for (const auto& engine : engines_) {
+        const std::optional<std::string> reason = engine->availability().reason();
+        if (!reason)
+            continue;
+        for (const EngineCapability& each : engine->capabilities()) {
+            if (each.source == source && each.target == target)
+                return reason;
+            if (each.source == source && !onTheWay)
+                onTheWay = reason;
+        }
+    }
+    return onTheWay;
+}
+
 std::vector<ConversionPlan> ConversionPlanner::plans(const DetectionResult& detection) const
 {
     if (!detection.isUsable())

@@ -10,6 +10,7 @@
 #include <map>
 #include <optional>
 #include <span>
+#include <string>
 #include <unordered_map>
 #include <vector>
 
@@ -44,6 +45,10 @@ public:
 
     /// The one of `plans` that leads to `target`, without making and ranking the others.
     std::optional<ConversionPlan> plan(const DetectionResult& detection, const FormatID& target) const;
+
+    /// Why an engine that could lead from one format to the other does not work on this machine; none when there is no
+    /// such engine.
+    std::optional<std::string> obstacle(const FormatID& source, const FormatID& target) const;
 
     /// The targets that all the files share, in the proposal order of the first one.
     std::vector<CommonPlan> commonPlans(std::span<const DetectionResult> detections) const;

@@ -1,6 +1,7 @@
 #include "NivexWorkers/Host/ForkServer.hpp"
 
 #include "NivexWorkers/Host/Child.hpp"
+#include "NivexWorkers/Host/JobByHand.hpp"
 #include "NivexWorkers/Host/Sanitizers.hpp"
 
 #include "NivexKit/Foundation/Files/FileDescriptor.hpp"
@@ -161,9 +162,11 @@ bool hasControlSocket()
 int serve(int argumentCount, char** arguments, const Handlers& handlers)
 {
     openStandardDescriptors();
+    if (argumentCount > 1 && std::string_view{arguments[1]} == byHandWord)
+        return jobByHand({arguments + 2, arguments + argumentCount}, handlers);
     const auto idle = idleTime(argumentCount, arguments);
     if (!idle || !hasControlSocket()) {
-        std::fputs("This program is started by NIVEX and is of no use alone.\n", stderr);
+        std::fputs("This program is started by NIVEX and is of no use alone, but for --by-hand.\n", stderr);
         return 2;
     }
     ::close_range(controlDescriptor + 1, ~0u, 0);

@@ -1,17 +1,31 @@
 """Places where programs are run and that are not a person's desktop: containers, odd folders."""
+import ctypes
 import pathlib
 import shutil
+import struct
 import subprocess
 import unittest
 
 from nivex_case import NivexCase, PROGRAM, SAMPLES, needs_pictures
 
 SANITIZED = b"__asan_init" in pathlib.Path(PROGRAM).read_bytes()
+LANDLOCK = 444  # its first call, on every architecture
 IN_NAMESPACE = ["unshare", "--user", "--map-root-user"]
 
 
 def works(*command):
     return shutil.which(command[0]) and subprocess.run([*command, "true"], capture_output=True).returncode == 0
+
+
+def without_call(number):
+    """Makes the kernel deny, to this process and all that it starts, that it has a call."""
+    no_new_privileges, filter_calls, allowed, not_there = 38, 22, 0x7FFF0000, 0x00050026
+    code = [(0x20, 0, 0, 0), (0x15, 0, 1, number), (0x06, 0, 0, not_there), (0x06, 0, 0, allowed)]
+    instructions = ctypes.create_string_buffer(b"".join(struct.pack("HBBI", *each) for each in code))
+    library = ctypes.CDLL(None)
+    library.prctl(no_new_privileges, 1, 0, 0, 0)
+    if library.prctl(filter_calls, 2, struct.pack("HxxxxxxP", len(code), ctypes.addressof(instructions)), 0, 0) != 0:
+        raise OSError("no filter of calls")
 
 
 def having_mounted(what, where):
@@ -23,6 +37,14 @@ class Surroundings(NivexCase):
     def setUp(self):
         super().setUp()
         self.source = self.write("picture.jpg", (SAMPLES / "soir.jpg").read_bytes())
+
+    def test_a_kernel_without_a_required_layer(self):
+        """The command that was asked for names the layer, not only the doctor."""
+        result = subprocess.run([self.program, "convert", str(self.source), "--to", "png"], env=self.environment,
+                                capture_output=True, cwd=self.folder, preexec_fn=lambda: without_call(LANDLOCK))
+        self.assertNotEqual(result.returncode, 0)
+        self.assertIn("Accès aux fichiers (Landlock)", (result.stdout + result.stderr).decode())
+        self.assertEqual(list(self.folder.glob("*.png")), [])
 
     def converts(self, *wrapper, **how):
         command = [*wrapper, self.program, "convert", str(self.source), "--to", "png", "--out", str(self.folder)]

@@ -139,6 +139,24 @@ TEST(ConversionPlanner, severalFilesShareTheTargetsThatAllOfThemHave)
     EXPECT_THAT(planner.commonPlans({}), IsEmpty());
 }
 
+TEST(ConversionPlanner, saysWhatKeepsAnEngineFromWorking)
+{
+    using testing::edge;
+    using testing::FakeEngine;
+    const auto stopped = [](EngineID id, std::vector<EngineCapability> edges, const char* reason) {
+        auto engine = std::make_shared<FakeEngine>(id, std::move(edges));
+        engine->state = EngineAvailability::unavailable(reason);
+        return engine;
+    };
+    const ConversionPlanner planner{{stopped("far", {edge("png", "pdf")}, "no Landlock"),
+                                     stopped("direct", {edge("png", "jpeg")}, "no program"),
+                                     std::make_shared<FakeEngine>("works", std::vector{edge("gif", "png")})},
+                                    FormatRegistry::standard()};
+    EXPECT_EQ(planner.obstacle("png", "jpeg"), "no program") << "the engine that does it in one step comes first";
+    EXPECT_EQ(planner.obstacle("png", "tiff"), "no Landlock");
+    EXPECT_EQ(planner.obstacle("gif", "webp"), std::nullopt) << "an engine that works is no obstacle";
+}
+
 TEST(ConversionPlanner, shrinkingStaysInTheFormat)
 {
     const auto silent = [](const char* format) {
