@@ -91,12 +91,12 @@ auto withDestination(const OpenFolder& destination, Work work)
     }
 }
 
-/// A single result bears the name that is wanted, to the letter of its extension.
+/// A single result bears the name that is wanted, to the letter of its extension, also where that is none.
 void rename(MadeFile& result, const fs::path& wanted)
 {
     result.baseName = OutputNaming::sanitizedBaseName(wanted.stem().native());
-    if (const std::string extension = wanted.extension(); extension.size() > 1)
-        result.extension = extension.substr(1);
+    const std::string extension = wanted.extension();
+    result.extension = extension.empty() ? extension : extension.substr(1);
 }
 
 /// A volume may keep no dates: then the results are simply new.

@@ -347,13 +347,14 @@ class PictureMatrix(NivexCase):
         """What the result has really lost."""
         row = TARGETS[target]
         found = set()
+        isExact = target == "pdf" and b"/DCTDecode" not in path.read_bytes()
         width = told.get("File:ImageWidth") or next((v for k, v in told.items() if k.endswith(":ImageWidth")), None)
         if source.large:
             if width is None and not isinstance(opinion, str):
                 width = opinion[0]
             if width is not None and width < 66000:
                 found.add("resolution")
-            return found | ({"compression"} if not row.lossless else set())
+            return found | (set() if row.lossless or isExact else {"compression"})
         # Encoders drop an alpha that is opaque everywhere, where they could keep it.
         if source.alpha and not frames[0].alpha and (not row.alpha or min(truth[0].pixels[3::4]) < 65535):
             found.add("transparency")
@@ -382,7 +383,6 @@ class PictureMatrix(NivexCase):
             self.fault(source, target, "the picture is upright but still tells of an orientation")
         isPassedThrough = target == "pdf" and source.format == "jpeg" and \
             self.originals[source.name].read_bytes() in path.read_bytes()
-        isExact = target == "pdf" and b"/DCTDecode" not in path.read_bytes()
         if not row.lossless and not isPassedThrough and not isExact:
             found.add("compression")
         return found

@@ -157,12 +157,25 @@ void readPackedBits(TIFF* tiff, const Layout& layout, PixelBuffer& pixels)
         });
 }
 
+/// libtiff makes up what a cut JPEG stream lacks, so the places of all strips and tiles are looked at first.
+void requireWhole(TIFF* tiff)
+{
+    const std::uint64_t fileBytes = TIFFGetSizeProc(tiff)(TIFFClientdata(tiff));
+    const std::uint32_t count = TIFFIsTiled(tiff) != 0 ? TIFFNumberOfTiles(tiff) : TIFFNumberOfStrips(tiff);
+    for (std::uint32_t i = 0; i < count; ++i) {
+        const std::uint64_t offset = TIFFGetStrileOffset(tiff, i);
+        if (offset > fileBytes || TIFFGetStrileByteCount(tiff, i) > fileBytes - offset)
+            throw damaged();
+    }
+}
+
 /// What libtiff makes red, green and blue itself, without alpha.
 VImage readColorDifferences(TIFF* tiff, const Layout& layout)
 {
     char reason[1024] = "";
     if (TIFFRGBAImageOK(tiff, reason) == 0)
         throw unsupportedTiff();
+    requireWhole(tiff);
     PixelBuffer pixels{layout.width, layout.height, 4, VIPS_FORMAT_UCHAR, VIPS_INTERPRETATION_sRGB};
     constexpr int stopOnError = 1;
     const int asStored = number<std::uint16_t>(tiff, TIFFTAG_ORIENTATION);
