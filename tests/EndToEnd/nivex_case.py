@@ -76,7 +76,9 @@ class NivexCase(unittest.TestCase):
     def names(self, folder="."):
         """Every file below a folder of the test's, hidden ones included."""
         root = self.folder / folder
-        return sorted(str(path.relative_to(root)) for path in root.rglob("*") if not path.is_dir())
+        # os.walk passes over folders that go away meanwhile.
+        return sorted(str(pathlib.Path(base, name).relative_to(root))
+                      for base, _, names in os.walk(root) for name in names)
 
     def nothing_hidden(self, folder="."):
         return not [name for name in os.listdir(self.folder / folder) if name.startswith(".")]
