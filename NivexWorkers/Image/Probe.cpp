@@ -1,7 +1,6 @@
 #include "NivexWorkers/Image/Probe.hpp"
 
 #include "NivexWorkers/Image/Codecs/Codec.hpp"
-#include "NivexWorkers/Image/Metadata/Metadata.hpp"
 
 #include "NivexKit/Engines/Image/PictureFormats.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
@@ -20,7 +19,7 @@ bool tellsPosition(const Metadata& metadata, const VImage& picture)
     return whole.exif != without.exif || whole.xmp != without.xmp || whole.iptc != without.iptc;
 }
 
-SourceProperties measured(const Picture& picture, const EngineRequest& request)
+SourceProperties measured(const Codec& source, const Picture& picture, const EngineRequest& request)
 {
     const VImage& first = picture.first();
     SourceProperties properties{.pixelWidth = first.width(),
@@ -33,8 +32,7 @@ SourceProperties measured(const Picture& picture, const EngineRequest& request)
         properties.imageCount = static_cast<std::int64_t>(picture.frames.size());
     if (!request.sourceFormat.typeIdentifiers.empty())
         properties.decoderTypeIdentifier = request.sourceFormat.typeIdentifiers.front();
-    const Metadata metadata =
-        picture.metadata.isEmpty() ? readMetadata(request.input, request.sourceFormat.id.rawValue) : picture.metadata;
+    const Metadata metadata = metadataOf(source, picture, request.input);
     if (!metadata.isEmpty())
         properties.hasLocation = tellsPosition(metadata, first);
     return properties;
@@ -48,7 +46,7 @@ SourceProperties probePicture(const EngineRequest& request)
     if (!source.read)
         throw ConversionError::unsupported(filled("le format {} n'est pas une image"_fr, {request.sourceFormat.name}));
     try {
-        return measured(source.read({.file = request.input, .format = source.format, .limits = request.limits}),
+        return measured(source, source.read({.file = request.input, .format = source.format, .limits = request.limits}),
                         request);
     } catch (const vips::VError&) {
         throw damaged();

@@ -1,5 +1,6 @@
 #include "NivexWorkers/Host/ForkServer.hpp"
 #include "NivexWorkers/Image/Conversion.hpp"
+#include "NivexWorkers/Image/Libraries.hpp"
 #include "NivexWorkers/Image/Probe.hpp"
 
 #include <OpenEXRConfig.h>

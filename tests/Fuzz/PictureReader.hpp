@@ -1,7 +1,7 @@
 #pragma once
 
 #include "NivexWorkers/Image/Codecs/Codec.hpp"
-#include "NivexWorkers/Image/Conversion.hpp"
+#include "NivexWorkers/Image/Libraries.hpp"
 
 #include "NivexKit/Foundation/ResourceLimits.hpp"
 

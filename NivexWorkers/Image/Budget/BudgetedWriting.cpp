@@ -4,15 +4,13 @@
 #include "NivexWorkers/Image/Codecs/Profiles.hpp"
 #include "NivexWorkers/Image/Codecs/Progress.hpp"
 #include "NivexWorkers/Image/Pixels/Adaptation.hpp"
+#include "NivexWorkers/Image/Writing.hpp"
 
 #include "NivexKit/Foundation/Text/ByteCount.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <algorithm>
 #include <cmath>
-#include <iterator>
-#include <string_view>
-#include <thread>
 
 namespace nivex::image {
 namespace {
@@ -20,34 +18,7 @@ namespace {
 namespace fs = std::filesystem;
 using vips::VImage;
 
-/// What the search has to know of an encoder.
-struct EncoderRow {
-    std::string_view format;
-    double lowestQuality; // below it a picture with fewer pixels looks better at the same size
-    double qualityStep = 0.01;
-    double steepness = 2.5;
-    bool isSlow = false;
-    double lowestBitsPerPixel = 0; // of an encoder that meets a number of bytes: the same in that measure
-};
-
-// clang-format off
-constexpr EncoderRow encoders[] = {
-    {.format = "jpeg", .lowestQuality = 0.50},
-    {.format = "heic", .lowestQuality = 0.25, .qualityStep = 0.02, .steepness = 5, .isSlow = true},
-    {.format = "avif", .lowestQuality = 0.30, .qualityStep = 0.005, .steepness = 4, .isSlow = true},
-    {.format = "jp2",  .lowestQuality = 0, .lowestBitsPerPixel = 0.25},
-    {.format = "pdf",  .lowestQuality = 0.50},
-};
-// clang-format on
 constexpr double shortestLongestSide = 16; // pixels; a picture that is worth having has more
-
-const EncoderRow& encoderOf(const FormatID& target)
-{
-    const auto found = std::ranges::find(encoders, target.rawValue, &EncoderRow::format);
-    if (found == std::end(encoders))
-        throw ConversionError::unsupported("ce format ne propose pas de poids cible"_fr);
-    return *found;
-}
 
 // More than this is kept in a temporary file instead of in memory.
 constexpr std::uint64_t mostPixelBytesInMemory = 512 << 20;
@@ -113,7 +84,7 @@ class Attempts {
 public:
     Attempts(Picture picture, const WrittenPictures& target, const EngineRequest& request,
              const ProgressCallback& progress)
-        : whole_{std::move(picture)},
+        : codec_{codec(request.targetFormat.id.rawValue)}, whole_{std::move(picture)},
           longestSide_{image::longestSide(whole_)}, target_{target}, request_{request}, progress_{progress}
     {
     }
@@ -140,7 +111,6 @@ public:
         };
         const Picture& picture = scaledTo(attempt.scale);
         write(picture, file, attempt, progress);
-        embedMetadata(file, request_.targetFormat.id.rawValue, picture.metadata);
         done_ = begin + share;
         const auto size = static_cast<std::int64_t>(fs::file_size(file));
         if (size <= *request_.options.maxFileBytes)
@@ -178,12 +148,11 @@ private:
     void write(const Picture& picture, const fs::path& file, const EncodingAttempt& attempt,
                const ProgressCallback& progress) const
     {
-        codec(request_.targetFormat.id.rawValue)
-            .write(picture, {.file = file,
-                             .quality = encoderQuality(request_, attempt.quality),
-                             .progress = progress,
-                             .processors = std::max(1u, std::thread::hardware_concurrency()),
-                             .goalBytes = attempt.goalBytes});
+        const WriteRequest writing = writingOf(request_, file, attempt.quality, progress);
+        if (attempt.goalBytes > 0)
+            codec_.search->writeOfBytes(picture, writing, attempt.goalBytes);
+        else
+            codec_.write(picture, writing);
     }
 
     std::int64_t bytesOf(const VImage& image, const EncodingAttempt& attempt) const
@@ -203,7 +172,7 @@ private:
         if (side != scaledSide_) {
             // All but the size has been adapted.
             scaled_ = adapted(whole_, target_, {.maxPixelDimension = side});
-            if (request_.targetFormat.id == "pdf")
+            if (codec_.search->keepsPageSize)
                 keepPageSizes(scaled_);
             scaled_ = computed(
                 std::move(scaled_), [](auto) {}, 0);
@@ -224,6 +193,7 @@ private:
         }
     }
 
+    const Codec& codec_;
     Picture whole_;
     int longestSide_;
     Picture scaled_;
@@ -237,40 +207,32 @@ private:
 
 } // namespace
 
-double encoderQuality(const EngineRequest& request, double quality)
-{
-    const PictureFormat* const source = pictureFormat(request.sourceFormat.id.rawValue);
-    const PictureFormat* const target = pictureFormat(request.targetFormat.id.rawValue);
-    const bool keepsAll = source && source->read && source->read->isExact && target && target->written &&
-                          target->written->keepsExact && quality >= ConversionOptions{}.quality;
-    return keepsAll ? 1 : quality;
-}
-
 void writeWithinBudget(Picture picture, const WrittenPictures& target, const EngineRequest& request,
                        const ProgressCallback& progress)
 {
-    const EncoderRow& encoder = encoderOf(request.targetFormat.id);
+    const auto& search = codec(request.targetFormat.id.rawValue).search;
+    if (!search)
+        throw ConversionError::unsupported("ce format ne propose pas de poids cible"_fr);
     const auto profileBytes = static_cast<std::int64_t>(profileOf(picture.first()).size());
     Attempts attempts{computed(std::move(picture), progress, shareOfDecoding), target, request, progress};
     const EncodingTrial encode = [&](const EncodingAttempt& attempt) { return attempts.encode(attempt); };
     const std::int64_t maximumBytes = *request.options.maxFileBytes;
-    const bool isEstimated = encoder.isSlow && attempts.canEstimate();
+    const bool isEstimated = search->isSlow && attempts.canEstimate();
     const EncodingTrial estimate = [&](const EncodingAttempt& attempt) { return attempts.estimate(attempt); };
     const double lowestScale = std::min(1.0, shortestLongestSide / attempts.longestSide());
-    const auto best = encoder.lowestBitsPerPixel > 0
-                          ? bestAttemptByRate({.maximumBytes = maximumBytes,
-                                               .quality = request.options.quality,
-                                               .pixels = attempts.pixels(),
-                                               .lowestBitsPerPixel = encoder.lowestBitsPerPixel,
-                                               .lowestScale = lowestScale},
-                                              encode)
-                          : bestAttempt({.maximumBytes = maximumBytes,
-                                         .quality = request.options.quality,
-                                         .lowestQuality = encoder.lowestQuality,
-                                         .qualityStep = encoder.qualityStep,
-                                         .lowestScale = lowestScale,
-                                         .steepness = encoder.steepness},
-                                        encode, isEstimated ? estimate : EncodingTrial{});
+    const auto best = search->writeOfBytes ? bestAttemptByRate({.maximumBytes = maximumBytes,
+                                                                .quality = request.options.quality,
+                                                                .pixels = attempts.pixels(),
+                                                                .lowestBitsPerPixel = search->lowestBitsPerPixel,
+                                                                .lowestScale = lowestScale},
+                                                               encode)
+                                           : bestAttempt({.maximumBytes = maximumBytes,
+                                                          .quality = request.options.quality,
+                                                          .lowestQuality = search->lowestQuality,
+                                                          .qualityStep = search->qualityStep,
+                                                          .lowestScale = lowestScale,
+                                                          .steepness = search->steepness},
+                                                         encode, isEstimated ? estimate : EncodingTrial{});
     if (!best && profileBytes > maximumBytes / 2)
         throw ConversionError::encodingFailed(
             filled("impossible d'obtenir un fichier de moins de {} : le profil de couleur en demande déjà {}"_fr,

@@ -7,10 +7,6 @@
 
 namespace nivex::image {
 
-/// What an encoder is asked for where a person asks for a quality: everything, where the target keeps what was stored
-/// without loss (WrittenPictures::keepsExact) and no less than usual is asked for.
-double encoderQuality(const EngineRequest& request, double quality);
-
 /// Writes a picture that has been adapted to request.outputLocation(), no larger than request.options.maxFileBytes and
 /// looking as good as that allows. Pixels are computed once; attempts are written in the working directory and removed
 /// again.

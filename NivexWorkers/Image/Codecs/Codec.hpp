@@ -9,6 +9,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <span>
 #include <string_view>
 
 namespace nivex::image {
@@ -35,13 +36,21 @@ struct WriteRequest {
     double quality = 0.85;             // 0…1; 1.0 is lossless where the format can be
     const ProgressCallback& progress;  // of the writing, which includes the decoding of what is pulled
     unsigned processors = 1;
-    /// Of jp2 only: how many bytes the file is to have, which is met to about 0.1 % from below unless so many are not
-    /// needed; metadata embedded later come on top. `quality` then only chooses between lossy and lossless coding.
-    /// 0 for as many as the quality needs.
-    std::int64_t goalBytes = 0;
-    /// Of pdf only: where the picture came from, whose data are to be taken over as they are. One for which there is
-    /// jpegInPdf.
-    std::optional<JpegSource> jpeg = std::nullopt;
+};
+
+/// How an encoder answers the search for a file below a target size (Budget/).
+struct SearchUnderSize {
+    double lowestQuality = 0;  // below it a picture with fewer pixels looks better at the same size
+    double qualityStep = 0.01; // the smallest difference that the encoder makes
+    double steepness = 2.5;    // by how much the logarithm of the size grows from quality 0 to 1, roughly
+    bool isSlow = false;       // a sample of the picture is searched first
+    /// Pictures lie on pages whose size their resolution tells: one with fewer pixels fills the same page.
+    bool keepsPageSize = false;
+
+    /// Of an encoder that meets a number of bytes, to about 0.1 % from below unless so many are not needed; metadata
+    /// come on top. `quality` then only chooses between lossy and lossless coding.
+    void (*writeOfBytes)(const Picture&, const WriteRequest&, std::int64_t bytes) = nullptr;
+    double lowestBitsPerPixel = 0; // of such an encoder: what lowestQuality is of others
 };
 
 /// How one format is read and written; either may be missing.
@@ -53,13 +62,30 @@ struct Codec {
     Picture (*read)(const ReadRequest&) = nullptr;
 
     /// Writes a picture that has been adapted to what the format holds (WrittenPictures): kind of frames, size, bands,
-    /// depth, profile, upright. Embeds picture.metadata, or leaves it to embedMetadata where that knows the format.
-    /// Throws ConversionError, `encodingFailed` where it is the encoder's fault, or vips::VError.
+    /// depth, profile, upright; and embeds picture.metadata. Throws ConversionError, `encodingFailed` where it is the
+    /// encoder's fault, or vips::VError.
     void (*write)(const Picture&, const WriteRequest&) = nullptr;
+
+    /// The metadata of a file; what cannot be read counts as absent. Missing where files of the format hold none, and
+    /// where `read` hands them on with the picture. Never throws for the file's sake.
+    Metadata (*readMetadata)(const std::filesystem::path&) = nullptr;
+
+    /// Missing where no target size is offered.
+    std::optional<SearchUnderSize> search = std::nullopt;
+
+    /// Writes a file that shows a JPEG file (one for which there is jpegInPdf) with its data as they are; the picture
+    /// is the same, adapted. Missing where the format takes over none (WrittenPictures::takesOver).
+    void (*takeOver)(const Picture&, const JpegSource&, const WriteRequest&) = nullptr;
 };
 
-/// The codec of a format of the image engine.
+/// The codec of a format of the image engine; without functions for any other.
 const Codec& codec(std::string_view format);
+
+/// Every codec, one for each of pictureFormats().
+std::span<const Codec> codecs();
+
+/// What `file` says of the picture that the codec's reader made of it.
+Metadata metadataOf(const Codec& codec, const Picture& picture, const std::filesystem::path& file);
 
 /// Throws `resourceLimit` when `width` × `height` × `frames` is above limits.maxImagePixels, and `unreadableSource`
 /// when a side is not positive.
@@ -94,6 +120,7 @@ void writeJxl(const Picture&, const WriteRequest&);
 Picture readJpeg2000(const ReadRequest&);
 Picture readJpeg2000(const ByteSource& file, const ReadRequest&); // a file inside another
 void writeJpeg2000(const Picture&, const WriteRequest&);
+void writeJpeg2000OfBytes(const Picture&, const WriteRequest&, std::int64_t bytes);
 Picture readExr(const ReadRequest&);
 void writeExr(const Picture&, const WriteRequest&);
 Picture readRaw(const ReadRequest&); // dng and the cameras' own formats
@@ -112,5 +139,6 @@ Picture readPsd(const ReadRequest&); // psd and psb
 void writePsd(const Picture&, const WriteRequest&);
 
 void writePdf(const Picture&, const WriteRequest&);
+void writePdfOfJpeg(const Picture&, const JpegSource&, const WriteRequest&);
 
 } // namespace nivex::image

@@ -13,44 +13,10 @@
 namespace nivex::image {
 namespace {
 
-struct MetadataFormat {
-    std::string_view format;
-    Metadata (*read)(const ByteSource&) = nullptr;
-    Metadata (*readByLibrary)(const std::filesystem::path&) = nullptr;
-    void (*write)(const std::filesystem::path&, const Metadata&) = nullptr;
-};
-
-// clang-format off
-constexpr MetadataFormat formats[] = {
-    {"jpeg", readJpegMetadata,      nullptr,          writeJpegMetadata},
-    {"png",  readPngMetadata,       nullptr,          writePngMetadata},
-    {"webp", readWebpMetadata,      nullptr,          writeWebpMetadata},
-    {"tiff", nullptr,               readTiffMetadata, writeTiffMetadata},
-    {"jp2",  readJpeg2000Metadata,  nullptr,          writeJpeg2000Metadata},
-    {"psd",  readPhotoshopMetadata},
-    {"psb",  readPhotoshopMetadata},
-    {"geotiff", nullptr,            readTiffMetadata},
-    {"dng",  nullptr,               readTiffMetadata},
-    {"cr2",  nullptr,               readTiffMetadata},
-    {"cr3",  nullptr,               readTiffMetadata},
-    {"nef",  nullptr,               readTiffMetadata},
-    {"arw",  nullptr,               readTiffMetadata},
-    {"raf",  nullptr,               readTiffMetadata},
-    {"orf",  nullptr,               readTiffMetadata},
-    {"rw2",  nullptr,               readTiffMetadata},
-};
-// clang-format on
-
 // Blocks that may lie inside Exif as tags of its main directory, where other programs would not look for them.
 constexpr std::uint16_t xmpTag = 0x02BC;
 constexpr std::uint16_t iptcTag = 0x83BB;
 constexpr std::uint16_t photoshopTag = 0x8649;
-
-const MetadataFormat* metadataFormat(std::string_view format)
-{
-    const auto found = std::ranges::find(formats, format, &MetadataFormat::format);
-    return found == std::end(formats) ? nullptr : &*found;
-}
 
 /// The first packet with what only the second one says.
 std::string united(std::string first, const std::string& second)
@@ -102,17 +68,6 @@ std::vector<std::byte> exifOfAtMost(std::size_t mostBytes, std::vector<std::byte
     return bytes.size() <= mostBytes ? bytes : std::vector<std::byte>{};
 }
 
-Metadata readMetadata(const std::filesystem::path& path, std::string_view format)
-{
-    const MetadataFormat* row = metadataFormat(format);
-    if (row && row->readByLibrary)
-        return sorted(row->readByLibrary(path));
-    if (!row || !row->read)
-        return {};
-    const auto file = FileSource::open(path);
-    return file ? sorted(row->read(*file)) : Metadata{};
-}
-
 Metadata underPolicy(Metadata metadata, MetadataPolicy policy, const UprightPicture& picture)
 {
     if (policy == MetadataPolicy::removeAll)
@@ -150,12 +105,6 @@ std::string asXmp(const Metadata& metadata)
 {
     std::string packet = withoutIptc(metadata).xmp;
     return metadata.exif.empty() ? packet : united(std::move(packet), xmpOfExif(metadata.exif));
-}
-
-void embedMetadata(const std::filesystem::path& file, std::string_view format, const Metadata& metadata)
-{
-    if (const MetadataFormat* row = metadataFormat(format); row && row->write)
-        row->write(file, metadata);
 }
 
 } // namespace nivex::image

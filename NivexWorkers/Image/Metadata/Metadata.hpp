@@ -3,9 +3,7 @@
 #include "NivexKit/Contract/ConversionOptions.hpp"
 
 #include <cstddef>
-#include <filesystem>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace nivex::image {
@@ -19,10 +17,6 @@ struct Metadata {
 
     bool isEmpty() const { return exif.empty() && xmp.empty() && iptc.empty(); }
 };
-
-/// The metadata of a file of a format that the image engine reads; what cannot be read counts as absent. Never throws
-/// for the file's sake.
-Metadata readMetadata(const std::filesystem::path& file, std::string_view format);
 
 /// What is left under a policy, for a picture whose pixels now stand upright and have this size:
 /// `keep` everything, `removeLocation` all but the position (GPS in Exif, positions in XMP and IPTC), `removeAll`
@@ -42,10 +36,5 @@ Metadata withoutIptc(Metadata metadata);
 /// All that XMP has words for as one packet: what the packet says already, then Exif and IPTC. Empty when there is
 /// nothing to say.
 std::string asXmp(const Metadata& metadata);
-
-/// Puts metadata into a finished file whose encoder did not take it, in place of what the encoder wrote: without any
-/// metadata that goes too. Formats: png, jpeg, tiff, webp, jp2; nothing happens to files of others, whose encoders
-/// embed it themselves. Memory does not grow with the file. Throws ConversionError::encodingFailed.
-void embedMetadata(const std::filesystem::path& file, std::string_view format, const Metadata& metadata);
 
 } // namespace nivex::image

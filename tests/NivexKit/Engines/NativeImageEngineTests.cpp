@@ -1,3 +1,4 @@
+#include "NivexKit/Contract/OptionCombinations.hpp"
 #include "NivexKit/Engines/Image/NativeImageEngine.hpp"
 #include "NivexKit/Engines/Image/PictureFormats.hpp"
 
@@ -141,6 +142,15 @@ TEST_F(NativeImageEngineTest, edgesOfferWhatTheWorkHonours)
     EXPECT_EQ(edge("gif", "hdr")->options, (ConversionOptionKinds{Kind::dimensions, Kind::background}));
     for (const EngineCapability& each : engine.capabilities())
         EXPECT_FALSE(each.options.contains(Kind::removeBackground));
+}
+
+TEST_F(NativeImageEngineTest, aPersonIsToldOfInksWhatTheWorkDoesWithThem)
+{
+    for (const FileFormat& each : registry().formats()) {
+        const PictureFormat* const row = pictureFormat(each.id.rawValue);
+        EXPECT_EQ(isTaken(OptionCombination::cmyk, each), row && row->written && row->written->hasCmyk)
+            << each.id.rawValue;
+    }
 }
 
 TEST_F(NativeImageEngineTest, readsMapsAndWritesNone)

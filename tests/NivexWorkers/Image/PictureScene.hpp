@@ -1,7 +1,7 @@
 #pragma once
 
 #include "NivexWorkers/Image/Codecs/Codec.hpp"
-#include "NivexWorkers/Image/Conversion.hpp"
+#include "NivexWorkers/Image/Libraries.hpp"
 
 #include "NivexKit/Foundation/ResourceLimits.hpp"
 #include "tests/Support/TemporaryFolder.hpp"
@@ -44,8 +44,12 @@ protected:
     std::string written(std::string_view format, const Picture& picture, double quality = 1, std::int64_t goal = 0)
     {
         const std::filesystem::path file = folder_ / ("written " + std::to_string(++count_));
-        codec(format).write(
-            picture, {.file = file, .quality = quality, .progress = [](auto) {}, .processors = 2, .goalBytes = goal});
+        const ProgressCallback progress = [](auto) {};
+        const WriteRequest request{.file = file, .quality = quality, .progress = progress, .processors = 2};
+        if (goal > 0)
+            codec(format).search->writeOfBytes(picture, request, goal);
+        else
+            codec(format).write(picture, request);
         return nivex::testing::contentsOf(file);
     }
 

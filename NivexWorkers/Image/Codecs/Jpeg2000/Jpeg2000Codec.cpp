@@ -570,7 +570,9 @@ Picture readJpeg2000(const ByteSource& source, const ReadRequest& request)
     return {.frames = {std::move(image)}};
 }
 
-void writeJpeg2000(const Picture& picture, const WriteRequest& request)
+void writeJpeg2000(const Picture& picture, const WriteRequest& request) { writeJpeg2000OfBytes(picture, request, 0); }
+
+void writeJpeg2000OfBytes(const Picture& picture, const WriteRequest& request, std::int64_t bytes)
 {
     const VImage& image = picture.first();
     const std::string_view profile = profileOf(image);
@@ -582,7 +584,7 @@ void writeJpeg2000(const Picture& picture, const WriteRequest& request)
                             .pixelsPerMetreX = pixelsPerMetre(image.xres()),
                             .pixelsPerMetreY = pixelsPerMetre(image.yres())};
     const auto around = static_cast<std::int64_t>(jpeg2000Head(head, 0).size());
-    const std::int64_t goal = request.goalBytes == 0 ? 0 : std::max<std::int64_t>(1, request.goalBytes - around);
+    const std::int64_t goal = bytes == 0 ? 0 : std::max<std::int64_t>(1, bytes - around);
     const std::string codestream = Encoding{image, request, goal}.codestream(request.progress);
     NewFile file{request.file};
     file.write(jpeg2000Head(head, codestream.size()));

@@ -273,21 +273,24 @@ private:
 void writePdf(const Picture& picture, const WriteRequest& request)
 {
     PdfPages pages{request};
-    if (request.jpeg) {
-        const auto file = FileSource::open(request.jpeg->file);
-        const auto facts = file ? jpegInPdf(*file) : std::nullopt;
-        if (!facts)
-            throw damaged();
-        pages.addUntouched(picture.first(), *request.jpeg, *facts);
-    } else {
-        const auto count = static_cast<double>(picture.frames.size());
-        for (std::size_t i = 0; i < picture.frames.size(); ++i) {
-            const ProgressCallback part = [&](std::optional<double> fraction) {
-                request.progress((static_cast<double>(i) + fraction.value_or(0)) / count);
-            };
-            pages.addEncoded(picture.frames[i], part);
-        }
+    const auto count = static_cast<double>(picture.frames.size());
+    for (std::size_t i = 0; i < picture.frames.size(); ++i) {
+        const ProgressCallback part = [&](std::optional<double> fraction) {
+            request.progress((static_cast<double>(i) + fraction.value_or(0)) / count);
+        };
+        pages.addEncoded(picture.frames[i], part);
     }
+    pages.finish(picture.metadata);
+}
+
+void writePdfOfJpeg(const Picture& picture, const JpegSource& jpeg, const WriteRequest& request)
+{
+    const auto file = FileSource::open(jpeg.file);
+    const auto facts = file ? jpegInPdf(*file) : std::nullopt;
+    if (!facts)
+        throw damaged();
+    PdfPages pages{request};
+    pages.addUntouched(picture.first(), jpeg, *facts);
     pages.finish(picture.metadata);
 }
 

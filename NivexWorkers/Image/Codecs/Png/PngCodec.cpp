@@ -6,6 +6,7 @@
 #include "NivexWorkers/Image/Codecs/Png/PngWriter.hpp"
 #include "NivexWorkers/Image/Codecs/Profiles.hpp"
 #include "NivexWorkers/Image/Codecs/Vips/VipsFiles.hpp"
+#include "NivexWorkers/Image/Metadata/Containers.hpp"
 #include "NivexWorkers/Image/Metadata/ExifBlock.hpp"
 
 #include <algorithm>
@@ -173,9 +174,9 @@ Picture readStill(const ReadRequest& request, int orientation)
 Picture readPng(const ReadRequest& request)
 {
     // libvips takes in what is told in front of the pixels; some programs tell of the camera behind them.
-    Metadata metadata = readMetadata(request.file, "png");
-    const auto exif = ExifBlock::parse(metadata.exif);
     const SharedSource file = openedSource(request);
+    Metadata metadata = sorted(readPngMetadata(*file));
+    const auto exif = ExifBlock::parse(metadata.exif);
     const auto animation = request.wantsAllFrames ? openApng(*file, request.limits) : std::nullopt;
     Picture picture =
         animation ? readAnimation(request, *file, *animation) : readStill(request, exif ? exif->orientation() : 1);

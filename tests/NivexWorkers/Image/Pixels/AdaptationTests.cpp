@@ -1,4 +1,4 @@
-#include "NivexWorkers/Image/Conversion.hpp"
+#include "NivexWorkers/Image/Libraries.hpp"
 #include "NivexWorkers/Image/Pixels/Adaptation.hpp"
 #include "NivexWorkers/Image/Pixels/Colors.hpp"
 #include "NivexWorkers/Image/Pixels/Components.hpp"

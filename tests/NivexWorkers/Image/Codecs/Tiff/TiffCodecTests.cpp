@@ -1,5 +1,5 @@
 #include "NivexWorkers/Image/Codecs/Codec.hpp"
-#include "NivexWorkers/Image/Conversion.hpp"
+#include "NivexWorkers/Image/Libraries.hpp"
 
 #include "tests/Support/TemporaryFolder.hpp"
 

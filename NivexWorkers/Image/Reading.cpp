@@ -1,0 +1,33 @@
+#include "NivexWorkers/Image/Reading.hpp"
+
+#include "NivexWorkers/Image/LibraryErrors.hpp"
+
+namespace nivex::image {
+
+Picture readSource(const Codec& source, const WrittenPictures& target, const EngineRequest& request)
+{
+    Picture picture = source.read({.file = request.input,
+                                   .format = source.format,
+                                   .limits = request.limits,
+                                   .wantsAllFrames = target.pictures != KeptPictures::first,
+                                   .longestSide = request.options.maxPixelDimension.value_or(0)});
+    if (target.hasMetadata && request.options.metadata != MetadataPolicy::removeAll)
+        picture.metadata = metadataOf(source, picture, request.input);
+    return picture;
+}
+
+bool isReadableThroughout(const EngineRequest& request)
+{
+    const OneThread thread; // several may lose an error: see hasErrorBehind
+    try {
+        const ReadRequest reading{
+            .file = request.input, .format = request.sourceFormat.id.rawValue, .limits = request.limits};
+        for (const vips::VImage& frame : codec(reading.format).read(reading).frames)
+            frame.avg();
+        return true;
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
+} // namespace nivex::image

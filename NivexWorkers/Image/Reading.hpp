@@ -1,0 +1,17 @@
+#pragma once
+
+#include "NivexWorkers/Image/Codecs/Codec.hpp"
+
+#include "NivexKit/Contract/EngineRequest.hpp"
+#include "NivexKit/Engines/Image/PictureFormats.hpp"
+
+namespace nivex::image {
+
+/// Opens the source of a request, with as much of it as the target keeps: frames, metadata and size.
+/// Throws what the codec's reader throws.
+Picture readSource(const Codec& source, const WrittenPictures& target, const EngineRequest& request);
+
+/// Pulls every pixel of the source, to learn whether a failure to write was a failure to read.
+bool isReadableThroughout(const EngineRequest& request);
+
+} // namespace nivex::image
