@@ -29,7 +29,11 @@ EngineList denseEngines()
     return engines;
 }
 
-EngineList realEngines() { return EngineCatalog::standard(FormatRegistry::standard()); }
+EngineList realEngines()
+{
+    static const auto pool = std::make_shared<WorkerPool>(WorkerPool::Settings::ofThisMachine());
+    return EngineCatalog::standard(FormatRegistry::standard(), pool);
+}
 
 /// A file that has something to lose at every turn.
 DetectionResult richFile(const FileFormat& format)

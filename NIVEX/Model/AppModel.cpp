@@ -1,7 +1,6 @@
 #include "NIVEX/Model/AppModel.hpp"
 
 #include "NivexKit/Engines/Catalog/EngineCatalog.hpp"
-#include "NivexKit/Workers/WorkerPool.hpp"
 
 namespace nivex {
 
@@ -9,14 +8,22 @@ AppModel::AppModel(MainLoop& mainLoop, Environment environment)
     : mainLoop_{mainLoop}, environment_{std::move(environment)},
       preferencesFile_{PreferencesFile::defaultLocation(environment_)}, preferences_{preferencesFile_.load()}
 {
-    if (preferences_.incompleteSandbox == IncompleteSandbox::proceed)
-        WorkerPool::standard().setAcceptsMissingLayers(true);
+}
+
+const std::shared_ptr<WorkerPool>& AppModel::workers()
+{
+    if (!workers_) {
+        WorkerPool::Settings settings = WorkerPool::Settings::ofThisMachine();
+        settings.acceptsMissingLayers = preferences_.incompleteSandbox == IncompleteSandbox::proceed;
+        workers_ = std::make_shared<WorkerPool>(std::move(settings));
+    }
+    return workers_;
 }
 
 const FileDetector& AppModel::detector()
 {
     if (!detector_) {
-        deepProbes_ = EngineCatalog::deepProbes(registry(), ResourceLimits::standard());
+        deepProbes_ = EngineCatalog::deepProbes(registry(), ResourceLimits::standard(), workers());
         detector_.emplace(registry(), ResourceLimits::standard(), deepProbes_);
     }
     return *detector_;
@@ -25,7 +32,7 @@ const FileDetector& AppModel::detector()
 const EngineList& AppModel::engines()
 {
     if (!engines_)
-        engines_ = EngineCatalog::standard(registry());
+        engines_ = EngineCatalog::standard(registry(), workers());
     return *engines_;
 }
 
@@ -47,9 +54,9 @@ HistoryStore& AppModel::history()
 ConversionQueue& AppModel::queue()
 {
     if (!queue_) {
-        queue_ = std::make_unique<ConversionQueue>(
-            ConversionRunner{engines(), registry(), ResourceLimits::standard(), EngineCatalog::budgetShrinker()},
-            mainLoop_);
+        queue_ = std::make_unique<ConversionQueue>(ConversionRunner{engines(), registry(), ResourceLimits::standard(),
+                                                                    EngineCatalog::budgetShrinker(workers())},
+                                                   mainLoop_);
         queue_->onJobFinished = [this](const ConversionJob& job) {
             if (keepsHistory_)
                 history().record(job);

@@ -11,6 +11,7 @@
 #include "NivexKit/Foundation/Files/UserFolders.hpp"
 #include "NivexKit/Foundation/Running/MainLoop.hpp"
 #include "NivexKit/Planning/ConversionPlanner.hpp"
+#include "NivexKit/Workers/WorkerPool.hpp"
 
 #include <memory>
 #include <optional>
@@ -24,6 +25,8 @@ public:
     AppModel(MainLoop& mainLoop, Environment environment);
 
     const FormatRegistry& registry() const { return FormatRegistry::standard(); }
+    /// The one pool of worker programs; everything that needs one has it from here.
+    const std::shared_ptr<WorkerPool>& workers();
     const FileDetector& detector();
     const EngineList& engines();
     const ConversionPlanner& planner();
@@ -45,6 +48,7 @@ private:
     Environment environment_;
     PreferencesFile preferencesFile_;
     Preferences preferences_; // as they were at the start
+    std::shared_ptr<WorkerPool> workers_;
     SourceProbes deepProbes_;
     std::optional<FileDetector> detector_;
     std::optional<EngineList> engines_;

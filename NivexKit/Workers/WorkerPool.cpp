@@ -51,12 +51,6 @@ WorkerPool::WorkerPool(Settings settings) : settings_{std::move(settings)} {}
 
 WorkerPool::~WorkerPool() = default;
 
-WorkerPool& WorkerPool::standard()
-{
-    static WorkerPool pool{Settings::ofThisMachine()};
-    return pool;
-}
-
 std::optional<fs::path> WorkerPool::fileOf(const std::string& program) const
 {
     for (const fs::path& folder : settings_.folders)
@@ -70,7 +64,7 @@ EngineAvailability WorkerPool::availability(const std::string& program) const
     if (!fileOf(program))
         return EngineAvailability::unavailable(missingProgram(program));
     static const std::vector<std::string> missing = SandboxPosture::ofThisKernel().missing();
-    if (!missing.empty() && !acceptsMissingLayers_)
+    if (!missing.empty() && !settings_.acceptsMissingLayers)
         return EngineAvailability::unavailable(
             filled("ce système ne permet pas d'isoler les conversions, il manque : {}"_fr, {joined(missing)}));
     if (isHeldUp(program))
@@ -166,7 +160,7 @@ WorkerRequest WorkerPool::requestFor(WorkerTask task, const WorkerCall& call) co
         .limits = {.memoryBytes = settings_.memoryBytes,
                    .fileBytes = settings_.fileBytes,
                    .processorTime = wall * settings_.processors},
-        .acceptsMissingLayers = acceptsMissingLayers_,
+        .acceptsMissingLayers = settings_.acceptsMissingLayers,
     };
 }
 

@@ -5,7 +5,6 @@
 #include "NivexKit/Workers/WorkerProtocol.hpp"
 #include "NivexKit/Workers/WorkerServer.hpp"
 
-#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <map>
@@ -39,6 +38,7 @@ public:
         unsigned processors = 1;                          // a job's processor time is its time limit on each of them
         std::chrono::milliseconds endingTime{5'000}; // for a killed job, which may have many gigabytes to give back
         bool showsErrors = false;                    // what the programs write to standard error is seen
+        bool acceptsMissingLayers = false; // go on where the kernel refuses a required layer: only where a person asked
 
         /// For the program that is running on this machine: its folders beside the executable, in the build tree or in
         /// the installed libexec folder; half of the memory, between 2 and 16 GiB.
@@ -48,12 +48,6 @@ public:
     explicit WorkerPool(Settings settings);
     /// Ends every program. No call may be under way.
     ~WorkerPool();
-
-    /// The pool that the engines share, with the settings of this machine.
-    static WorkerPool& standard();
-
-    /// Whether conversions go on where the kernel refuses a required layer of the sandbox. Off unless a person asked.
-    void setAcceptsMissingLayers(bool accepts) { acceptsMissingLayers_ = accepts; }
 
     /// Whether work can be given to a program: it is installed, the kernel grants what is required, and no job of it
     /// lives on that should have ended. Starts nothing.
@@ -92,7 +86,6 @@ private:
     ServerPointer server(const std::string& program);
 
     Settings settings_;
-    std::atomic<bool> acceptsMissingLayers_{false};
     mutable std::mutex mutex_; // guards what follows
     std::map<std::string, ServerPointer> servers_;
     mutable std::map<std::string, std::vector<std::unique_ptr<WorkerChild>>> unended_; // by program

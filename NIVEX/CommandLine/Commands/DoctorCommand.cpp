@@ -3,7 +3,6 @@
 
 #include "NivexKit/Foundation/Text/StringTable.hpp"
 #include "NivexKit/Foundation/Text/Unicode.hpp"
-#include "NivexKit/Workers/WorkerPool.hpp"
 
 namespace nivex::commandline {
 namespace {
@@ -27,7 +26,7 @@ struct Report {
 Report gather(Session& session)
 {
     Report report{.workers = {}, .sandbox = SandboxPosture::ofThisKernel(), .folders = {}};
-    WorkerPool& pool = WorkerPool::standard();
+    WorkerPool& pool = *session.model.workers();
     for (const std::string& program : pool.programs()) {
         WorkerReport worker{.program = program, .description = {}, .problem = {}};
         try {

@@ -1,58 +1,64 @@
 #include "NivexKit/Engines/Catalog/EngineCatalog.hpp"
 
-#include "NivexKit/Engines/Catalog/PictureProbe.hpp"
-#include "NivexKit/Engines/Data/DataEngine.hpp"
-#include "NivexKit/Engines/Document/DocumentEngine.hpp"
-#include "NivexKit/Engines/Illustrator/IllustratorEngine.hpp"
+#include "NivexKit/Contract/DeclaredEngine.hpp"
 #include "NivexKit/Engines/Image/NativeImageEngine.hpp"
-#include "NivexKit/Engines/Image/PictureFormats.hpp"
+#include "NivexKit/Engines/Image/OptimizationEngine.hpp"
+#include "NivexKit/Engines/Image/PictureProbe.hpp"
+#include "NivexKit/Engines/Image/PictureShrinker.hpp"
 #include "NivexKit/Engines/InDesign/InDesignEngine.hpp"
-#include "NivexKit/Engines/InDesignPreview/InDesignPreviewEngine.hpp"
-#include "NivexKit/Engines/Media/MediaEngine.hpp"
-#include "NivexKit/Engines/Optimization/OptimizationEngine.hpp"
-#include "NivexKit/Engines/Optimization/PictureShrinker.hpp"
-#include "NivexKit/Engines/Scene/SceneEngine.hpp"
 #include "NivexKit/Engines/Subtitle/SubtitleEngine.hpp"
-#include "NivexKit/Engines/TextRecognition/TextRecognitionEngine.hpp"
-#include "NivexKit/Engines/Vector/VectorEngine.hpp"
 #include "NivexKit/Planning/ConversionGraph.hpp"
 
 namespace nivex {
+namespace {
 
-EngineList EngineCatalog::standard(const FormatRegistry& registry)
+/// An engine that waits for its work.
+std::shared_ptr<const ConversionEngine> declared(DeclaredEngine::Declaration declaration)
 {
-    return {
-        std::make_shared<NativeImageEngine>(registry),
-        std::make_shared<OptimizationEngine>(registry),
-        std::make_shared<MediaEngine>(registry),
-        std::make_shared<DocumentEngine>(registry),
-        std::make_shared<DataEngine>(registry),
-        std::make_shared<SubtitleEngine>(registry),
-        std::make_shared<VectorEngine>(registry),
-        std::make_shared<IllustratorEngine>(registry),
-        std::make_shared<InDesignEngine>(registry, InDesignEngine::installedApplication()),
-        std::make_shared<InDesignPreviewEngine>(registry),
-        std::make_shared<TextRecognitionEngine>(registry),
-        std::make_shared<SceneEngine>(registry),
-    };
+    return std::make_shared<DeclaredEngine>(std::move(declaration));
 }
 
-std::shared_ptr<const BudgetShrinker> EngineCatalog::budgetShrinker() { return std::make_shared<PictureShrinker>(); }
+std::chrono::seconds mediaLimit(const ResourceLimits& limits) { return limits.mediaStepTimeout; }
 
-SourceProbes EngineCatalog::deepProbes(const FormatRegistry& registry, const ResourceLimits& limits)
+} // namespace
+
+EngineList EngineCatalog::standard(const FormatRegistry& registry, const std::shared_ptr<WorkerPool>& pool)
 {
-    std::vector<FormatID> readable;
-    for (const PictureFormat& row : pictureFormats())
-        if (row.read && registry.format(FormatID{row.id}))
-            readable.emplace_back(row.id);
+    // clang-format off
+    return {
+        std::make_shared<NativeImageEngine>(registry, pool),
+        std::make_shared<OptimizationEngine>(registry, pool),
+        declared({.id = "native-media", .displayName = "Audio et vidéo macOS (AVFoundation)"_fr, .timeout = mediaLimit}),
+        declared({.id = "native-document", .displayName = "Documents macOS (système de texte Cocoa)"_fr}),
+        declared({.id = "native-data", .displayName = "Données (CSV, Excel, JSON, YAML, plist)"_fr}),
+        std::make_shared<SubtitleEngine>(registry),
+        declared({.id = "native-vector", .displayName = "Dessins vectoriels macOS (SVG)"_fr}),
+        declared({.id = "native-illustrator", .displayName = "Illustrator (contenu PDF intégré)"_fr}),
+        std::make_shared<InDesignEngine>(InDesignEngine::installedApplication()),
+        declared({.id = "native-indesign-preview", .displayName = "Aperçus enregistrés par InDesign"_fr}),
+        declared({.id = "native-text", .displayName = "Reconnaissance de texte macOS (Vision)"_fr}),
+        declared({.id = "native-3d", .displayName = "3D (FBX, glTF, USD, OBJ, STL, PLY)"_fr}),
+    };
+    // clang-format on
+}
+
+std::shared_ptr<const BudgetShrinker> EngineCatalog::budgetShrinker(const std::shared_ptr<WorkerPool>& pool)
+{
+    return std::make_shared<PictureShrinker>(pool);
+}
+
+SourceProbes EngineCatalog::deepProbes(const FormatRegistry& registry, const ResourceLimits& limits,
+                                       const std::shared_ptr<WorkerPool>& pool)
+{
     SourceProbes probes;
-    probes.add(std::make_shared<PictureProbe>(registry, limits, WorkerPool::standard()), readable);
+    probes.add(std::make_shared<PictureProbe>(registry, limits, pool), PictureProbe::formats(registry));
     return probes;
 }
 
-std::set<FormatID> EngineCatalog::pendingValidationSources(const FormatRegistry& registry)
+std::set<FormatID> EngineCatalog::pendingValidationSources(const FormatRegistry& registry,
+                                                           const std::shared_ptr<WorkerPool>& pool)
 {
-    const EngineList engines = standard(registry);
+    const EngineList engines = standard(registry, pool);
     const ConversionGraph graph{engines};
     std::set<FormatID> pending = NativeImageEngine::pendingValidationSources(registry);
     std::erase_if(pending, [&](const FormatID& format) { return graph.isReadable(format); });

@@ -3,7 +3,6 @@
 #include "NivexKit/Contract/LossAnalysis.hpp"
 #include "NivexKit/Contract/OutputBudget.hpp"
 #include "NivexKit/Engines/Image/PictureFormats.hpp"
-#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <algorithm>
 #include <cstdint>
@@ -123,28 +122,31 @@ ConversionOptionKinds optionsOf(const FileFormat& source, const WrittenPictures&
     return kinds;
 }
 
-} // namespace
-
-NativeImageEngine::NativeImageEngine(const FormatRegistry& registry, WorkerPool& pool)
-    : pool_{pool}, availability_{pool.availability("image")}
+std::vector<EngineCapability> edges(const FormatRegistry& registry)
 {
+    std::vector<EngineCapability> edges;
     for (const PictureFormat& source : pictureFormats()) {
         const FileFormat* from = registry.format(FormatID{source.id});
         if (!from || !source.read)
             continue;
         for (const PictureFormat& target : pictureFormats())
             if (const FileFormat* to = registry.format(FormatID{target.id}); to && target.written && to != from)
-                capabilities_.push_back({.source = from->id,
-                                         .target = to->id,
-                                         .potentialLosses = lossesOfRichest(*from, *target.written),
-                                         .options = optionsOf(*from, *target.written, *to),
-                                         .reportsProgress = true,
-                                         .supportsCancellation = true,
-                                         .refused = {Kind::removeBackground}});
+                edges.push_back({.source = from->id,
+                                 .target = to->id,
+                                 .potentialLosses = lossesOfRichest(*from, *target.written),
+                                 .options = optionsOf(*from, *target.written, *to),
+                                 .reportsProgress = true,
+                                 .refused = {Kind::removeBackground}});
     }
+    return edges;
 }
 
-std::string NativeImageEngine::displayName() const { return "Images macOS (ImageIO)"_fr; }
+} // namespace
+
+NativeImageEngine::NativeImageEngine(const FormatRegistry& registry, std::shared_ptr<WorkerPool> pool)
+    : WorkerEngine{{"native-image", "Images macOS (ImageIO)"_fr, "image"}, std::move(pool), edges(registry)}
+{
+}
 
 ConversionLoss NativeImageEngine::expectedLosses(const FileFormat& source, const SourceProperties& properties,
                                                  const FileFormat& target) const
@@ -152,13 +154,6 @@ ConversionLoss NativeImageEngine::expectedLosses(const FileFormat& source, const
     const PictureFormat* row = pictureFormat(target.id.rawValue);
     return row && row->written ? lossesOf(source, properties, *row->written)
                                : LossAnalysis::inherent(source, properties, target);
-}
-
-std::vector<std::filesystem::path> NativeImageEngine::convert(const EngineRequest& request,
-                                                              const ProgressCallback& progress,
-                                                              const CancellationFlag& cancellation) const
-{
-    return pool_.convert({.program = "image", .engine = id(), .request = request}, progress, cancellation);
 }
 
 std::set<FormatID> NativeImageEngine::pendingValidationSources(const FormatRegistry& registry)

@@ -12,6 +12,8 @@ using ::testing::Not;
 
 const FormatRegistry& registry() { return FormatRegistry::standard(); }
 
+std::shared_ptr<WorkerPool> pool() { return std::make_shared<WorkerPool>(WorkerPool::Settings::ofThisMachine()); }
+
 TEST(EngineCatalog, namesItsEnginesInOrder)
 {
     const std::pair<const char*, const char*> expected[] = {
@@ -28,7 +30,7 @@ TEST(EngineCatalog, namesItsEnginesInOrder)
         {"native-text", "Reconnaissance de texte macOS (Vision)"},
         {"native-3d", "3D (FBX, glTF, USD, OBJ, STL, PLY)"},
     };
-    const EngineList engines = EngineCatalog::standard(registry());
+    const EngineList engines = EngineCatalog::standard(registry(), pool());
     ASSERT_EQ(engines.size(), std::size(expected));
     for (std::size_t i = 0; i < engines.size(); ++i) {
         EXPECT_EQ(engines[i]->id(), EngineID{expected[i].first});
@@ -38,7 +40,7 @@ TEST(EngineCatalog, namesItsEnginesInOrder)
 
 TEST(EngineCatalog, engineThatDoesNotWorkHereSaysWhyAndOffersNothing)
 {
-    const EngineList engines = EngineCatalog::standard(registry());
+    const EngineList engines = EngineCatalog::standard(registry(), pool());
     for (const auto& engine : engines) {
         SCOPED_TRACE(engine->id().rawValue);
         const bool works = engine->availability().isAvailable();
@@ -50,7 +52,7 @@ TEST(EngineCatalog, engineThatDoesNotWorkHereSaysWhyAndOffersNothing)
     const ConversionEngine& inDesign = *engines[8];
     EXPECT_EQ(inDesign.availability(), EngineAvailability::unavailable("InDesign n'est pas installé sur ce Mac"));
     EXPECT_THAT(inDesign.dependencies(), ElementsAre("Adobe InDesign"));
-    EXPECT_NE(InDesignEngine(registry(), "/Applications/InDesign").availability(), inDesign.availability())
+    EXPECT_NE(InDesignEngine("/Applications/InDesign").availability(), inDesign.availability())
         << "an installed application is not called missing";
     EXPECT_THROW(inDesign.convert({}, [](auto) {}, {}), ConversionError);
 }
@@ -59,7 +61,7 @@ TEST(EngineCatalog, onlyTwoEnginesHaveTimeLimitsOfTheirOwn)
 {
     EngineRequest request;
     request.limits.mediaStepTimeout = std::chrono::seconds{77};
-    for (const auto& engine : EngineCatalog::standard(registry())) {
+    for (const auto& engine : EngineCatalog::standard(registry(), pool())) {
         std::optional<std::chrono::seconds> expected;
         if (engine->id() == EngineID{"native-media"})
             expected = std::chrono::seconds{77};
@@ -71,8 +73,8 @@ TEST(EngineCatalog, onlyTwoEnginesHaveTimeLimitsOfTheirOwn)
 
 TEST(EngineCatalog, aFormatThatSomeEdgeReadsIsNotPending)
 {
-    const std::set<FormatID> pending = EngineCatalog::pendingValidationSources(registry());
-    const EngineList engines = EngineCatalog::standard(registry());
+    const std::set<FormatID> pending = EngineCatalog::pendingValidationSources(registry(), pool());
+    const EngineList engines = EngineCatalog::standard(registry(), pool());
     const ConversionGraph graph{engines};
     for (const FormatID& format : graph.readableFormats())
         EXPECT_THAT(pending, Not(Contains(format)));
@@ -80,7 +82,7 @@ TEST(EngineCatalog, aFormatThatSomeEdgeReadsIsNotPending)
         EXPECT_TRUE(pending.contains(format) || graph.isReadable(format)) << format.rawValue;
     EXPECT_TRUE(pending.contains("ktx2"));
     EXPECT_FALSE(pending.contains("mp3")) << "no picture";
-    EXPECT_TRUE(EngineCatalog::pendingValidationSources(FormatRegistry{{}}).empty());
+    EXPECT_TRUE(EngineCatalog::pendingValidationSources(FormatRegistry{{}}, pool()).empty());
 }
 
 } // namespace

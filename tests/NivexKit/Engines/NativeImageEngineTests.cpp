@@ -27,7 +27,7 @@ protected:
         return found == edges.end() ? nullptr : &*found;
     }
 
-    WorkerPool pool{{.folders = {}}};
+    std::shared_ptr<WorkerPool> pool = std::make_shared<WorkerPool>(WorkerPool::Settings{});
     NativeImageEngine engine{registry(), pool};
 };
 

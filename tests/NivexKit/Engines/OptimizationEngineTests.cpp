@@ -1,7 +1,7 @@
 #include "NivexKit/Detection/FileDetector.hpp"
 #include "NivexKit/Engines/Catalog/EngineCatalog.hpp"
-#include "NivexKit/Engines/Optimization/OptimizationEngine.hpp"
-#include "NivexKit/Engines/Optimization/PictureShrinker.hpp"
+#include "NivexKit/Engines/Image/OptimizationEngine.hpp"
+#include "NivexKit/Engines/Image/PictureShrinker.hpp"
 #include "tests/Support/TemporaryFolder.hpp"
 
 namespace nivex::testing {
@@ -11,10 +11,18 @@ namespace fs = std::filesystem;
 
 const FormatRegistry& registry() { return FormatRegistry::standard(); }
 
+/// A pool whose programs lie in one folder; without it there are none.
+std::shared_ptr<WorkerPool> poolOf(const std::optional<fs::path>& folder = {})
+{
+    WorkerPool::Settings settings;
+    if (folder)
+        settings.folders = {*folder};
+    return std::make_shared<WorkerPool>(std::move(settings));
+}
+
 TEST(OptimizationEngine, shrinksPicturesInTheirOwnFormat)
 {
-    WorkerPool nowhere{{.folders = {}}};
-    const OptimizationEngine engine{registry(), nowhere};
+    const OptimizationEngine engine{registry(), poolOf()};
     EXPECT_FALSE(engine.availability().isAvailable());
     std::vector<std::string> formats;
     for (const EngineCapability& each : engine.capabilities()) {
@@ -32,7 +40,6 @@ TEST(PictureShrinker, asksOnlyForTheSizeOfFilesThatAreTooLarge)
     fs::create_directory(folder / "workers");
     fs::create_symlink(fs::path{NIVEX_TEST_WORKERS_FOLDER} / "nivex-worker-hostile",
                        folder / "workers/nivex-worker-image"); // which copies its input
-    WorkerPool pool{{.folders = {folder / "workers"}}};
     const std::vector<fs::path> files = {folder.write("a/page.jpg", std::string(100, 'a')),
                                          folder.write("b/page.jpg", "b"),
                                          folder.write("c/page.jpg", std::string(200, 'c'))};
@@ -42,7 +49,7 @@ TEST(PictureShrinker, asksOnlyForTheSizeOfFilesThatAreTooLarge)
     request.workingDirectory = folder / "work";
     fs::create_directory(request.workingDirectory);
 
-    const auto results = PictureShrinker{pool}.shrinkToBudget(files, request, {});
+    const auto results = PictureShrinker{poolOf(folder / "workers")}.shrinkToBudget(files, request, {});
     ASSERT_EQ(results.size(), 3U);
     EXPECT_EQ(results[1], files[1]) << "small enough, and yet encoded again";
     EXPECT_EQ(contentsOf(results[0]), std::string(100, 'a'));
@@ -55,7 +62,7 @@ TEST(PictureShrinker, asksOnlyForTheSizeOfFilesThatAreTooLarge)
 
 TEST(EngineCatalog, detectsDeeplyWhatItsPictureEngineReads)
 {
-    const SourceProbes probes = EngineCatalog::deepProbes(registry(), ResourceLimits::standard());
+    const SourceProbes probes = EngineCatalog::deepProbes(registry(), ResourceLimits::standard(), poolOf());
     const FileDetector detector{registry(), ResourceLimits::standard(), probes};
     for (const char* read : {"png", "jpeg", "geotiff"})
         EXPECT_TRUE(detector.isReadableByImageIO(*registry().format(read))) << read;

@@ -3,20 +3,22 @@
 #include "NivexKit/Contract/BudgetShrinker.hpp"
 #include "NivexKit/Workers/WorkerPool.hpp"
 
+#include <memory>
+#include <utility>
+
 namespace nivex {
 
 /// Makes finished pictures smaller with the worker program "image".
 class PictureShrinker final : public BudgetShrinker {
 public:
-    /// The pool outlives the shrinker.
-    explicit PictureShrinker(WorkerPool& pool = WorkerPool::standard()) : pool_{pool} {}
+    explicit PictureShrinker(std::shared_ptr<WorkerPool> pool) : pool_{std::move(pool)} {}
 
     std::vector<std::filesystem::path> shrinkToBudget(const std::vector<std::filesystem::path>& files,
                                                       const EngineRequest& request,
                                                       const CancellationFlag& cancellation) const override;
 
 private:
-    WorkerPool& pool_;
+    std::shared_ptr<WorkerPool> pool_;
 };
 
 } // namespace nivex

@@ -1,5 +1,6 @@
-#include "NivexKit/Engines/Catalog/PictureProbe.hpp"
+#include "NivexKit/Engines/Image/PictureProbe.hpp"
 
+#include "NivexKit/Engines/Image/PictureFormats.hpp"
 #include "NivexKit/Foundation/ConversionError.hpp"
 
 #include <chrono>
@@ -52,6 +53,15 @@ std::optional<DetectionIssue> issueOf(const ConversionError& error)
 
 } // namespace
 
+std::vector<FormatID> PictureProbe::formats(const FormatRegistry& registry)
+{
+    std::vector<FormatID> formats;
+    for (const PictureFormat& row : pictureFormats())
+        if (row.read && registry.format(FormatID{row.id}))
+            formats.emplace_back(row.id);
+    return formats;
+}
+
 ProbeReport PictureProbe::probe(const ProbeSource& source, SourceProperties& properties) const
 {
     const FileFormat* format = registry_.format(source.format);
@@ -62,7 +72,7 @@ ProbeReport PictureProbe::probe(const ProbeSource& source, SourceProperties& pro
     call.request.sourceFormat = *format;
     call.request.limits = limits_;
     try {
-        enter(pool_.probe(call, {}), properties);
+        enter(pool_->probe(call, {}), properties);
         return {.isConfirmed = true};
     } catch (const ConversionError& error) {
         return {.issue = issueOf(error)};

@@ -1,4 +1,4 @@
-#include "NivexKit/Engines/Optimization/PictureShrinker.hpp"
+#include "NivexKit/Engines/Image/PictureShrinker.hpp"
 
 #include "NivexKit/Foundation/ConversionError.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
@@ -46,7 +46,7 @@ std::vector<fs::path> PictureShrinker::shrinkToBudget(const std::vector<fs::path
         each.workingDirectory = request.workingDirectory / std::to_string(results.size());
         fs::create_directory(each.workingDirectory);
         results.push_back(
-            pool_.convert({.program = "image", .engine = "native-optimization", .request = each}, {}, cancellation)
+            pool_->convert({.program = "image", .engine = "native-optimization", .request = each}, {}, cancellation)
                 .front());
     }
     return results;

@@ -1,0 +1,36 @@
+#include "NivexKit/Engines/Image/OptimizationEngine.hpp"
+
+namespace nivex {
+namespace {
+
+using Kind = ConversionOptionKind;
+
+constexpr ConversionLoss lossesOfShrinking = ConversionLoss::compression | ConversionLoss::resolution;
+
+std::vector<EngineCapability> edges(const FormatRegistry& registry)
+{
+    std::vector<EngineCapability> edges;
+    for (const FileFormat& format : registry.known({"jpeg", "heic", "avif", "jp2"}))
+        edges.push_back(
+            {.source = format.id,
+             .target = format.id,
+             .potentialLosses = lossesOfShrinking,
+             .options = {Kind::quality, Kind::dimensions, Kind::metadata, Kind::colorProfile, Kind::targetSize},
+             .reportsProgress = true,
+             .refused = {Kind::removeBackground}});
+    return edges;
+}
+
+} // namespace
+
+OptimizationEngine::OptimizationEngine(const FormatRegistry& registry, std::shared_ptr<WorkerPool> pool)
+    : WorkerEngine{{"native-optimization", "Optimisation locale"_fr, "image"}, std::move(pool), edges(registry)}
+{
+}
+
+ConversionLoss OptimizationEngine::expectedLosses(const FileFormat&, const SourceProperties&, const FileFormat&) const
+{
+    return lossesOfShrinking;
+}
+
+} // namespace nivex
