@@ -1,6 +1,7 @@
 // HEIF and AVIF: the items of the "meta" box and their properties.
 #include "NivexKit/Detection/Images/ImageHeaderReaders.hpp"
 #include "NivexKit/Detection/Images/ImageLocation.hpp"
+#include "NivexKit/Structures/HeifItemReferences.hpp"
 #include "NivexKit/Structures/IsoBoxes.hpp"
 
 #include <algorithm>
@@ -139,20 +140,12 @@ private:
     /// Thumbnails, auxiliary images and the tiles of a grid are parts of another image.
     void readReferences(const IsoBox& box)
     {
-        const bool hasWideIds = contents(box).u8() != 0;
-        IsoBoxes references{file_, box.begin + 4, box.end};
-        while (const auto reference = references.next()) {
-            ByteReader reader = contents(*reference);
-            const auto id = [&] { return hasWideIds ? reader.u32() : reader.u16(); };
-            const std::uint32_t from = id();
-            const std::uint16_t count = reader.u16();
-            if (reference->type == boxType("thmb") || reference->type == boxType("auxl"))
+        forEachItemReference(file_, box, [this](std::uint32_t type, std::uint32_t from, std::uint32_t to) {
+            if (type == boxType("thmb") || type == boxType("auxl"))
                 dependent_.insert(from);
-            if (reference->type != boxType("dimg"))
-                continue;
-            for (int i = 0; i < count && !reader.failed(); ++i)
-                dependent_.insert(id());
-        }
+            else if (type == boxType("dimg"))
+                dependent_.insert(to);
+        });
         dependent_.erase(primary_);
     }
 

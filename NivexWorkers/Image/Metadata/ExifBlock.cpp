@@ -21,16 +21,13 @@ std::optional<ExifBlock> ExifBlock::parse(std::vector<std::byte> bytes)
     constexpr std::array lead{std::byte{'E'}, std::byte{'x'}, std::byte{'i'}, std::byte{'f'}, std::byte{}, std::byte{}};
     if (bytes.size() > lead.size() && std::ranges::equal(lead, std::span{bytes}.first(lead.size())))
         bytes.erase(bytes.begin(), bytes.begin() + lead.size());
-    ByteReader header{bytes};
-    const auto mark = header.text(2);
-    if (mark != "II" && mark != "MM")
+    const MemorySource source{bytes};
+    const auto structure = TiffStructure::at(source, 0);
+    constexpr std::uint16_t plainTiff = 42;
+    if (!structure || structure->version() != plainTiff)
         return std::nullopt;
-    const ByteOrder order = mark == "II" ? ByteOrder::little : ByteOrder::big;
-    header.setOrder(order);
-    const std::uint16_t version = header.u16();
-    const std::size_t first = header.u32();
-    if (header.failed() || version != 42)
-        return std::nullopt;
+    const ByteOrder order = structure->order();
+    const auto first = static_cast<std::size_t>(structure->firstDirectory());
     ExifBlock block{std::move(bytes), order, first};
     if (block.mainDirectory().empty())
         return std::nullopt;
@@ -58,28 +55,32 @@ ByteReader ExifBlock::reader(std::size_t position) const
     return reader;
 }
 
+std::optional<TiffDirectory> ExifBlock::tiffDirectoryAt(std::size_t position) const
+{
+    const MemorySource source{bytes_};
+    const auto structure = TiffStructure::at(source, 0);
+    auto directory = structure && position >= headerBytes ? structure->directory(position) : std::nullopt;
+    return directory && directory->isWhole ? directory : std::nullopt;
+}
+
 ExifBlock::Directory ExifBlock::directoryAt(std::size_t position) const
 {
-    ByteReader reader = this->reader(position);
-    const std::size_t count = reader.u16();
-    if (position < headerBytes || reader.failed() || reader.left() / entryBytes < count)
+    const auto found = tiffDirectoryAt(position);
+    if (!found)
         return {};
     Directory directory;
-    for (std::size_t i = 0; i < count; ++i) {
-        Entry entry{};
-        entry.position = reader.position();
-        entry.tag = reader.u16();
-        entry.type = reader.u16();
-        entry.count = reader.u32();
-        entry.valuePosition = reader.position();
-        const std::size_t offset = reader.u32();
-        const std::size_t bytes = tiffValueSize(entry.type) * entry.count;
-        if (bytes <= 4)
+    for (const TiffField& field : found->fields) {
+        Entry entry{.position = static_cast<std::size_t>(field.entry),
+                    .tag = field.tag,
+                    .type = field.type,
+                    .count = static_cast<std::uint32_t>(field.count),
+                    .valuePosition = static_cast<std::size_t>(field.position),
+                    .valueBytes = 0};
+        const std::size_t bytes = tiffValueSize(field.type) * entry.count;
+        const bool isWithin = entry.valuePosition >= headerBytes && entry.valuePosition <= bytes_.size() &&
+                              bytes <= bytes_.size() - entry.valuePosition;
+        if (isWithin)
             entry.valueBytes = bytes;
-        else if (offset >= headerBytes && offset <= bytes_.size() && bytes <= bytes_.size() - offset) {
-            entry.valuePosition = offset;
-            entry.valueBytes = bytes;
-        }
         directory.push_back(entry);
     }
     return directory;
@@ -101,9 +102,8 @@ ExifBlock::Directory ExifBlock::exifDirectory() const
 
 std::optional<std::size_t> ExifBlock::thumbnailPosition() const
 {
-    ByteReader link = reader(nextPosition());
-    const std::size_t position = link.u32();
-    return link.failed() ? std::nullopt : std::optional{position};
+    const auto main = tiffDirectoryAt(mainPosition_);
+    return main && main->next != 0 ? std::optional{static_cast<std::size_t>(main->next)} : std::nullopt;
 }
 
 std::size_t ExifBlock::nextPosition() const { return mainPosition_ + 2 + mainDirectory().size() * entryBytes; }

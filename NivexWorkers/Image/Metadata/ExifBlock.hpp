@@ -1,6 +1,7 @@
 #pragma once
 
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
+#include "NivexKit/Structures/TiffStructure.hpp"
 
 #include <cstddef>
 #include <cstdint>
@@ -64,12 +65,13 @@ private:
     }
 
     ByteReader reader(std::size_t position) const;
+    std::optional<TiffDirectory> tiffDirectoryAt(std::size_t position) const;
     Directory directoryAt(std::size_t position) const;
     /// Where the directory lies to which an entry leads.
     std::optional<std::size_t> subdirectory(const Directory& from, std::uint16_t pointerTag) const;
     /// Where the main directory says what follows it.
     std::size_t nextPosition() const;
-    /// Where the directory of the thumbnail lies.
+    /// Where the directory of the thumbnail lies; none where no link leads to one.
     std::optional<std::size_t> thumbnailPosition() const;
     void erase(std::size_t position, std::size_t count);
     void eraseDirectory(std::size_t position);

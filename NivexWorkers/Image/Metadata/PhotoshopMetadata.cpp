@@ -1,7 +1,7 @@
 // Metadata in the image resources of PSD and PSB ("Adobe Photoshop File Formats").
 #include "NivexWorkers/Image/Metadata/Containers.hpp"
 
-#include "NivexKit/Foundation/Bytes/ByteReader.hpp"
+#include "NivexKit/Structures/PhotoshopDocument.hpp"
 #include "NivexKit/Structures/PhotoshopResources.hpp"
 
 #include <algorithm>
@@ -11,13 +11,11 @@ namespace nivex::image {
 Metadata readPhotoshopMetadata(const ByteSource& file)
 {
     Metadata metadata;
-    constexpr std::uint64_t headerBytes = 26;
-    const auto sizeAt = [&file](std::uint64_t offset) {
-        const auto bytes = file.read(offset, 4);
-        return std::size_t{ByteReader{bytes, ByteOrder::big}.u32()};
-    };
-    const std::uint64_t resources = headerBytes + 4 + sizeAt(headerBytes); // after the palette
-    const auto blocks = file.read(resources + 4, std::min(sizeAt(resources), mostBlockBytes));
+    const auto document = PhotoshopDocument::of(file);
+    if (!document)
+        return metadata;
+    const auto& resources = document->resources;
+    const auto blocks = file.read(resources.begin, std::min<std::uint64_t>(resources.size(), mostBlockBytes));
     forEachResource(blocks, [&](std::uint16_t identifier, std::span<const std::byte> contents) {
         if (identifier == photoshop::exif)
             metadata.exif.assign(contents.begin(), contents.end());

@@ -4,7 +4,6 @@
 #include "NivexWorkers/Image/Metadata/FileRewrite.hpp"
 #include "NivexWorkers/Image/Metadata/MetadataLibrary.hpp"
 
-#include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 #include "NivexKit/Foundation/Bytes/ByteWriter.hpp"
 #include "NivexKit/Structures/TiffStructure.hpp"
 
@@ -25,17 +24,19 @@ constexpr std::uint16_t tileOffsets = 324;
 constexpr std::uint16_t xmpTag = 700;
 constexpr std::uint16_t iptcTag = 33'723;
 constexpr std::size_t headerBytes = 8;
+constexpr std::size_t inlineBytes = 4; // of a value that stands in its entry
 
+/// One entry of a directory on its way into the new file.
 struct Entry {
-    std::uint16_t type;
-    std::uint32_t count;
-    std::uint32_t value;               // four bytes as they lie there: the value or where it is
-    std::vector<std::uint32_t> places; // of strips and tiles, instead of the value
+    std::uint16_t type = 0;
+    std::uint32_t count = 0;
+    std::vector<std::byte> value;        // as it stands in the entry
+    std::uint32_t position = 0;          // or where it stands, when `value` is empty
+    std::vector<std::uint32_t> places{}; // of strips and tiles, instead of either
 };
 
 struct Directory {
     std::map<std::uint16_t, Entry> entries; // in the order of their tags, as the format demands
-    std::uint32_t next = 0;
 };
 
 /// All directories of a file of ours and what has to be known to move them.
@@ -44,65 +45,62 @@ struct Pages {
     std::vector<Directory> directories;
 };
 
-std::size_t typeBytes(std::uint16_t type)
+std::vector<std::uint32_t> placesOf(const TiffStructure& file, const TiffField& field)
 {
-    const std::size_t size = tiffValueSize(type);
-    if (size == 0)
+    constexpr std::uint64_t most = mostBlockBytes / sizeof(std::uint32_t);
+    const auto numbers = file.numbers(field, most);
+    if (!numbers)
         throw metadataFailure();
-    return size;
-}
-
-std::vector<std::uint32_t> placesOf(const ByteSource& file, ByteOrder order, const Entry& entry,
-                                    std::uint64_t entryPosition)
-{
-    const std::size_t width = typeBytes(entry.type);
-    if (width != 2 && width != 4)
-        throw metadataFailure();
-    const std::size_t bytes = width * entry.count;
-    if (bytes > mostBlockBytes)
-        throw metadataFailure();
-    const auto values = file.read(bytes <= 4 ? entryPosition + 8 : entry.value, bytes);
-    ByteReader reader{values, metadataFailure(), order};
-    std::vector<std::uint32_t> places(entry.count);
-    for (std::uint32_t& place : places)
-        place = width == 2 ? reader.u16() : reader.u32();
+    std::vector<std::uint32_t> places(numbers->size());
+    std::ranges::transform(*numbers, places.begin(),
+                           [](std::uint64_t place) { return static_cast<std::uint32_t>(place); });
     return places;
 }
 
-Directory directoryAt(const ByteSource& file, ByteOrder order, std::uint64_t offset)
+Entry entryOf(const ByteSource& bytes, const TiffStructure& file, const TiffField& field)
 {
-    const auto countBytes = file.read(offset, 2);
-    const std::size_t count = ByteReader{countBytes, metadataFailure(), order}.u16();
-    const auto bytes = file.read(offset + 2, count * 12 + 4);
-    ByteReader reader{bytes, metadataFailure(), order};
-    Directory directory;
-    for (std::size_t i = 0; i < count; ++i) {
-        const std::uint16_t tag = reader.u16();
-        Entry entry{.type = reader.u16(), .count = reader.u32(), .value = reader.u32(), .places = {}};
-        if (tag == stripOffsets || tag == tileOffsets)
-            entry.places = placesOf(file, order, entry, offset + 2 + i * 12);
-        directory.entries.emplace(tag, std::move(entry));
+    if (tiffValueSize(field.type) == 0)
+        throw metadataFailure();
+    Entry entry{.type = field.type, .count = static_cast<std::uint32_t>(field.count)};
+    if (field.tag == stripOffsets || field.tag == tileOffsets)
+        entry.places = placesOf(file, field);
+    else if (field.isInline)
+        entry.value = bytes.read(field.position, inlineBytes);
+    else
+        entry.position = static_cast<std::uint32_t>(field.position);
+    return entry;
+}
+
+/// Makes everything in a directory lie `shift` bytes further on.
+void move(Directory& directory, std::uint32_t shift)
+{
+    for (auto& [tag, entry] : directory.entries) {
+        entry.position += shift;
+        for (std::uint32_t& place : entry.places)
+            place += shift;
     }
-    directory.next = reader.u32();
-    return directory;
 }
 
 /// Of which the block knows best: not every reader of pictures tells it to their writer.
 bool isResolution(std::uint16_t tag) { return tag == 282 || tag == 283 || tag == 296; }
 
 /// None for a file with offsets of 64 bits.
-std::optional<Pages> pagesOf(const ByteSource& file)
+std::optional<Pages> pagesOf(const ByteSource& bytes)
 {
-    const auto header = file.read(0, headerBytes);
-    ByteReader reader{header, metadataFailure()};
-    Pages pages{.order = reader.text(2) == "MM" ? ByteOrder::big : ByteOrder::little, .directories = {}};
-    reader.setOrder(pages.order);
-    if (reader.u16() != 42)
+    const auto file = TiffStructure::at(bytes, 0);
+    if (!file)
+        throw metadataFailure();
+    if (file->isBig())
         return std::nullopt;
-    for (std::uint32_t next = reader.u32(); next != 0; next = pages.directories.back().next) {
-        if (pages.directories.size() > 1'000'000)
+    Pages pages{.order = file->order(), .directories = {}};
+    for (std::uint64_t next = file->firstDirectory(); next != 0;) {
+        const auto directory = file->directory(next);
+        if (!directory || !directory->isWhole || pages.directories.size() > 1'000'000)
             throw metadataFailure();
-        pages.directories.push_back(directoryAt(file, pages.order, next));
+        Directory& page = pages.directories.emplace_back();
+        for (const TiffField& field : directory->fields)
+            page.entries.emplace(field.tag, entryOf(bytes, *file, field));
+        next = directory->next;
     }
     if (pages.directories.empty())
         throw metadataFailure();
@@ -140,21 +138,26 @@ Front frontOf(const Metadata& metadata, ByteOrder order)
     if (const auto exif = exifFor(order, metadata.exif)) {
         // The block lies where it would lie in a file of its own, so that every offset in it remains true.
         writer.bytes(std::span{exif->bytes()}.subspan(headerBytes));
-        for (const ExifBlock::Entry& entry : exif->mainDirectory()) {
-            ByteReader reader{exif->bytes(), order};
-            reader.seek(entry.position + 8);
-            if (entry.valueBytes != 0 && !ExifBlock::isAboutStorage(entry.tag))
-                front.entries[entry.tag] = {entry.type, entry.count, reader.u32(), {}};
+        for (const ExifBlock::Entry& each : exif->mainDirectory()) {
+            if (each.valueBytes == 0 || ExifBlock::isAboutStorage(each.tag))
+                continue;
+            Entry entry{.type = each.type, .count = each.count};
+            if (each.valueBytes > inlineBytes)
+                entry.position = static_cast<std::uint32_t>(each.valuePosition);
+            else
+                entry.value.assign(exif->bytes().begin() + static_cast<std::ptrdiff_t>(each.valuePosition),
+                                   exif->bytes().begin() +
+                                       static_cast<std::ptrdiff_t>(each.valuePosition + inlineBytes));
+            front.entries[each.tag] = std::move(entry);
         }
     }
     const auto add = [&](std::uint16_t tag, std::uint16_t type, std::string_view value) {
-        if (value.size() <= 4) // so little would lie in the entry itself, and says nothing
+        if (value.size() <= inlineBytes) // so little would lie in the entry itself, and says nothing
             return;
         pad(writer);
-        front.entries[tag] = {type,
-                              static_cast<std::uint32_t>(value.size()),
-                              static_cast<std::uint32_t>(headerBytes + writer.size()),
-                              {}};
+        front.entries[tag] = {.type = type,
+                              .count = static_cast<std::uint32_t>(value.size()),
+                              .position = static_cast<std::uint32_t>(headerBytes + writer.size())};
         writer.text(value);
     };
     add(xmpTag, typeByte, metadata.xmp);
@@ -164,8 +167,8 @@ Front frontOf(const Metadata& metadata, ByteOrder order)
     return front;
 }
 
-/// The directories anew, for a file in which everything lies `shift` bytes further on, themselves at `position`.
-std::vector<std::byte> directoriesAt(std::uint64_t position, std::uint32_t shift, const Pages& pages)
+/// The directories anew, themselves at `position`.
+std::vector<std::byte> directoriesAt(std::uint64_t position, const Pages& pages)
 {
     ByteWriter writer{pages.order};
     for (const Directory& directory : pages.directories) {
@@ -173,20 +176,18 @@ std::vector<std::byte> directoriesAt(std::uint64_t position, std::uint32_t shift
         ByteWriter arrays{pages.order};
         writer.u16(static_cast<std::uint16_t>(directory.entries.size()));
         for (const auto& [tag, entry] : directory.entries) {
-            writer.u16(tag);
-            if (entry.places.empty()) {
-                const bool isElsewhere = typeBytes(entry.type) * entry.count > 4;
-                writer.u16(entry.type).u32(entry.count).u32(isElsewhere ? entry.value + shift : entry.value);
-                continue;
+            writer.u16(tag).u16(entry.places.empty() ? entry.type : typeLong).u32(entry.count);
+            if (!entry.value.empty()) {
+                writer.bytes(entry.value);
+            } else if (entry.places.size() == 1) {
+                writer.u32(entry.places.front());
+            } else if (entry.places.empty()) {
+                writer.u32(entry.position);
+            } else {
+                writer.u32(static_cast<std::uint32_t>(end + arrays.size()));
+                for (const std::uint32_t place : entry.places)
+                    arrays.u32(place);
             }
-            writer.u16(typeLong).u32(entry.count);
-            if (entry.places.size() == 1) {
-                writer.u32(entry.places.front() + shift);
-                continue;
-            }
-            writer.u32(static_cast<std::uint32_t>(end + arrays.size()));
-            for (const std::uint32_t place : entry.places)
-                arrays.u32(place + shift);
         }
         const auto bytes = std::move(arrays).release();
         const bool isLast = &directory == &pages.directories.back();
@@ -209,15 +210,13 @@ void writeTiffMetadata(const std::filesystem::path& path, const Metadata& metada
     const auto shift = static_cast<std::uint32_t>(front.bytes.size());
     const std::uint64_t tail = (file.old().size() + shift + 3) / 4 * 4;
 
-    // Entries of the front are not shifted with the others.
+    for (Directory& directory : pages->directories)
+        move(directory, shift);
     auto& entries = pages->directories.front().entries;
     for (auto& [tag, entry] : front.entries)
-        if (!entries.contains(tag) || isResolution(tag)) {
-            if (entry.count * typeBytes(entry.type) > 4)
-                entry.value -= shift;
+        if (!entries.contains(tag) || isResolution(tag))
             entries[tag] = std::move(entry);
-        }
-    const auto directories = directoriesAt(tail, shift, *pages);
+    const auto directories = directoriesAt(tail, *pages);
     if (tail + directories.size() > std::numeric_limits<std::uint32_t>::max())
         return;
 

@@ -2,11 +2,10 @@
 #include "NivexWorkers/Image/Metadata/Containers.hpp"
 #include "NivexWorkers/Image/Metadata/FileRewrite.hpp"
 
-#include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 #include "NivexKit/Foundation/Bytes/ByteWriter.hpp"
 #include "NivexKit/Structures/RiffChunks.hpp"
+#include "NivexKit/Structures/WebpHeader.hpp"
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -33,32 +32,6 @@ std::vector<RiffChunk> chunksOf(const ByteSource& file)
     return found;
 }
 
-struct Canvas {
-    std::uint32_t width;
-    std::uint32_t height;
-    bool hasAlpha;
-};
-
-/// What the header of a bitstream tells: a lossy key frame (RFC 6386, 9.1) or a lossless picture.
-std::optional<Canvas> canvasOf(const ByteSource& file, const RiffChunk& chunk)
-{
-    const auto head = file.read(chunk.data(), 10);
-    ByteReader reader{head};
-    Canvas canvas{};
-    if (chunk.id == "VP8 ") {
-        reader.skip(6); // frame tag and start code
-        canvas.width = reader.u16() & 0x3FFFu;
-        canvas.height = reader.u16() & 0x3FFFu;
-    } else if (chunk.id == "VP8L") {
-        reader.skip(1);
-        const std::uint32_t bits = reader.u32();
-        canvas = {(bits & 0x3FFFu) + 1, ((bits >> 14) & 0x3FFFu) + 1, ((bits >> 28) & 1u) != 0};
-    } else {
-        return std::nullopt;
-    }
-    return reader.failed() || canvas.width == 0 || canvas.height == 0 ? std::nullopt : std::optional{canvas};
-}
-
 /// The data of the chunk that says what else there is.
 std::vector<std::byte> extendedHeader(const ByteSource& file, const std::vector<RiffChunk>& chunks)
 {
@@ -70,11 +43,11 @@ std::vector<std::byte> extendedHeader(const ByteSource& file, const std::vector<
             throw metadataFailure();
         return data;
     }
-    const auto canvas = canvasOf(file, chunks.front());
-    if (!canvas)
+    const auto picture = webpHeader(file, chunks.front());
+    if (!picture)
         throw metadataFailure();
     ByteWriter writer{ByteOrder::little};
-    writer.u32(canvas->hasAlpha ? hasAlpha : 0).u24(canvas->width - 1).u24(canvas->height - 1);
+    writer.u32(picture->hasAlpha ? hasAlpha : 0).u24(picture->width - 1).u24(picture->height - 1);
     return std::move(writer).release();
 }
 

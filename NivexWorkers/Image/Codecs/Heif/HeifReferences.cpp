@@ -1,8 +1,8 @@
 #include "NivexWorkers/Image/Codecs/Heif/HeifReferences.hpp"
 
+#include "NivexKit/Structures/HeifItemReferences.hpp"
 #include "NivexKit/Structures/IsoBoxes.hpp"
 
-#include <algorithm>
 #include <cstdint>
 #include <unordered_map>
 #include <vector>
@@ -46,39 +46,10 @@ private:
     std::unordered_map<std::uint32_t, std::size_t> wholes_; // how many an item is part of
 };
 
-/// Enters what a box "iref" (ISO/IEC 14496-12, 8.11.12) says.
-void addReferences(std::span<const std::byte> box, ItemGraph& graph)
-{
-    ByteReader head{box, ByteOrder::big};
-    const bool hasWideIdentifiers = head.u8() != 0;
-    head.skip(3);
-    const auto list = head.bytes(head.left());
-    const MemorySource source{list};
-    IsoBoxes references{source};
-    while (const auto reference = references.next()) {
-        const bool isDerived = reference->type == boxType("dimg");
-        if (!isDerived && reference->type != boxType("auxl"))
-            continue;
-        ByteReader reader{list.subspan(reference->begin, reference->size()), ByteOrder::big};
-        const auto identifier = [&] { return hasWideIdentifiers ? reader.u32() : reader.u16(); };
-        const std::uint32_t from = identifier();
-        for (std::size_t left = reader.u16(); left > 0; --left) {
-            const std::uint32_t to = identifier();
-            if (reader.failed())
-                return;
-            if (isDerived)
-                graph.add(from, to);
-            else
-                graph.add(to, from);
-        }
-    }
-}
-
 } // namespace
 
 bool hasCircularItems(const ByteSource& file)
 {
-    constexpr std::uint64_t mostBytes = 4u << 20; // of references: a million tiles
     constexpr std::uint64_t versionAndFlags = 4;
     ItemGraph graph;
     IsoBoxes boxes{file};
@@ -88,7 +59,12 @@ bool hasCircularItems(const ByteSource& file)
         IsoBoxes parts{file, box->begin + versionAndFlags, box->end};
         while (const auto part = parts.next())
             if (part->type == boxType("iref"))
-                addReferences(file.read(part->begin, std::min(part->size(), mostBytes)), graph);
+                forEachItemReference(file, *part, [&](std::uint32_t type, std::uint32_t from, std::uint32_t to) {
+                    if (type == boxType("dimg"))
+                        graph.add(from, to);
+                    else if (type == boxType("auxl"))
+                        graph.add(to, from);
+                });
     }
     return graph.isCircular();
 }

@@ -1,9 +1,10 @@
-// Icons of macOS. Sources: the comments of IconStorage.h and Icons.h in the macOS SDK; for what they leave out, what
-// iconutil writes.
+// The pictures of macOS icons. Sources: the comments of IconStorage.h and Icons.h in the macOS SDK; for what they leave
+// out, what iconutil writes.
 #include "NivexWorkers/Image/Codecs/Codec.hpp"
 #include "NivexWorkers/Image/Codecs/Icons/Icons.hpp"
 
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
+#include "NivexKit/Structures/IconFiles.hpp"
 
 #include <algorithm>
 #include <iterator>
@@ -20,44 +21,40 @@ enum class Layout {
 
 struct ElementRow {
     std::string_view type;
-    int side;
     Layout layout;
     std::string_view mask = {}; // the element with the alpha of `planes`
+
+    int side() const { return icnsSide(type); }
 };
 
 // clang-format off
 constexpr ElementRow elementRows[] = {
-    {"is32", 16,   Layout::planes, "s8mk"},
-    {"il32", 32,   Layout::planes, "l8mk"},
-    {"ih32", 48,   Layout::planes, "h8mk"},
-    {"it32", 128,  Layout::planes, "t8mk"},
-    {"icp4", 16,   Layout::file},
-    {"icp5", 32,   Layout::file},
-    {"icp6", 64,   Layout::file},
-    {"ic04", 16,   Layout::file},
-    {"ic05", 32,   Layout::file},
-    {"ic07", 128,  Layout::file},
-    {"ic08", 256,  Layout::file},
-    {"ic09", 512,  Layout::file},
-    {"ic10", 1024, Layout::file},
-    {"ic11", 32,   Layout::file},
-    {"ic12", 64,   Layout::file},
-    {"ic13", 256,  Layout::file},
-    {"ic14", 512,  Layout::file},
-    {"icsb", 18,   Layout::file},
-    {"icsB", 36,   Layout::file},
-    {"sb24", 24,   Layout::file},
-    {"SB24", 48,   Layout::file},
+    {"is32", Layout::planes, "s8mk"},
+    {"il32", Layout::planes, "l8mk"},
+    {"ih32", Layout::planes, "h8mk"},
+    {"it32", Layout::planes, "t8mk"},
+    {"icp4", Layout::file},
+    {"icp5", Layout::file},
+    {"icp6", Layout::file},
+    {"ic04", Layout::file},
+    {"ic05", Layout::file},
+    {"ic07", Layout::file},
+    {"ic08", Layout::file},
+    {"ic09", Layout::file},
+    {"ic10", Layout::file},
+    {"ic11", Layout::file},
+    {"ic12", Layout::file},
+    {"ic13", Layout::file},
+    {"ic14", Layout::file},
+    {"icsb", Layout::file},
+    {"icsB", Layout::file},
+    {"sb24", Layout::file},
+    {"SB24", Layout::file},
 };
 // clang-format on
 
-struct Element {
-    std::uint64_t begin = 0; // of its contents
-    std::uint64_t size = 0;
-};
-
 /// The elements by type; of several of one type the first.
-std::map<std::string, Element, std::less<>> readElements(const ByteSource& file)
+std::map<std::string, IcnsElement, std::less<>> readElements(const ByteSource& file)
 {
     constexpr std::uint64_t headBytes = 8;
     const auto headData = file.read(0, headBytes);
@@ -67,17 +64,12 @@ std::map<std::string, Element, std::less<>> readElements(const ByteSource& file)
     const std::uint64_t end = head.u32();
     if (end < headBytes || end > file.size())
         throw damaged();
-    std::map<std::string, Element, std::less<>> elements;
-    for (std::uint64_t offset = headBytes; offset < end;) {
-        const auto data = readExactly(file, offset, headBytes);
-        ByteReader reader{data, damaged(), ByteOrder::big};
-        const std::string type{reader.text(4)};
-        const std::uint64_t size = reader.u32(); // with this head
-        if (size < headBytes || size > end - offset)
-            throw damaged();
-        elements.try_emplace(type, Element{.begin = offset + headBytes, .size = size - headBytes});
-        offset += size;
-    }
+    std::map<std::string, IcnsElement, std::less<>> elements;
+    IcnsElements walk{file, end};
+    while (const auto element = walk.next())
+        elements.try_emplace(element->type, *element);
+    if (!walk.reachedEnd())
+        throw damaged();
     return elements;
 }
 
@@ -122,7 +114,7 @@ Bitmap bitmapOfPlanes(int side, std::vector<std::byte> planes, std::size_t red, 
 }
 
 /// Alpha of its own, unpacked; opaque where the file has none.
-std::vector<std::byte> maskPlane(const ByteSource& file, const Element* mask, std::size_t planeBytes)
+std::vector<std::byte> maskPlane(const ByteSource& file, const IcnsElement* mask, std::size_t planeBytes)
 {
     if (!mask)
         return std::vector<std::byte>(planeBytes, std::byte{0xFF});
@@ -131,7 +123,7 @@ std::vector<std::byte> maskPlane(const ByteSource& file, const Element* mask, st
     return readExactly(file, mask->begin, planeBytes);
 }
 
-Bitmap bitmapWithMask(const ByteSource& file, int side, const Element& colours, const Element* mask)
+Bitmap bitmapWithMask(const ByteSource& file, int side, const IcnsElement& colours, const IcnsElement* mask)
 {
     const std::size_t planeBytes = static_cast<std::size_t>(side) * static_cast<std::size_t>(side);
     // The largest of these elements begins with four zero bytes that mean nothing.
@@ -158,20 +150,20 @@ bool isJpeg2000(const ByteSource& file, std::uint64_t offset)
     return hasText(file, offset, "\0\0\0\x0CjP  "sv) || hasText(file, offset, "\xFF\x4F\xFF\x51");
 }
 
-IconPicture fileElement(const SharedSource& file, const ElementRow& row, const Element& element)
+IconPicture fileElement(const SharedSource& file, const ElementRow& row, const IcnsElement& element)
 {
     if (isPng(*file, element.begin))
         return pngInside(*file, element.begin, element.size);
     if (isJpeg2000(*file, element.begin))
         return {.coding = IconPicture::Coding::jpeg2000,
-                .width = row.side,
-                .height = row.side,
+                .width = row.side(),
+                .height = row.side(),
                 .begin = element.begin,
                 .size = element.size};
     constexpr std::string_view mark = "ARGB";
     const bool hasMark = hasText(*file, element.begin, mark);
-    IconPicture picture{.width = row.side, .height = row.side};
-    picture.bitmap = [file, side = row.side, element, hasMark, markBytes = mark.size()] {
+    IconPicture picture{.width = row.side(), .height = row.side()};
+    picture.bitmap = [file, side = row.side(), element, hasMark, markBytes = mark.size()] {
         const std::size_t planeBytes = static_cast<std::size_t>(side) * static_cast<std::size_t>(side);
         if (!hasMark) // the smallest two may hold planes without alpha
             return bitmapWithMask(*file, side, element, nullptr);
@@ -192,16 +184,16 @@ std::vector<IconPicture> openIcns(const SharedSource& file, const ResourceLimits
     };
     std::vector<IconPicture> pictures;
     for (const ElementRow& row : elementRows) {
-        const Element* element = find(row.type);
+        const IcnsElement* element = find(row.type);
         if (!element)
             continue;
         if (row.layout == Layout::file) {
             pictures.push_back(fileElement(file, row, *element));
         } else {
-            const Element* mask = find(row.mask);
-            pictures.push_back({.width = row.side,
-                                .height = row.side,
-                                .bitmap = [file, side = row.side, colours = *element,
+            const IcnsElement* mask = find(row.mask);
+            pictures.push_back({.width = row.side(),
+                                .height = row.side(),
+                                .bitmap = [file, side = row.side(), colours = *element,
                                            alpha = mask ? std::optional{*mask} : std::nullopt] {
                                     return bitmapWithMask(*file, side, colours, alpha ? &*alpha : nullptr);
                                 }});

@@ -1,9 +1,9 @@
-// Windows icons. Source: the Windows SDK's ICONDIR and ICONDIRENTRY ("Icons in Win32").
+// The pictures of Windows icons. Source: "Icons in Win32".
 #include "NivexWorkers/Image/Codecs/Bitmaps/Dib.hpp"
 #include "NivexWorkers/Image/Codecs/Codec.hpp"
 #include "NivexWorkers/Image/Codecs/Icons/Icons.hpp"
 
-#include "NivexKit/Foundation/Bytes/ByteReader.hpp"
+#include "NivexKit/Structures/IconFiles.hpp"
 
 #include <algorithm>
 #include <optional>
@@ -12,11 +12,6 @@ namespace nivex::image {
 namespace {
 
 constexpr std::uint32_t alphaMask = 0xFF000000;
-
-struct Entry {
-    std::uint32_t size = 0; // bytes
-    std::uint32_t offset = 0;
-};
 
 /// Where the bits stand that make pixels transparent, one a pixel, from the lowest row up.
 struct TransparencyMask {
@@ -52,7 +47,7 @@ Bitmap masked(const SharedSource& file, Bitmap plain, const std::optional<Transp
 }
 
 /// The header of a picture that is stored as pixels; its height is that of the picture alone.
-Dib iconDib(const ByteSource& file, const Entry& entry)
+Dib iconDib(const ByteSource& file, const IcoEntry& entry)
 {
     Dib dib = readDib(file, entry.offset, 0);
     dib.height /= 2; // the mask counts too
@@ -61,7 +56,7 @@ Dib iconDib(const ByteSource& file, const Entry& entry)
     return dib;
 }
 
-Bitmap iconBitmap(const SharedSource& file, const Entry& entry, Dib dib)
+Bitmap iconBitmap(const SharedSource& file, const IcoEntry& entry, Dib dib)
 {
     if (dib.bitsPerPixel == 32)
         dib.masks[3] = alphaMask; // which the header of an icon never names
@@ -78,36 +73,16 @@ Bitmap iconBitmap(const SharedSource& file, const Entry& entry, Dib dib)
     return masked(file, std::move(bitmap), mask);
 }
 
-std::vector<Entry> readDirectory(const ByteSource& file)
-{
-    constexpr std::size_t headerBytes = 6;
-    constexpr std::size_t entryBytes = 16;
-    const auto headerData = file.read(0, headerBytes);
-    ByteReader header{headerData, damaged()};
-    const unsigned reserved = header.u16();
-    const unsigned type = header.u16();
-    const unsigned count = header.u16();
-    constexpr unsigned icons = 1; // 2 for cursors
-    if (reserved != 0 || type != icons)
-        throw damaged();
-    const auto entryData = readExactly(file, headerBytes, count * entryBytes);
-    ByteReader reader{entryData, damaged()};
-    std::vector<Entry> entries;
-    for (unsigned i = 0; i < count; ++i) {
-        reader.skip(8); // size and depth, which the picture itself knows better
-        const std::uint32_t size = reader.u32();
-        entries.push_back({.size = size, .offset = reader.u32()});
-    }
-    return entries;
-}
-
 } // namespace
 
 std::vector<IconPicture> openIco(const SharedSource& file, const ResourceLimits& limits)
 {
+    const auto entries = icoEntries(*file);
+    if (!entries)
+        throw damaged();
     std::vector<IconPicture> pictures;
     std::int64_t total = 0;
-    for (const Entry& entry : readDirectory(*file)) {
+    for (const IcoEntry& entry : *entries) {
         if (entry.offset > file->size() || file->size() - entry.offset < entry.size)
             throw damaged();
         IconPicture picture;

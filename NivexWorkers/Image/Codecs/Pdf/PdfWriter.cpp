@@ -7,9 +7,9 @@
 #include "NivexWorkers/Image/Codecs/Vips/VipsFiles.hpp"
 #include "NivexWorkers/Image/Metadata/Metadata.hpp"
 
-#include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 #include "NivexKit/Foundation/Bytes/ByteSource.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
+#include "NivexKit/Structures/PngChunks.hpp"
 
 #include <algorithm>
 #include <array>
@@ -109,14 +109,10 @@ std::string placement(int orientation, PageSize page)
 Pieces pixelsOfPng(const ByteSource& file)
 {
     Pieces pieces;
-    for (std::uint64_t offset = 8; offset < file.size();) {
-        const auto head = file.read(offset, 8);
-        ByteReader reader{head, ByteOrder::big};
-        const std::uint64_t count = reader.u32();
-        if (reader.text(4) == "IDAT")
-            pieces.push_back({offset + 8, count});
-        offset += 12 + count;
-    }
+    PngChunks chunks{file};
+    while (const auto chunk = chunks.next())
+        if (chunk->type == "IDAT")
+            pieces.push_back({chunk->data(), chunk->count});
     return pieces;
 }
 

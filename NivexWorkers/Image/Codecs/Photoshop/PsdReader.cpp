@@ -4,6 +4,7 @@
 
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
+#include "NivexKit/Structures/PhotoshopDocument.hpp"
 #include "NivexKit/Structures/PhotoshopResources.hpp"
 
 #include <zlib.h>
@@ -90,16 +91,6 @@ Document readHeader(const ByteSource& file)
     return document;
 }
 
-std::uint64_t lengthAt(const ByteSource& file, std::uint64_t offset, std::size_t bytes)
-{
-    const auto data = file.read(offset, bytes);
-    ByteReader reader{data, damaged(), ByteOrder::big};
-    const std::uint64_t length = bytes == 8 ? reader.u64() : reader.u32();
-    if (length > file.size() - offset - bytes)
-        throw damaged();
-    return length;
-}
-
 void readResource(Document& document, std::uint16_t identifier, std::span<const std::byte> contents)
 {
     ByteReader reader{contents, ByteOrder::big};
@@ -129,72 +120,26 @@ void readResource(Document& document, std::uint16_t identifier, std::span<const 
     }
 }
 
-/// What the section of layers says about the merged picture.
-void readLayers(Document& document, const ByteSource& file, std::uint64_t begin, std::uint64_t end)
-{
-    const std::size_t lengthBytes = document.isBig ? 8 : 4;
-    if (end - begin < lengthBytes)
-        return;
-    const std::uint64_t info = lengthAt(file, begin, lengthBytes);
-    const auto takeCount = [&](std::uint64_t offset) {
-        const auto data = file.read(offset, 2);
-        ByteReader reader{data, damaged(), ByteOrder::big};
-        const auto count = static_cast<std::int16_t>(reader.u16());
-        document.hasLayers = document.hasLayers || count != 0;
-        document.layersLeaveHoles = document.layersLeaveHoles || count < 0;
-    };
-    if (info >= 2)
-        return takeCount(begin + lengthBytes);
-    // Deep documents keep their layers in a tagged block behind the mask.
-    std::uint64_t offset = begin + lengthBytes + info;
-    if (end < offset + 4)
-        return;
-    offset += 4 + lengthAt(file, offset, 4);
-    constexpr int mostBlocks = 256;
-    for (int i = 0; i < mostBlocks && offset + 12 <= end; ++i) {
-        const auto data = file.read(offset, 16);
-        ByteReader block{data, ByteOrder::big};
-        block.skip(4);
-        const std::string_view key = block.text(4);
-        const auto isOneOf = [key](std::initializer_list<std::string_view> keys) {
-            return std::ranges::find(keys, key) != keys.end();
-        };
-        const bool isWide = document.isBig && isOneOf({"LMsk", "Lr16", "Lr32", "Layr", "Mt16", "Mt32", "Mtrn", "Alph",
-                                                       "FMsk", "lnk2", "FEid", "FXid", "PxSD"});
-        const std::uint64_t length = isWide ? block.u64() : block.u32();
-        const std::uint64_t contents = offset + (isWide ? 16 : 12);
-        if (block.failed() || contents > end || length > end - contents)
-            return;
-        if (isOneOf({"Lr16", "Lr32", "Layr"}) && length >= 2)
-            takeCount(contents);
-        if (isOneOf({"Mt16", "Mt32", "Mtrn"}))
-            document.layersLeaveHoles = true;
-        offset = contents + (length + 3) / 4 * 4;
-    }
-}
-
 Document readDocument(const ByteSource& file)
 {
     Document document = readHeader(file);
-    constexpr std::size_t paletteBytes = 3 * 256;
-    std::uint64_t offset = 26;
-    const std::uint64_t modeData = lengthAt(file, offset, 4);
+    const auto parts = PhotoshopDocument::of(file);
+    const auto layers = parts ? photoshopLayers(file, *parts) : std::nullopt;
+    if (!layers)
+        throw damaged();
     if (document.mode == Mode::indexed) {
-        if (modeData < paletteBytes)
+        constexpr std::size_t paletteBytes = 3 * 256;
+        if (parts->modeData.size() < paletteBytes)
             throw damaged();
-        document.palette = readExactly(file, offset + 4, paletteBytes);
+        document.palette = readExactly(file, parts->modeData.begin, paletteBytes);
     }
-    offset += 4 + modeData;
-    const std::uint64_t resources = lengthAt(file, offset, 4);
-    const auto blocks = readExactly(file, offset + 4, static_cast<std::size_t>(resources));
+    const auto blocks = readExactly(file, parts->resources.begin, static_cast<std::size_t>(parts->resources.size()));
     forEachResource(blocks, [&](std::uint16_t identifier, std::span<const std::byte> contents) {
         readResource(document, identifier, contents);
     });
-    offset += 4 + resources;
-    const std::size_t lengthBytes = document.isBig ? 8 : 4;
-    const std::uint64_t layers = lengthAt(file, offset, lengthBytes);
-    readLayers(document, file, offset + lengthBytes, offset + lengthBytes + layers);
-    document.pixels = offset + lengthBytes + layers;
+    document.hasLayers = layers->areThere;
+    document.layersLeaveHoles = layers->leaveHoles;
+    document.pixels = parts->pixels();
     if (document.hasLayers && !document.hasMergedPicture)
         throw ConversionError::unsupported(
             "les documents enregistrés sans image aplatie (compatibilité maximale désactivée)"_fr);

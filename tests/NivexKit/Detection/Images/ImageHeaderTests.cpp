@@ -351,7 +351,7 @@ TEST(ImageHeader, ReadsLayersAndItems)
           .hasLayers = true}},
         {"deep layers stand in a tagged block",
          "psd",
-         photoshop(4, joined({big(0), big(0), textBytes("8BIMLr16"), big(4), big(0)})),
+         photoshop(4, joined({big(0), big(0), textBytes("8BIMLr16"), big(4), big(2, 2), big(0, 2)})),
          {.pixelWidth = 37,
           .pixelHeight = 21,
           .hasAlpha = true,
