@@ -177,6 +177,7 @@ void addRun(CLI::App& command, RunArguments& run)
     });
     addFlag(command, "--json", run.json, "Un objet JSON par fichier terminé"_fr);
     addFlag(command, "--quiet", run.quiet, "N'affiche ni progression ni bilan"_fr);
+    addVerbose(command, run.verbose);
     addFlag(command, "--dry-run", run.dryRun, "Montre ce qui serait fait, sans rien écrire"_fr);
     addOverrides(command, run.overrides);
 }
@@ -184,6 +185,11 @@ void addRun(CLI::App& command, RunArguments& run)
 void addOverrides(CLI::App& command, OptionOverrides& overrides)
 {
     forEachSetting([&](const auto& setting) { addSetting(command, setting, overrides); });
+}
+
+void addVerbose(CLI::App& command, bool& place)
+{
+    addFlag(command, "--verbose", place, "Dit aussi, en anglais, la cause technique de chaque problème"_fr);
 }
 
 void addSkipExisting(CLI::App& command, RunArguments& run)

@@ -42,6 +42,7 @@ void addWord(CLI::App& command, Text name, Text description, const TextReader& r
 void addSelection(CLI::App& command, FileSelection& selection);
 /// The options that `convert`, `optimize` and `recipe run` share.
 void addRun(CLI::App& command, RunArguments& run);
+void addVerbose(CLI::App& command, bool& place);
 void addSkipExisting(CLI::App& command, RunArguments& run);
 void addOverrides(CLI::App& command, OptionOverrides& overrides);
 

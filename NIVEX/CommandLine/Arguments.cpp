@@ -149,6 +149,7 @@ void Parser::addIdentify(CLI::App& identify)
     addSelection(identify, identify_.selection);
     addFlag(identify, "--json", identify_.json, "Un objet JSON par fichier"_fr);
     addFlag(identify, "--deep", identify_.deep, "Mesure aussi ce que les lecteurs de format savent dire"_fr);
+    addVerbose(identify, identify_.verbose);
 }
 
 void Parser::addPlans(CLI::App& plans)
@@ -157,6 +158,7 @@ void Parser::addPlans(CLI::App& plans)
     addSelection(plans, plans_.selection);
     addFlag(plans, "--json", plans_.json, "Un objet JSON par fichier"_fr);
     addFlag(plans, "--common", plans_.common, "Seulement les formats que tous les fichiers peuvent devenir"_fr);
+    addVerbose(plans, plans_.verbose);
 }
 
 void Parser::addConvert(CLI::App& convert)

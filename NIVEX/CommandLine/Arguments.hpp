@@ -27,12 +27,14 @@ struct IdentifyArguments {
     FileSelection selection;
     bool json = false;
     bool deep = false;
+    bool verbose = false;
 };
 
 struct PlansArguments {
     FileSelection selection;
     bool json = false;
     bool common = false;
+    bool verbose = false;
 };
 
 /// What `convert` and `optimize` share.
@@ -43,6 +45,7 @@ struct RunArguments {
     std::optional<int> jobs;
     bool json = false;
     bool quiet = false;
+    bool verbose = false;
     bool dryRun = false;
     bool skipExisting = false;
     bool keepDates = false;

@@ -52,7 +52,7 @@ private:
     void prepare(const ListedFile& file, DetectionResult detection);
     bool couldBeConverted(DetectionResult detection) const;
     void leaveAsideOr(const ListedFile& file, bool isAside, const DetectionResult& detection,
-                      const std::string& message);
+                      const std::string& message, const std::string& cause = {});
     OutputPlacement placementOf(const ListedFile& file);
     bool isThereAlready(const DetectionResult& detection, const ConversionPlan& plan,
                         const OutputPlacement& placement) const;
@@ -70,7 +70,8 @@ private:
     void keepProgressShown(const std::shared_ptr<const bool>& isShown);
     ProgressState progress() const;
 
-    void refuse(const DetectionResult& detection, const ConversionVerdict* verdict, const std::string& message);
+    void refuse(const DetectionResult& detection, const ConversionVerdict* verdict, const std::string& message,
+                const std::string& cause = {});
     void report(const FinishedFile& file);
     void reportOutputs(const FinishedFile& file);
     std::string shownSource(const fs::path& source) const;
@@ -186,13 +187,13 @@ void Batch::tellLeftOut(std::size_t files)
 void Batch::prepare(const ListedFile& file, DetectionResult detection)
 {
     if (const DetectionIssue* issue = detection.blockingIssue())
-        return leaveAsideOr(file, !couldBeConverted(detection), detection, issue->message());
+        return leaveAsideOr(file, !couldBeConverted(detection), detection, issue->message(), issue->cause());
     const PlanChoice choice = request_.choosePlan(detection);
     if (const auto* none = std::get_if<NoPlan>(&choice))
         return leaveAsideOr(file, true, detection, none->message);
     ConversionVerdict verdict = verdictOn(std::get<ConversionPlan>(choice), detection, request_.options);
     if (verdict.refusal)
-        return refuse(detection, &verdict, verdict.refusal->message());
+        return refuse(detection, &verdict, verdict.refusal->message(), verdict.refusal->cause());
     OutputPlacement placement = placementOf(file);
     if (request_.run.skipExisting && isThereAlready(detection, verdict.plan, placement)) {
         ++tally_.thereBefore;
@@ -217,12 +218,12 @@ bool Batch::couldBeConverted(DetectionResult detection) const
 
 /// A file that was named itself is a failure; one that a walk came upon was asked for by nobody.
 void Batch::leaveAsideOr(const ListedFile& file, bool isAside, const DetectionResult& detection,
-                         const std::string& message)
+                         const std::string& message, const std::string& cause)
 {
     if (isAside && file.wasWalked())
         ++leftOut_;
     else
-        refuse(detection, nullptr, message);
+        refuse(detection, nullptr, message, cause);
 }
 
 /// Folders of a walked tree are made below the chosen folder.
@@ -352,6 +353,7 @@ void Batch::onFinished(const ConversionJob& job)
     } else if (const auto* failure = std::get_if<ConversionJob::Failed>(&job.state)) {
         file.state = "failed";
         file.message = failure->message;
+        file.cause = failure->cause;
     } else {
         file.state = "cancelled";
         ++tally_.cancelled;
@@ -369,6 +371,11 @@ void Batch::deliver(const ConversionJob& job, FinishedFile& file)
     for (const fs::path& output : outcome.outputs)
         file.outputs.push_back(output.lexically_normal());
     file.totalBytes = outcome.totalBytes;
+    for (const std::string& warning : outcome.warnings) {
+        file.warnings.push_back(warning);
+        if (!request_.run.json)
+            session_.console.note(shownSource(file.source) + " : " + warned(warning));
+    }
     if (writesToStandardOutput()) {
         if (file.outputs.size() != 1) {
             file.state = "failed";
@@ -387,13 +394,15 @@ void Batch::deliver(const ConversionJob& job, FinishedFile& file)
     tally_.bytesAfter += file.totalBytes;
 }
 
-void Batch::refuse(const DetectionResult& detection, const ConversionVerdict* verdict, const std::string& message)
+void Batch::refuse(const DetectionResult& detection, const ConversionVerdict* verdict, const std::string& message,
+                   const std::string& cause)
 {
     FinishedFile file{.source = detection.url,
                       .sourceFormat = detection.format ? std::optional{detection.format->id} : std::nullopt,
                       .target = request_.target ? request_.target->id : FormatID{},
                       .state = "failed",
-                      .message = message};
+                      .message = message,
+                      .cause = cause};
     if (verdict)
         file.warnings = allWarnings(verdict->warnings);
     report(file);
@@ -411,7 +420,8 @@ void Batch::report(const FinishedFile& file)
         return session_.console.jsonResult(finishedLine(told, request_.run.dryRun));
     }
     if (file.message)
-        session_.console.note(emphasized(shownSource(file.source)) + " : " + failed(*file.message));
+        session_.console.note(emphasized(shownSource(file.source)) + " : " + failed(*file.message) +
+                              describeCause(request_.run.verbose ? file.cause : std::string{}));
     reportOutputs(file);
 }
 

@@ -53,6 +53,16 @@ std::string describe(const DetectionResult& detection)
     return joined(parts, ", ");
 }
 
+Line describe(const DetectionIssue& issue, bool verbose)
+{
+    return issue.message() + describeCause(verbose ? issue.cause() : std::string{});
+}
+
+Line describeCause(const std::string& cause)
+{
+    return cause.empty() ? Line{""} : Line{Meaning::aside, " [" + cause + "]"};
+}
+
 std::string describeRoute(const ConversionPlan& plan)
 {
     if (plan.isDirect())

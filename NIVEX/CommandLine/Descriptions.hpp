@@ -1,5 +1,7 @@
 #pragma once
 
+#include "NIVEX/CommandLine/Line.hpp"
+
 #include "NivexKit/Detection/DetectionResult.hpp"
 #include "NivexKit/Planning/ConversionPlan.hpp"
 
@@ -11,6 +13,11 @@ namespace nivex::commandline {
 
 /// "PNG, Portable Network Graphics, Vérifié, 5,9 Mo, 4032 × 3024 px".
 std::string describe(const DetectionResult& detection);
+
+/// "Le fichier semble endommagé (…).", and behind it the cause where `verbose` asks for it.
+Line describe(const DetectionIssue& issue, bool verbose);
+/// What follows a message that has a cause: " [IDAT: checksum]"; nothing for an empty one.
+Line describeCause(const std::string& cause);
 
 /// "WebVTT, directement" or "… en passant par PNG".
 std::string describeRoute(const ConversionPlan& plan);

@@ -20,12 +20,16 @@ JsonArray texts(const Texts& values)
     return {values.begin(), values.end()};
 }
 
+JsonValue causeOrNull(const std::string& cause) { return cause.empty() ? JsonValue{} : JsonValue{cause}; }
+
 JsonArray issues(const DetectionResult& detection)
 {
     JsonArray list;
     for (const DetectionIssue& issue : detection.issues)
-        list.push_back(
-            JsonObject{{"case", issue.caseName()}, {"message", issue.message()}, {"blocking", issue.isBlocking()}});
+        list.push_back(JsonObject{{"case", issue.caseName()},
+                                  {"message", issue.message()},
+                                  {"blocking", issue.isBlocking()},
+                                  {"cause", causeOrNull(issue.cause())}});
     return list;
 }
 
@@ -155,6 +159,7 @@ JsonObject finishedLine(const FinishedFile& file, bool hasPlan)
     setPaths(line, "outputs", "outputBytes", file.outputs);
     line.set("totalBytes", file.totalBytes);
     line.set("message", file.message);
+    line.set("cause", causeOrNull(file.cause));
     line.set("warnings", texts(file.warnings));
     line.set("seconds", std::round(file.seconds * 1000) / 1000);
     if (hasPlan)

@@ -32,6 +32,7 @@ struct FinishedFile {
     std::vector<std::filesystem::path> outputs;
     std::int64_t totalBytes = 0;
     std::optional<std::string> message; // of a failure
+    std::string cause = {};             // of a failure; may be empty
     std::vector<std::string> warnings;
     double seconds = 0;
     const ConversionPlan* plan = nullptr;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "NivexKit/Contract/ConversionOptions.hpp"
+#include "NivexKit/Contract/ConversionWarnings.hpp"
 #include "NivexKit/Formats/FileFormat.hpp"
 #include "NivexKit/Formats/SourceProperties.hpp"
 #include "NivexKit/Foundation/ResourceLimits.hpp"
@@ -9,8 +10,10 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace nivex {
 
@@ -24,6 +27,15 @@ struct EngineRequest {
     std::string baseName;                   // stem that the outputs carry
     ResourceLimits limits;
     SourceProperties properties; // of the input, as far as they were measured; no engine need measure again
+    std::shared_ptr<ConversionWarnings> warnings; // where the engine's go; none where nobody wants to know
+
+    /// Tells the person, in one sentence, what was left out or read otherwise than it may have been meant. The work
+    /// goes on; what makes it worthless is thrown.
+    void warn(std::string warning) const
+    {
+        if (warnings)
+            warnings->add(std::move(warning));
+    }
 
     /// Where the single output of a step goes: the base name with the target's preferred extension.
     std::filesystem::path outputLocation() const

@@ -1,6 +1,7 @@
 #include "NivexKit/Detection/DetectionResult.hpp"
 
 #include "NivexKit/Foundation/EnumTable.hpp"
+#include "NivexKit/Foundation/Text/TechnicalNote.hpp"
 
 #include <algorithm>
 
@@ -53,6 +54,13 @@ std::string label(DetectionConfidence confidence) { return rowOf(confidences, co
 std::string_view DetectionIssue::caseName() const { return rowOf(kinds, kind_).stored; }
 
 std::string DetectionIssue::message() const { return filled(rowOf(kinds, kind_).label, {payload_}); }
+
+DetectionIssue DetectionIssue::because(std::string_view cause) const
+{
+    DetectionIssue issue = *this;
+    issue.cause_ = technicalNote(cause);
+    return issue;
+}
 
 bool DetectionResult::hasExtensionMismatch() const
 {

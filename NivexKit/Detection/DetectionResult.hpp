@@ -61,18 +61,26 @@ public:
     static DetectionIssue encrypted() { return {Kind::encrypted, {}}; }
     static DetectionIssue executable() { return {Kind::executable, {}}; }
 
+    /// The same issue with a note of what exactly was found, in English and for developers ("IHDR: no such chunk"). It
+    /// is kept as technicalNote makes it.
+    DetectionIssue because(std::string_view cause) const;
+
     Kind kind() const { return kind_; }
     std::string_view caseName() const;
     std::string message() const;
     bool isBlocking() const { return kind_ != Kind::extensionMismatch; }
+    /// Empty where nobody said more than the message does.
+    const std::string& cause() const { return cause_; }
 
-    bool operator==(const DetectionIssue&) const = default;
+    /// What a person is told is the same; the causes do not count.
+    bool operator==(const DetectionIssue& other) const { return kind_ == other.kind_ && payload_ == other.payload_; }
 
 private:
     DetectionIssue(Kind kind, std::string payload) : kind_{kind}, payload_{std::move(payload)} {}
 
     Kind kind_;
     std::string payload_; // what the message says besides its fixed text
+    std::string cause_;
 };
 
 /// What a file is, how sure that is, what was measured and what stands in the way of converting it.

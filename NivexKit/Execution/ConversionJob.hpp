@@ -30,7 +30,8 @@ struct ConversionJob {
         bool operator==(const Succeeded&) const = default;
     };
     struct Failed {
-        std::string message; // as the user reads it
+        std::string message;    // as the user reads it
+        std::string cause = {}; // a technical note of what exactly was wrong; may be empty
 
         bool operator==(const Failed&) const = default;
     };

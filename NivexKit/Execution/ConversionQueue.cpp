@@ -1,6 +1,6 @@
 #include "NivexKit/Execution/ConversionQueue.hpp"
 
-#include "NivexKit/Execution/FailureMessage.hpp"
+#include "NivexKit/Execution/JobFailure.hpp"
 #include "NivexKit/Foundation/ConversionError.hpp"
 #include "NivexKit/Foundation/Running/BlockingWork.hpp"
 
@@ -188,7 +188,7 @@ void ConversionQueue::start(Job& job)
         idleThreads_.back()->post([this, task] { work(task); });
     } catch (const std::system_error&) { // the system has no thread left
         idleThreads_.pop_back();
-        return settle(job, Job::Failed{failureMessage(std::current_exception())});
+        return settle(job, failureOf(std::current_exception()));
     }
     job.state = Job::Running{};
     job.startedAt = now_();
@@ -206,10 +206,10 @@ void ConversionQueue::work(const std::shared_ptr<Task>& task)
         state = Job::Succeeded{runner_.run(task->work, onProgress, cancellation)};
     } catch (const ConversionError& error) {
         if (error.kind() != ConversionError::Kind::cancelled && !cancellation.stop_requested())
-            state = Job::Failed{error.message()};
+            state = failureOf(std::current_exception());
     } catch (...) {
         if (!cancellation.stop_requested())
-            state = Job::Failed{failureMessage(std::current_exception())};
+            state = failureOf(std::current_exception());
     }
     mainLoop_.post([this, task, state = std::move(state)] {
         if (!task->queueIsAlive.expired())

@@ -158,7 +158,8 @@ ConversionOutcome ConversionRunner::run(const ConversionTask& task, const Progre
                                .options = options,
                                .baseName = baseNameFor(task),
                                .limits = limits_,
-                               .properties = properties};
+                               .properties = properties,
+                               .warnings = std::make_shared<ConversionWarnings>()};
     const StepRun steps{engines_, *registry_, common, end.workspace, end.progress, cancellation};
     Files files = withDestination(opened, [&] { return made(steps, task); });
     if (cancellation.stop_requested())
@@ -172,6 +173,7 @@ ConversionOutcome ConversionRunner::run(const ConversionTask& task, const Progre
                                   placeOutputs(files, end.workspace->folder(), opened, common.baseName, *numbers_)};
     for (const fs::path& output : outcome.outputs)
         outcome.totalBytes += size(output);
+    outcome.warnings = common.warnings->all();
     return outcome;
 }
 

@@ -2,6 +2,7 @@
 
 #include "NivexKit/Foundation/EnumTable.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
+#include "NivexKit/Foundation/Text/TechnicalNote.hpp"
 
 namespace nivex {
 namespace {
@@ -32,6 +33,13 @@ static_assert(inCaseOrder(leadIns, Kind::timedOut));
 ConversionError::ConversionError(Kind kind, std::string detail)
     : kind_{kind}, detail_{std::move(detail)}, message_{rowOf(leadIns, kind).leadIn.localized() + detail_}
 {
+}
+
+ConversionError ConversionError::because(std::string_view cause) const
+{
+    ConversionError error = *this;
+    error.cause_ = technicalNote(cause);
+    return error;
 }
 
 } // namespace nivex

@@ -8,7 +8,9 @@
 
 #include <array>
 #include <cerrno>
+#include <cstring>
 #include <filesystem>
+#include <string>
 
 namespace nivex {
 namespace {
@@ -26,6 +28,16 @@ bool hasWrittenSomething(const WorkerRequest& request)
     std::error_code ignored;
     return std::filesystem::directory_iterator{request.work.workingDirectory, ignored} !=
            std::filesystem::directory_iterator{};
+}
+
+std::string described(const std::optional<ChildEnd>& end)
+{
+    if (!end)
+        return "worker: its end is unknown";
+    if (end->signal == 0)
+        return "worker: exit code " + std::to_string(end->exitCode);
+    const char* name = ::sigabbrev_np(end->signal);
+    return "worker: signal " + std::to_string(end->signal) + (name ? " (SIG" + std::string{name} + ")" : "");
 }
 
 ConversionError brokenRules()
@@ -54,9 +66,9 @@ WorkerResult WorkerChild::run(const WorkerRequest& request, const ProgressCallba
                 return *std::move(result);
             }
         }
-    } catch (const WorkerMessageError&) {
+    } catch (const WorkerMessageError& error) {
         endOrThrow();
-        throw brokenRules();
+        throw brokenRules().because(error.what());
     } catch (...) {
         endOrThrow();
         throw;
@@ -116,9 +128,11 @@ ConversionError WorkerChild::death(const WorkerRequest& request) const
         return ConversionError::resourceLimit("le fichier produit serait trop volumineux"_fr);
     if (signal == SIGXCPU)
         return ConversionError::timedOut();
-    if (request.task == WorkerTask::convert && hasWrittenSomething(request))
-        return ConversionError::encodingFailed("le programme de conversion s'est arrêté de façon inattendue"_fr);
-    return ConversionError::unreadableSource("sa lecture a arrêté le programme de conversion"_fr);
+    const bool wasWriting = request.task == WorkerTask::convert && hasWrittenSomething(request);
+    return (wasWriting
+                ? ConversionError::encodingFailed("le programme de conversion s'est arrêté de façon inattendue"_fr)
+                : ConversionError::unreadableSource("sa lecture a arrêté le programme de conversion"_fr))
+        .because(described(childEnd));
 }
 
 std::optional<ChildEnd> WorkerChild::receiveEnd() const

@@ -87,9 +87,10 @@ std::vector<std::string> WorkerPool::programs() const
 std::vector<fs::path> WorkerPool::convert(const WorkerCall& call, const ProgressCallback& progress,
                                           const CancellationFlag& cancellation)
 {
-    return checkedOutputs(call.request.workingDirectory,
-                          perform<WorkerOutputs>(WorkerTask::convert, call, progress, cancellation),
-                          OutputKinds::filesAndFolders);
+    const auto made = perform<WorkerOutputs>(WorkerTask::convert, call, progress, cancellation);
+    for (const std::string& warning : made.warnings)
+        call.request.warn(warning);
+    return checkedOutputs(call.request.workingDirectory, made, OutputKinds::filesAndFolders);
 }
 
 fs::path WorkerPool::render(const WorkerCall& call, const CancellationFlag& cancellation)

@@ -52,9 +52,9 @@ struct WorkerProgress {
     bool operator==(const WorkerProgress&) const = default;
 };
 
-/// Paths below the working directory, relative to it; not looked at yet.
 struct WorkerOutputs {
-    std::vector<std::string> paths;
+    std::vector<std::string> paths;         // below the working directory, relative to it; not looked at yet
+    std::vector<std::string> warnings = {}; // as a person reads them
 
     bool operator==(const WorkerOutputs&) const = default;
 };

@@ -14,7 +14,7 @@ namespace {
 constexpr std::size_t maxOutputs = 4'096;
 constexpr std::size_t maxPathBytes = 4'096;
 constexpr std::size_t maxShownBytes = 400;
-constexpr std::size_t maxListed = 64; // libraries, and layers of the sandbox
+constexpr std::size_t maxListed = 64; // libraries, layers of the sandbox, warnings
 
 using Kind = ConversionError::Kind;
 
@@ -77,16 +77,24 @@ ConversionError failure(const MessageFields& fields)
     if (!kind)
         throw WorkerMessageError{"unknown kind of error"};
     // The worker speaks French; what it says is the key to the language in use here.
-    return ConversionError{*kind, shown(Text{fields.text("detail")}.localized())};
+    const ConversionError error{*kind, shown(Text{fields.text("detail")}.localized())};
+    return fields.has("cause") ? error.because(fields.text("cause")) : error;
 }
 
-WorkerOutputs outputs(const JsonArray& array)
+WorkerOutputs outputs(const MessageFields& fields)
 {
     WorkerOutputs result;
-    for (const JsonValue& value : bounded(array, maxOutputs)) {
+    for (const JsonValue& value : bounded(fields.array("outputs"), maxOutputs)) {
         if (!value.string() || value.string()->size() > maxPathBytes)
             throw WorkerMessageError{"an output that is no path"};
         result.paths.push_back(unescapedPath(*value.string()));
+    }
+    if (!fields.has("warnings"))
+        return result;
+    for (const JsonValue& value : bounded(fields.array("warnings"), maxListed)) {
+        if (!value.string())
+            throw WorkerMessageError{"a warning that is no text"};
+        result.warnings.push_back(shown(*value.string()));
     }
     return result;
 }
@@ -157,7 +165,7 @@ WorkerDescription description(const MessageFields& fields)
 WorkerResult result(const MessageFields& fields)
 {
     if (fields.has("outputs"))
-        return outputs(fields.array("outputs"));
+        return outputs(fields);
     if (fields.has("properties"))
         return properties(fields.object("properties"));
     return description(fields);
@@ -168,7 +176,10 @@ JsonValue resultJson(const WorkerOutputs& outputs)
     JsonArray paths;
     for (const std::string& path : outputs.paths)
         paths.push_back(escapedPath(path));
-    return JsonObject{{"outputs", paths}};
+    JsonObject json{{"outputs", std::move(paths)}};
+    if (!outputs.warnings.empty())
+        json.set("warnings", JsonArray{outputs.warnings.begin(), outputs.warnings.end()});
+    return json;
 }
 
 JsonValue resultJson(const SourceProperties& properties) { return JsonObject{{"properties", toJson(properties)}}; }
@@ -190,7 +201,10 @@ JsonObject replyJson(const WorkerResult& result)
 
 JsonObject replyJson(const ConversionError& error)
 {
-    return {{"error", JsonObject{{"kind", storedName(error.kind())}, {"detail", error.detail()}}}};
+    JsonObject json{{"kind", storedName(error.kind())}, {"detail", error.detail()}};
+    if (!error.cause().empty())
+        json.set("cause", error.cause());
+    return {{"error", std::move(json)}};
 }
 
 } // namespace

@@ -11,7 +11,9 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <memory>
 #include <new>
+#include <string_view>
 
 namespace nivex::worker {
 namespace {
@@ -35,6 +37,8 @@ WorkerOutputs outputs(const WorkerRequest& request, const std::vector<fs::path>&
     WorkerOutputs result;
     for (const fs::path& file : files)
         result.paths.push_back(relativeTo(request.work.workingDirectory, file));
+    if (request.work.warnings)
+        result.warnings = request.work.warnings->all();
     return result;
 }
 
@@ -63,10 +67,11 @@ WorkerResult work(const WorkerRequest& request, const Handlers& handlers, const 
                              .posture = posture};
 }
 
-ConversionError outOfMemory()
+ConversionError outOfMemory(std::string_view cause)
 {
     return ConversionError::resourceLimit(
-        "ce fichier demande plus de mémoire que NIVEX n'en accorde à une conversion"_fr);
+               "ce fichier demande plus de mémoire que NIVEX n'en accorde à une conversion"_fr)
+        .because(cause);
 }
 
 WorkerReply replyTo(const WorkerRequest& request, const Handlers& handlers, const SandboxPosture& posture,
@@ -74,13 +79,15 @@ WorkerReply replyTo(const WorkerRequest& request, const Handlers& handlers, cons
 {
     try {
         return work(request, handlers, posture, replies);
-    } catch (const std::bad_alloc&) {
-        return outOfMemory();
+    } catch (const std::bad_alloc& error) {
+        return outOfMemory(error.what());
     } catch (const ConversionError& error) {
         // A library that is refused memory often says that the file is damaged.
-        return memoryWasShort() ? outOfMemory() : error;
-    } catch (const std::exception&) {
-        return memoryWasShort() ? outOfMemory() : ConversionError::unreadableSource("son contenu est endommagé"_fr);
+        return memoryWasShort() ? outOfMemory(error.cause()) : error;
+    } catch (const std::exception& error) {
+        return memoryWasShort()
+                   ? outOfMemory(error.what())
+                   : ConversionError::unreadableSource("son contenu est endommagé"_fr).because(error.what());
     }
 }
 
@@ -119,7 +126,8 @@ void runChild(int channel, pid_t server, const Handlers& handlers)
     SandboxLayerState endsWithParent = endWith(server);
     ReplyChannel replies{channel};
     try {
-        const WorkerRequest request = replies.receiveRequest();
+        WorkerRequest request = replies.receiveRequest();
+        request.work.warnings = std::make_shared<ConversionWarnings>();
         showTextsIn(request.language);
         settleIn(request.work.workingDirectory);
         watchMemory(request.limits.memoryBytes);

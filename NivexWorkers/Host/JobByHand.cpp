@@ -2,9 +2,11 @@
 
 #include "NivexKit/Contract/ConversionOptions.hpp"
 #include "NivexKit/Formats/FormatRegistry.hpp"
+#include "NivexKit/Foundation/ConversionError.hpp"
 #include "NivexKit/Foundation/Text/Json.hpp"
 
 #include <cstdio>
+#include <memory>
 
 namespace nivex::worker {
 namespace {
@@ -25,11 +27,15 @@ int work(const EngineID& engine, const EngineRequest& request, const Handlers& h
     try {
         for (const fs::path& output : handlers.convert(engine, request, [](std::optional<double>) {}))
             std::printf("%s\n", output.c_str());
+        for (const std::string& warning : request.warnings->all())
+            std::fprintf(stderr, "%s\n", warning.c_str());
         return 0;
+    } catch (const ConversionError& error) {
+        std::fprintf(stderr, "%s\n%s\n", error.what(), error.cause().c_str());
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", error.what());
-        return 1;
     }
+    return 1;
 }
 
 } // namespace
@@ -46,6 +52,7 @@ int jobByHand(const std::vector<std::string>& arguments, const Handlers& handler
     if (!source || !target)
         return explain("There is no such format.");
     EngineRequest request;
+    request.warnings = std::make_shared<ConversionWarnings>();
     request.input = fs::absolute(arguments[1]);
     request.workingDirectory = fs::absolute(arguments[4]);
     request.baseName = request.input.stem().string();

@@ -15,6 +15,7 @@ inline constexpr const char* byHandWord = "--by-hand";
 ///
 /// arguments  behind the word: engine, input, source format, target format, folder to write in, and options as JSON, as
 ///            a recipe stores them, or nothing
+/// prints     the outputs; on standard error warnings, or the message and the cause of a failure
 /// returns    the exit code: 0 when it worked, 1 when the work threw, 2 for wrong arguments
 int jobByHand(const std::vector<std::string>& arguments, const Handlers& handlers);
 

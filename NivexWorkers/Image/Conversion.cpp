@@ -96,12 +96,13 @@ std::vector<fs::path> convertPicture(const EngineRequest& request, const Progres
             produce(source, target, request, progress);
         }
         if (hasGuessBehind())
-            throw damaged();
-    } catch (const vips::VError&) {
+            throw damaged(vips_error_buffer());
+    } catch (const vips::VError& error) {
+        const std::string cause = error.what();
         if (!isReadableThroughout(request))
-            throw damaged();
+            throw damaged(cause);
         requireSpace(output.parent_path());
-        throw notSaved(request.targetFormat.name);
+        throw notSaved(request.targetFormat.name).because(cause);
     } catch (const ConversionError& error) {
         if (error.kind() == ConversionError::Kind::encodingFailed)
             requireSpace(output.parent_path());

@@ -48,8 +48,8 @@ SourceProperties probePicture(const EngineRequest& request)
     try {
         return measured(source, source.read({.file = request.input, .format = source.format, .limits = request.limits}),
                         request);
-    } catch (const vips::VError&) {
-        throw damaged();
+    } catch (const vips::VError& error) {
+        throw damaged(error.what());
     }
 }
 

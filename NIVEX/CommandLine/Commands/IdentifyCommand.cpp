@@ -15,11 +15,11 @@ namespace {
 /// Files detected in one go: enough to keep every processor busy, few enough to show results early.
 constexpr std::size_t filesAtOnce = 256;
 
-void show(Console& console, const DetectionResult& detection)
+void show(Console& console, const DetectionResult& detection, bool verbose)
 {
     console.result(emphasized(shownPath(detection.url)) + " : " + describe(detection));
     for (const DetectionIssue& issue : detection.issues)
-        console.result("    " + issue.message());
+        console.result("    " + describe(issue, verbose));
 }
 
 } // namespace
@@ -39,7 +39,7 @@ ExitStatus identify(Session& session, const IdentifyArguments& arguments)
             if (arguments.json)
                 session.console.jsonResult(identifyLine(detection));
             else
-                show(session.console, detection);
+                show(session.console, detection, arguments.verbose);
         }
     }
     return allUsable ? ExitStatus::done : ExitStatus::someFailed;

@@ -12,11 +12,12 @@ namespace nivex::commandline {
 namespace {
 
 /// `isAny` says whether the file can become anything, shown here or not.
-void show(Console& console, const DetectionResult& detection, const std::vector<ConversionPlan>& plans, bool isAny)
+void show(Console& console, const DetectionResult& detection, const std::vector<ConversionPlan>& plans, bool isAny,
+          bool verbose)
 {
     console.result(emphasized(shownPath(detection.url)) + " : " + describe(detection));
     for (const DetectionIssue& issue : detection.issues)
-        console.result("    " + issue.message());
+        console.result("    " + describe(issue, verbose));
     if (!isAny && detection.isUsable())
         console.result("    " + "Aucun format de sortie n'est disponible sur cette machine."_fr.localized());
     for (const ConversionPlan& plan : plans) {
@@ -67,7 +68,7 @@ ExitStatus plans(Session& session, const PlansArguments& arguments)
         if (arguments.json)
             session.console.jsonResult(plansLine(detections[i], plans[i]));
         else
-            show(session.console, detections[i], plans[i], isAny[i]);
+            show(session.console, detections[i], plans[i], isAny[i], arguments.verbose);
     }
     return allPlanned ? ExitStatus::done : ExitStatus::someFailed;
 }

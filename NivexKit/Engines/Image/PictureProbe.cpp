@@ -43,9 +43,9 @@ std::optional<DetectionIssue> issueOf(const ConversionError& error)
 {
     switch (error.kind()) {
     case ConversionError::Kind::unreadableSource:
-        return DetectionIssue::corrupted(error.detail());
+        return DetectionIssue::corrupted(error.detail()).because(error.cause());
     case ConversionError::Kind::resourceLimit:
-        return DetectionIssue::unreadable(error.detail());
+        return DetectionIssue::unreadable(error.detail()).because(error.cause());
     default:
         return std::nullopt; // it says nothing of the file
     }

@@ -17,7 +17,8 @@ namespace nivex {
 /// A point in time as the history keeps it.
 using HistoryDate = std::chrono::sys_time<std::chrono::microseconds>;
 
-/// One past conversion. Texts are UTF-8: names that are not are kept with their ill-formed bytes replaced.
+/// One past conversion. Texts are UTF-8: names that are not are kept with their ill-formed bytes replaced, and beside
+/// them as they are.
 struct HistoryEntry {
     enum class Status { succeeded, failed, cancelled };
 
@@ -30,7 +31,11 @@ struct HistoryEntry {
     std::vector<std::string> outputPaths;    // in order; empty when nothing was produced
     std::optional<std::int64_t> outputBytes; // of all outputs together; absent when unknown
     Status status = Status::succeeded;
-    std::optional<std::string> message; // of a failed conversion
+    std::optional<std::string> message;     // of a failed conversion
+    std::vector<std::string> warnings = {}; // what the engines said of one that succeeded
+    std::string sourcePathBytes = {};       // the path in base64 where it is not UTF-8, else empty
+    /// The same for each output; empty where all are UTF-8.
+    std::vector<std::string> outputPathsBytes = {};
 
     std::vector<std::filesystem::path> outputURLs() const { return {outputPaths.begin(), outputPaths.end()}; }
 

@@ -24,8 +24,11 @@ enum class Member {
     targetFormat,
     outputPaths,
     status,
-    outputBytes, // this one and the next may be absent
+    outputBytes, // this one and those below may be absent
     message,
+    warnings,
+    sourcePathBytes,
+    outputPathsBytes,
 };
 
 struct MemberRow {
@@ -43,8 +46,11 @@ constexpr MemberRow members[] = {
     {Member::status, "status"},
     {Member::outputBytes, "outputBytes"},
     {Member::message, "message"},
+    {Member::warnings, "warnings"},
+    {Member::sourcePathBytes, "sourcePathBytes"},
+    {Member::outputPathsBytes, "outputPathsBytes"},
 };
-static_assert(inCaseOrder(members, Member::message));
+static_assert(inCaseOrder(members, Member::outputPathsBytes));
 
 constexpr unsigned bit(Member member) { return 1u << static_cast<unsigned>(member); }
 constexpr unsigned requiredMembers = bit(Member::outputBytes) - 1;
@@ -57,7 +63,22 @@ void require(bool holds)
         throw Damaged{};
 }
 
-/// Builds the entries from the events of the reader: a list (depth 1) of objects (2) with one list of texts each (3).
+/// Where a member that is a list of texts has them; null for one that is not.
+std::vector<std::string>* listOf(HistoryEntry& entry, Member member)
+{
+    switch (member) {
+    case Member::outputPaths:
+        return &entry.outputPaths;
+    case Member::warnings:
+        return &entry.warnings;
+    case Member::outputPathsBytes:
+        return &entry.outputPathsBytes;
+    default:
+        return nullptr;
+    }
+}
+
+/// Builds the entries from the events of the reader: a list (depth 1) of objects (2) with lists of texts (3).
 class EntryBuilder : public JsonEvents {
 public:
     std::vector<HistoryEntry> take() { return std::move(entries_); }
@@ -92,7 +113,7 @@ public:
     void beginArray() override
     {
         ++depth_;
-        require(depth_ == 1 || skips() || (depth_ == 3 && member_ == Member::outputPaths));
+        require(depth_ == 1 || skips() || (depth_ == 3 && listOf(entries_.back(), *member_)));
     }
     void endArray() override { --depth_; }
     void scalar(JsonValue value) override
@@ -102,7 +123,7 @@ public:
         require(depth_ >= 2);
         HistoryEntry& entry = entries_.back();
         if (depth_ == 3)
-            entry.outputPaths.push_back(text(value));
+            listOf(entry, *member_)->push_back(text(value));
         else
             set(entry, *member_, value);
     }
@@ -153,6 +174,8 @@ private:
             entry.targetFormat = FormatID{text(value)};
             break;
         case Member::outputPaths:
+        case Member::warnings:
+        case Member::outputPathsBytes:
             throw Damaged{}; // a single value instead of a list
         case Member::status:
             entry.status = known(historyStatusStoredAs(text(value)));
@@ -164,6 +187,9 @@ private:
         case Member::message:
             if (!value.isNull())
                 entry.message = text(value);
+            break;
+        case Member::sourcePathBytes:
+            entry.sourcePathBytes = text(value);
             break;
         }
     }
@@ -196,6 +222,12 @@ public:
         text(Member::status, storedName(entry.status));
         if (entry.message)
             text(Member::message, *entry.message);
+        if (!entry.warnings.empty())
+            texts(Member::warnings, entry.warnings);
+        if (!entry.sourcePathBytes.empty())
+            text(Member::sourcePathBytes, entry.sourcePathBytes);
+        if (!entry.outputPathsBytes.empty())
+            texts(Member::outputPathsBytes, entry.outputPathsBytes);
         json_ += '}';
     }
 

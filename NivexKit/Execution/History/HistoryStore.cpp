@@ -1,6 +1,7 @@
 #include "NivexKit/Execution/History/HistoryStore.hpp"
 
 #include "NivexKit/Execution/History/HistoryFile.hpp"
+#include "NivexKit/Foundation/Bytes/Base64.hpp"
 #include "NivexKit/Foundation/Text/Unicode.hpp"
 
 #include <algorithm>
@@ -13,11 +14,17 @@ namespace fs = std::filesystem;
 namespace {
 
 /// A path as the history keeps it: it must still lead to the file when the program runs in another folder.
-std::string fullPath(const std::filesystem::path& path)
+fs::path fullPath(const fs::path& path)
 {
     std::error_code failure;
-    const std::filesystem::path absolute = std::filesystem::absolute(path, failure);
-    return shownPath(failure ? path : absolute.lexically_normal());
+    const fs::path absolute = fs::absolute(path, failure);
+    return failure ? path : absolute.lexically_normal();
+}
+
+/// What tells the path where its text cannot.
+std::string bytesBeside(const fs::path& path)
+{
+    return isValidUtf8(path.native()) ? std::string{} : base64(path.native());
 }
 
 /// Many times what 5,000 entries take: a file beyond that is not ours to load into memory.
@@ -39,9 +46,15 @@ struct FinishedState {
     void operator()(const ConversionJob::Succeeded& state) const
     {
         entry.status = HistoryEntry::Status::succeeded;
-        for (const fs::path& output : state.outcome.outputs)
-            entry.outputPaths.push_back(fullPath(output));
+        for (const fs::path& output : state.outcome.outputs) {
+            const fs::path path = fullPath(output);
+            entry.outputPaths.push_back(shownPath(path));
+            entry.outputPathsBytes.push_back(bytesBeside(path));
+        }
+        if (std::ranges::all_of(entry.outputPathsBytes, &std::string::empty))
+            entry.outputPathsBytes.clear();
         entry.outputBytes = state.outcome.totalBytes;
+        entry.warnings = state.outcome.warnings;
     }
     void operator()(const ConversionJob::Failed& state) const
     {
@@ -125,7 +138,9 @@ void HistoryStore::record(const ConversionJob& job)
     entry.id = job.id;
     entry.date = job.finishedAt ? historyDate(*job.finishedAt) : clock_();
     entry.sourceName = shownPath(job.source.fileName());
-    entry.sourcePath = fullPath(job.source.url);
+    const fs::path sourcePath = fullPath(job.source.url);
+    entry.sourcePath = shownPath(sourcePath);
+    entry.sourcePathBytes = bytesBeside(sourcePath);
     entry.sourceFormat = job.source.format ? job.source.format->id : job.plan.source.id;
     entry.targetFormat = job.plan.target.id;
     std::visit(FinishedState{entry}, job.state);

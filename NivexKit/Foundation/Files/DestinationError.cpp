@@ -4,6 +4,7 @@
 #include "NivexKit/Foundation/Text/Unicode.hpp"
 
 #include <cerrno>
+#include <system_error>
 
 namespace nivex {
 namespace {
@@ -16,15 +17,7 @@ std::string shownName(const std::filesystem::path& folder)
     return shownPath(name.empty() ? folder : name);
 }
 
-} // namespace
-
-ConversionError noWritePermission(const std::filesystem::path& folder)
-{
-    return ConversionError::destinationUnavailable(
-        filled("NIVEX n'a pas le droit d'écrire dans « {} »"_fr, {shownName(folder)}));
-}
-
-ConversionError destinationError(int errorNumber, const std::filesystem::path& folder)
+ConversionError sentence(int errorNumber, const std::filesystem::path& folder)
 {
     switch (errorNumber) {
     case EACCES:
@@ -47,6 +40,19 @@ ConversionError destinationError(int errorNumber, const std::filesystem::path& f
     default:
         return ConversionError::destinationUnavailable("le volume a signalé une erreur"_fr);
     }
+}
+
+} // namespace
+
+ConversionError noWritePermission(const std::filesystem::path& folder)
+{
+    return ConversionError::destinationUnavailable(
+        filled("NIVEX n'a pas le droit d'écrire dans « {} »"_fr, {shownName(folder)}));
+}
+
+ConversionError destinationError(int errorNumber, const std::filesystem::path& folder)
+{
+    return sentence(errorNumber, folder).because(std::generic_category().message(errorNumber));
 }
 
 } // namespace nivex

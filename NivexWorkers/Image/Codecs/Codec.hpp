@@ -92,7 +92,9 @@ Metadata metadataOf(const Codec& codec, const Picture& picture, const std::files
 void requireAcceptableSize(std::int64_t width, std::int64_t height, std::int64_t frames, const ResourceLimits& limits);
 
 /// "son contenu est endommagé ou incomplet": what a reader throws for anything malformed.
-ConversionError damaged();
+///
+/// cause  what exactly: where it was found and what was wrong there ("IDAT: checksum"), or a library's own message
+ConversionError damaged(std::string_view cause = {});
 
 /// "l'image n'a pas pu être enregistrée au format {}": what a writer throws where its encoder fails.
 ConversionError notSaved(std::string_view format);

@@ -102,6 +102,9 @@ ConversionError notSaved(std::string_view format)
     return ConversionError::encodingFailed(filled("l'image n'a pas pu être enregistrée au format {}"_fr, {format}));
 }
 
-ConversionError damaged() { return ConversionError::unreadableSource("son contenu est endommagé ou incomplet"_fr); }
+ConversionError damaged(std::string_view cause)
+{
+    return ConversionError::unreadableSource("son contenu est endommagé ou incomplet"_fr).because(cause);
+}
 
 } // namespace nivex::image

@@ -290,7 +290,17 @@ TEST(ConversionQueue, SaysInOurWordsWhatAnEngineThrew)
     scene.runUntilIdle(queue);
     EXPECT_EQ(
         queue.jobs().front().state,
-        Job::State{Job::Failed{"L'écriture du nouveau fichier a échoué : erreur inattendue du moteur de conversion"}});
+        (Job::State{Job::Failed{"L'écriture du nouveau fichier a échoué : erreur inattendue du moteur de conversion",
+                                "basic_string::substr"}}));
+
+    scene.engine->work = [](const EngineRequest&, const ProgressCallback&,
+                            const CancellationFlag&) -> std::vector<std::filesystem::path> {
+        throw ConversionError::unreadableSource("fichier tronqué").because("IEND: absent");
+    };
+    scene.enqueue(queue, 1);
+    scene.runUntilIdle(queue);
+    EXPECT_EQ(queue.jobs().back().state,
+              (Job::State{Job::Failed{"Le fichier source ne peut pas être lu : fichier tronqué", "IEND: absent"}}));
 }
 
 TEST(ConversionQueue, EndsCleanlyWithRunningJobs)

@@ -59,6 +59,18 @@ TEST(ConversionRunner, GivesTheResultTheNameAndTheDateThatAreWanted)
     EXPECT_GT(fs::last_write_time(scene.runner().run(task, {}, {}).outputs.front()), fs::last_write_time(input));
 }
 
+TEST(ConversionRunner, CollectsTheWarningsOfAllSteps)
+{
+    ConversionScene scene;
+    scene.engine->work = [&](const EngineRequest& request, const ProgressCallback&, const CancellationFlag&) {
+        request.warn("Toujours.");
+        request.warn("Vers " + request.targetFormat.id.rawValue + ".");
+        return Files{written(request, request.baseName + "." + request.targetFormat.id.rawValue)};
+    };
+    EXPECT_EQ(scene.run(scene.plan({"srt", "vtt", "txt"}), scene.input()).warnings,
+              (std::vector<std::string>{"Toujours.", "Vers vtt.", "Vers txt."}));
+}
+
 TEST(ConversionRunner, HandsEachStepWhatThePreviousOneMade)
 {
     ConversionScene scene;

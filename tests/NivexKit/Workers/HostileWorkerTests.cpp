@@ -51,6 +51,24 @@ TEST(HostileWorker, BecomesOneFailedJobWithAPlainSentence)
     EXPECT_EQ(house.attempt("parent"), server) << "a misdeed ended the server";
 }
 
+TEST(HostileWorker, LeavesATechnicalCause)
+{
+    HostileHouse house;
+    EXPECT_EQ(house.failure(house.call("crash")).cause(), "worker: signal 11 (SIGSEGV)");
+    EXPECT_EQ(house.failure(house.call("leave")).cause(), "worker: exit code 0");
+    EXPECT_EQ(house.failure(house.call("throw")).cause(), "jargon of a library");
+    EXPECT_NE(house.failure(house.call("nonsense")).cause(), "");
+}
+
+TEST(HostileWorker, HandsBackWhatItsEngineWarnsOf)
+{
+    HostileHouse house;
+    WorkerCall call = house.call("warn");
+    call.request.warnings = std::make_shared<ConversionWarnings>();
+    house.pool.convert(call, {}, {});
+    EXPECT_EQ(call.request.warnings->all(), std::vector<std::string>{"Une ligne manque."});
+}
+
 TEST(HostileWorker, MayPrintAsMuchAsItLikes)
 {
     HostileHouse house;

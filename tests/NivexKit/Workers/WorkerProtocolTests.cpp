@@ -52,6 +52,7 @@ TEST(WorkerProtocol, CarriesRepliesUnchanged)
         WorkerProgress{},
         WorkerProgress{0.25},
         WorkerResult{WorkerOutputs{{"a.png", "sub/caf\xE9%.png"}}},
+        WorkerResult{WorkerOutputs{{"a.csv"}, {"Une ligne manque.", "Une autre aussi."}}},
         WorkerResult{
             SourceProperties{.pixelWidth = 3, .hasAlpha = false, .durationSeconds = 1.5, .videoCodec = "h264"}},
         WorkerResult{WorkerDescription{.libraries = {{"libpng", "1.6"}}, .posture = SandboxPosture::ofThisKernel()}},
@@ -59,6 +60,8 @@ TEST(WorkerProtocol, CarriesRepliesUnchanged)
     };
     for (const WorkerReply& reply : replies)
         EXPECT_EQ(readWorkerReply(written(reply)), reply) << written(reply);
+    const WorkerReply error = ConversionError::unreadableSource("la fin manque").because("IEND: absent");
+    EXPECT_EQ(std::get<ConversionError>(readWorkerReply(written(error))).cause(), "IEND: absent");
 }
 
 TEST(WorkerProtocol, RefusesRepliesThatBreakTheRules)
@@ -78,6 +81,8 @@ TEST(WorkerProtocol, RefusesRepliesThatBreakTheRules)
         {"result of no kind", "{\"result\":{}}"},
         {"an output that is no text", "{\"result\":{\"outputs\":[1]}}"},
         {"an endless path", "{\"result\":{\"outputs\":[\"" + std::string(5'000, 'a') + "\"]}}"},
+        {"a warning that is no text", "{\"result\":{\"outputs\":[],\"warnings\":[1]}}"},
+        {"a cause that is no text", "{\"error\":{\"kind\":\"unsupported\",\"detail\":\"\",\"cause\":1}}"},
         {"a zero in a path", "{\"result\":{\"outputs\":[\"a%00\"]}}"},
         {"a zero in a path, as JSON writes it", "{\"result\":{\"outputs\":[\"a\\u0000\"]}}"},
         {"a cut escape", "{\"result\":{\"outputs\":[\"a%4\"]}}"},
@@ -103,6 +108,11 @@ TEST(WorkerProtocol, BoundsListsOfOutputs)
     };
     EXPECT_NO_THROW(readWorkerReply(outputs(4'096)));
     EXPECT_THROW(readWorkerReply(outputs(4'097)), WorkerMessageError);
+    const auto warnings = [](std::size_t count) {
+        return written(WorkerReply{WorkerResult{WorkerOutputs{{}, std::vector<std::string>(count, "a")}}});
+    };
+    EXPECT_NO_THROW(readWorkerReply(warnings(64)));
+    EXPECT_THROW(readWorkerReply(warnings(65)), WorkerMessageError);
 }
 
 TEST(WorkerProtocol, BoundsMembersOfMessages)
@@ -128,6 +138,13 @@ TEST(WorkerProtocol, ShowsNothingThatHidesOrReorders)
     };
     EXPECT_EQ(detail("a\nb\x1B[31mc\u202Ed"), "a b [31mc d");
     EXPECT_EQ(detail(std::string(399, 'a') + "é"), std::string(399, 'a')) << "cut inside a character";
+
+    const WorkerReply outputs = WorkerResult{WorkerOutputs{{}, {"a\u202Eb", std::string(1'000, 'a')}}};
+    EXPECT_EQ(std::get<WorkerOutputs>(std::get<WorkerResult>(readWorkerReply(written(outputs)))).warnings,
+              (std::vector<std::string>{"a b", std::string(400, 'a')}));
+    const WorkerReply forged = readWorkerReply("{\"error\":{\"kind\":\"unsupported\",\"detail\":\"\",\"cause\":\"" +
+                                               std::string(1'000, 'a') + "\\u001B[31m\"}}");
+    EXPECT_EQ(std::get<ConversionError>(forged).cause(), std::string(200, 'a'));
 }
 
 TEST(WorkerProtocol, KeepsFractionsBetweenNothingAndAll)

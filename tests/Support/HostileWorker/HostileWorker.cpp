@@ -122,6 +122,7 @@ const std::map<std::string, Misdeed> misdeeds = {
     {"allocate abort",  [](auto&, auto&) { allocateAndAbort(); }},
     {"large file",      [](auto&, auto&) { writeWithoutEnd(); }},
     {"print",           [](auto&, auto&) { printWithoutEnd(); }},
+    {"warn",            [](auto& request, auto&) { request.warn("Une ligne manque."); }},
     {"throw",           [](auto&, auto&) { throw std::runtime_error{"jargon of a library"}; }},
     {"close",           [](auto&, auto&) { ::close(channel()); for (;;) ::pause(); }},
     {"flood of lines",  [](auto&, auto&) { for (;;) say("{\"progress\":0.5}\n"); }},

@@ -64,7 +64,11 @@ TEST(HistoryFile, WritesTheAgreedMembersAndReadsThemBack)
               R"([{"id":"3F2504E0-4F89-41D3-9A0C-0305E82C3301","date":794059200.250000,"sourceName":"é \"1\".png",)"
               R"("sourcePath":"/photos/é \"1\".png","sourceFormat":"png","targetFormat":"jpeg","outputPaths":[],)"
               R"("status":"failed","message":"Conversion annulée."}])");
-    EXPECT_EQ(historyEntries(historyText({failed, early})), (std::vector{failed, early}));
+    HistoryEntry rich = entry("caf\uFFFD.png");
+    rich.warnings = {"Une ligne manque."};
+    rich.sourcePathBytes = "Y2Fm6Q==";
+    rich.outputPathsBytes = {"", "Y2Fm6Q=="};
+    EXPECT_EQ(historyEntries(historyText({failed, early, rich})), (std::vector{failed, early, rich}));
     EXPECT_EQ(historyEntries("[]"), std::vector<HistoryEntry>{});
 }
 
@@ -86,6 +90,7 @@ TEST(HistoryFile, IsDamagedOrWhole)
         changed("\"id\"", "\"Id\""),
         changed("\"sourceName\":\"a\"", "\"sourceName\":[\"a\"]"),
         changed("\"outputPaths\":[", "\"outputPaths\":[[],"),
+        changed("\"outputBytes\":1234", "\"warnings\":\"one\""),
         changed("\"succeeded\"", "\"done\""),
         changed("794059200.250000", "1e300"),
         changed("1234", "\"1234\""),
@@ -146,7 +151,8 @@ TEST(HistoryStore, RecordsFinishedJobs)
     history.record(job);
     EXPECT_THAT(history.entries(), IsEmpty());
 
-    job.state = ConversionJob::Succeeded{{.outputs = {"/photos/a 2.jpg"}, .totalBytes = 7}};
+    job.state = ConversionJob::Succeeded{
+        {.outputs = {"/photos/a 2.jpg", "/photos/caf\xE9.jpg"}, .totalBytes = 7, .warnings = {"Une ligne manque."}}};
     history.record(job);
     job.state = ConversionJob::Failed{"raison"};
     history.record(job);
@@ -158,7 +164,10 @@ TEST(HistoryStore, RecordsFinishedJobs)
     ASSERT_THAT(store(folder / "History.json").entries(), SizeIs(3));
     const auto& [cancelled, failed, succeeded] =
         std::tie(history.entries()[0], history.entries()[1], history.entries()[2]);
-    EXPECT_EQ(succeeded.outputPaths, std::vector<std::string>{"/photos/a 2.jpg"});
+    EXPECT_EQ(succeeded.outputPaths, (std::vector<std::string>{"/photos/a 2.jpg", "/photos/caf\uFFFD.jpg"}));
+    EXPECT_EQ(succeeded.outputPathsBytes, (std::vector<std::string>{"", "L3Bob3Rvcy9jYWbpLmpwZw=="}));
+    EXPECT_EQ(succeeded.sourcePathBytes, "") << "a name in UTF-8 needs no bytes beside it";
+    EXPECT_EQ(succeeded.warnings, std::vector<std::string>{"Une ligne manque."});
     EXPECT_EQ(succeeded.outputBytes, 7);
     EXPECT_EQ(succeeded.sourceName, "a.png");
     EXPECT_EQ(succeeded.date, today) << "the current date where a job has none";
