@@ -68,7 +68,7 @@ void checkStructure(const ByteSource& source, DetectionResult& result)
     if (!result.format || result.blockingIssue())
         return;
     if (auto problem = StructuralCheck::problem(source, result.format->id))
-        result.issues.push_back(DetectionIssue::corrupted(std::move(*problem)));
+        result.issues.push_back(DetectionIssue::corrupted(std::move(problem->reason)).because(problem->cause));
 }
 
 void enter(FormatResolution resolution, DetectionResult& result)

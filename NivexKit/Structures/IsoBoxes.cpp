@@ -21,6 +21,14 @@ bool isSpelled(std::uint32_t type)
 
 } // namespace
 
+std::string boxName(std::uint32_t type)
+{
+    std::string letters;
+    for (int shift = 24; shift >= 0; shift -= 8)
+        letters += static_cast<char>(type >> shift);
+    return letters;
+}
+
 std::optional<IsoBox> IsoBoxes::next()
 {
     if (cut_ || reachedEnd())

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace nivex {
@@ -18,6 +19,9 @@ consteval std::uint32_t boxType(const char (&letters)[5])
         type = type << 8 | static_cast<unsigned char>(letters[i]);
     return type;
 }
+
+/// The letters of a type, for a technical note; they may be any bytes.
+std::string boxName(std::uint32_t type);
 
 /// One box of the ISO base media layout (ISO/IEC 14496-12, 4.2), which films, HEIF, JPEG 2000 and JPEG XL share: where
 /// it stands in the file.

@@ -10,12 +10,14 @@
 
 #include <algorithm>
 #include <array>
+#include <string>
 #include <string_view>
+#include <utility>
 
 namespace nivex {
 namespace {
 
-using Problem = std::optional<std::string>;
+using Problem = std::optional<Damage>;
 
 // Both walks stop here and call the file sound: a fragmented film of several hours has more boxes than are worth the
 // time.
@@ -29,6 +31,7 @@ struct EndMarker {
     std::uint64_t window;
     bool (*ends)(const ByteSource&);
     Text problem;
+    std::string_view cause; // the marker as its format names it
 };
 
 bool pngEnds(const ByteSource& source)
@@ -52,9 +55,9 @@ bool gifEnds(const ByteSource& source)
 
 // clang-format off
 constexpr EndMarker endMarkers[] = {
-    {"png",  "IEND",     4'096, pngEnds,  "fichier tronqué (fin PNG absente)"_fr},
-    {"jpeg", "\xFF\xD9", 4'096, jpegEnds, "fichier tronqué (fin JPEG absente)"_fr},
-    {"gif",  ";",           64, gifEnds,  "fichier tronqué (fin GIF absente)"_fr},
+    {"png",  "IEND",     4'096, pngEnds,  "fichier tronqué (fin PNG absente)"_fr,  "IEND"},
+    {"jpeg", "\xFF\xD9", 4'096, jpegEnds, "fichier tronqué (fin JPEG absente)"_fr, "EOI"},
+    {"gif",  ";",           64, gifEnds,  "fichier tronqué (fin GIF absente)"_fr,  "trailer"},
 };
 
 struct Walk {
@@ -89,7 +92,9 @@ Problem missingEnd(const ByteSource& source, const EndMarker& end)
     const std::string_view text{reinterpret_cast<const char*>(tail.data()), tail.size()};
     if (text.find(end.marker) != text.npos && (end.format != "gif" || !gifBlocksAreCut(source)))
         return std::nullopt;
-    return end.ends(source) ? std::nullopt : Problem{end.problem.localized()};
+    if (end.ends(source))
+        return std::nullopt;
+    return Damage{end.problem, std::string{end.cause} + " not in the last " + std::to_string(window) + " bytes"};
 }
 
 bool isIndex(const IsoBox& box)
@@ -147,8 +152,14 @@ bool describesMissingMedia(const ByteSource& source)
     return false;
 }
 
-Text cutFile() { return "fichier tronqué"_fr; }
-Text invalidStructure() { return "structure de fichier invalide"_fr; }
+Damage cutFile(std::string cause) { return {"fichier tronqué"_fr, std::move(cause)}; }
+Damage invalidStructure(std::string cause) { return {"structure de fichier invalide"_fr, std::move(cause)}; }
+
+/// "LIST at 36: larger than the file".
+Damage tooLarge(const RiffChunk& chunk)
+{
+    return invalidStructure(std::string{chunk.id} + " at " + std::to_string(chunk.offset) + ": larger than the file");
+}
 
 // A size may be wrong by as much as the header that careless programs count twice.
 constexpr std::uint64_t sizeTolerance = 8;
@@ -167,9 +178,9 @@ Problem waveProblem(const ByteSource& source, ByteOrder order)
     for (int step = 0; step < maxSteps; ++step) {
         const auto chunk = chunks.next();
         if (!chunk)
-            return invalidStructure();
+            return invalidStructure("WAVE: no data chunk");
         if (!isOpenEnded(*chunk) && reachesBeyond(source, *chunk, sizeTolerance))
-            return invalidStructure();
+            return tooLarge(*chunk);
         if (chunk->id == "data")
             return std::nullopt;
     }
@@ -185,7 +196,7 @@ Problem outerProblem(const ByteSource& source, ByteOrder order, std::uint64_t to
         if (!chunk || (chunk->id != "RIFF" && chunk->id != "RIFX") || isOpenEnded(*chunk))
             return std::nullopt;
         if (reachesBeyond(source, *chunk, tolerance))
-            return invalidStructure();
+            return tooLarge(*chunk);
     }
     return std::nullopt;
 }
@@ -201,14 +212,17 @@ Problem isoMediaProblem(const ByteSource& source)
         const auto box = boxes.next();
         if (const auto& cut = boxes.cutBox()) {
             const bool isNeeded = isIndex(*cut) || cut->type == boxType("mdat") || cut->offset == 0;
-            return isNeeded || !hasIndex || !hasMedia ? Problem{cutFile()} : std::nullopt;
+            if (!isNeeded && hasIndex && hasMedia)
+                return std::nullopt;
+            return cutFile(boxName(cut->type) + " at " + std::to_string(cut->offset) + ": larger than the file");
         }
         if (!box && hasIndex && !hasMedia && describesMissingMedia(source))
-            return cutFile();
+            return cutFile("moov: its media lie behind the end of the file");
         if (!box && (hasIndex || (boxes.position() == source.size() && !hasMedia)))
             return std::nullopt;
         if (!box)
-            return boxes.reachedEnd() ? Problem{cutFile()} : Problem{invalidStructure()};
+            return boxes.reachedEnd() ? cutFile("no moov, moof or meta before the end")
+                                      : invalidStructure("no box at " + std::to_string(boxes.position()));
         hasIndex = hasIndex || isIndex(*box);
         hasMedia = hasMedia || box->type == boxType("mdat");
     }
@@ -225,7 +239,7 @@ Problem riffProblem(const ByteSource& source)
     if (magic == "RF64" || magic == "BW64") // their sizes stand elsewhere
         return std::nullopt;
     if (header.failed() || (magic != "RIFF" && magic != "RIFX"))
-        return invalidStructure();
+        return invalidStructure("RIFF: no header");
     const ByteOrder order = magic == "RIFX" ? ByteOrder::big : ByteOrder::little;
     if (form == "WAVE")
         return waveProblem(source, order);

@@ -30,7 +30,9 @@ void expectProblems(std::initializer_list<Case> cases)
 {
     for (const Case& each : cases) {
         SCOPED_TRACE(each.name);
-        EXPECT_EQ(StructuralCheck::problem(MemorySource{each.file}, each.format).value_or(""), each.problem);
+        const auto damage = StructuralCheck::problem(MemorySource{each.file}, each.format);
+        EXPECT_EQ(damage.value_or(Damage{}).reason, each.problem);
+        EXPECT_EQ(damage.value_or(Damage{}).cause.empty(), each.problem.empty()) << "whoever must mend it asks what";
     }
 }
 
@@ -180,11 +182,22 @@ TEST(StructuralCheck, WalksTheChunksOfRiffFiles)
     });
 }
 
+TEST(StructuralCheck, NamesThePlaceOfTheDamage)
+{
+    const auto cause = [](const Bytes& file, const char* format) {
+        return StructuralCheck::problem(MemorySource{file}, format).value_or(Damage{}).cause;
+    };
+    EXPECT_EQ(cause(joined({box("ftyp"), box("moov", 16, 1'000)}), "mp4"), "moov at 24: larger than the file");
+    EXPECT_EQ(
+        cause(joined({textBytes("RIFF"), bytes("24 00 00 00"), textBytes("WAVEdata"), bytes("64 00 00 00")}), "wav"),
+        "data at 12: larger than the file");
+}
+
 TEST(StructuralCheck, JudgesNoFileThatItCannotRead)
 {
     const testing::TemporaryFolder folder;
     const auto file = folder.write("cut.png", "not whole");
-    EXPECT_EQ(StructuralCheck::problem(file, "png", 9), noPNGEnd);
+    EXPECT_EQ(StructuralCheck::problem(file, "png", 9), (Damage{noPNGEnd, "IEND not in the last 9 bytes"}));
     EXPECT_EQ(StructuralCheck::problem(file, "png", 0), std::nullopt);
     EXPECT_EQ(StructuralCheck::problem(folder / "missing.png", "png", 9), std::nullopt);
     EXPECT_EQ(StructuralCheck::problem(folder.path(), "png", 9), std::nullopt);
