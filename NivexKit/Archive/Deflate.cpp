@@ -71,7 +71,7 @@ std::optional<Buffer> decoded(std::span<const std::byte> data, std::uint64_t max
     case LIBDEFLATE_INSUFFICIENT_SPACE:
         return std::nullopt;
     default:
-        throw ConversionError::unreadableSource("données compressées invalides"_fr);
+        throw ConversionError::unreadableSource("données compressées invalides"_fr).because("DEFLATE: invalid stream");
     }
 }
 
@@ -94,7 +94,8 @@ std::vector<std::byte> Deflate::decompress(std::span<const std::byte> data, std:
 {
     auto output = process(Direction::decode, data, expectedSize);
     if (!output)
-        throw ConversionError::unreadableSource("données compressées plus grandes qu'annoncé"_fr);
+        throw ConversionError::unreadableSource("données compressées plus grandes qu'annoncé"_fr)
+            .because("DEFLATE: more than " + std::to_string(expectedSize) + " bytes");
     return *std::move(output);
 }
 

@@ -26,10 +26,26 @@ using Entry = ZipArchive::Entry;
 using Purpose = ZipArchive::Reader::Purpose;
 using Bytes = std::vector<std::byte>;
 
-ConversionError invalidDirectory() { return ConversionError::unreadableSource("répertoire ZIP invalide"_fr); }
-ConversionError damaged() { return ConversionError::unreadableSource("archive ZIP endommagée"_fr); }
-ConversionError cut() { return ConversionError::unreadableSource("archive ZIP tronquée"_fr); }
-ConversionError encryptedArchive() { return ConversionError::unsupported("archive ZIP chiffrée"_fr); }
+// The cause names the record, or the entry and what of it is wrong.
+ConversionError invalidDirectory(std::string_view cause)
+{
+    return ConversionError::unreadableSource("répertoire ZIP invalide"_fr).because(cause);
+}
+
+ConversionError damaged(std::string_view cause)
+{
+    return ConversionError::unreadableSource("archive ZIP endommagée"_fr).because(cause);
+}
+
+ConversionError cut(std::string_view cause)
+{
+    return ConversionError::unreadableSource("archive ZIP tronquée"_fr).because(cause);
+}
+
+ConversionError encryptedArchive(const Entry& entry)
+{
+    return ConversionError::unsupported("archive ZIP chiffrée"_fr).because(entry.storedName + ": encrypted");
+}
 
 /// The last bytes of an archive: as many as an end record with the longest comment takes.
 struct Tail {
@@ -54,11 +70,11 @@ struct EndRecord {
 EndRecord findEndRecord(const Tail& tail)
 {
     if (tail.bytes.size() < zip::endRecordSize)
-        throw ConversionError::unreadableSource("archive ZIP trop courte"_fr);
+        throw ConversionError::unreadableSource("archive ZIP trop courte"_fr).because("no room for an end record");
     const std::string_view text{reinterpret_cast<const char*>(tail.bytes.data()), tail.bytes.size()};
     const std::size_t at = text.rfind(endSignatureText, text.size() - zip::endRecordSize);
     if (at == text.npos)
-        throw ConversionError::unreadableSource("archive ZIP sans répertoire"_fr);
+        throw ConversionError::unreadableSource("archive ZIP sans répertoire"_fr).because("end record: not found");
     ByteReader record{std::span{tail.bytes}.subspan(at)};
     record.seek(10);
     EndRecord end{.offset = tail.offset + at};
@@ -83,13 +99,13 @@ Directory wideDirectory(const ByteSource& archive, const EndRecord& end)
     constexpr std::uint32_t locatorSignature = 0x07064B50;
     constexpr std::uint32_t recordSignature = 0x06064B50;
     if (end.offset < locatorSize)
-        throw invalidDirectory();
+        throw invalidDirectory("64-bit locator: no room for it");
     const Bytes locatorBytes = archive.read(end.offset - locatorSize, locatorSize);
-    ByteReader locator{locatorBytes, invalidDirectory()};
+    ByteReader locator{locatorBytes, invalidDirectory("64-bit locator: not in front of the end record")};
     locator.expect(locatorSignature);
     locator.skip(4); // the disk
     const Bytes recordBytes = archive.read(locator.u64(), 56);
-    ByteReader record{recordBytes, invalidDirectory()};
+    ByteReader record{recordBytes, invalidDirectory("64-bit end record: not where its locator says")};
     record.expect(recordSignature);
     record.seek(32);
     const std::uint64_t count = record.u64();
@@ -125,8 +141,11 @@ Directory directoryOf(const ByteSource& archive, const EndRecord& end, Purpose p
         throw ConversionError::unsupported("archive de plus de 4 Go"_fr);
     const Directory directory = isWide ? wideDirectory(archive, end) : narrowDirectory(archive, end);
     const bool liesBefore = directory.offset <= end.offset && directory.size <= end.offset - directory.offset;
-    if (!liesBefore || directory.count > maxEntries || directory.size > maxDirectoryBytes)
-        throw invalidDirectory();
+    if (!liesBefore)
+        throw invalidDirectory("directory: does not lie before its end record");
+    if (directory.count > maxEntries || directory.size > maxDirectoryBytes)
+        throw invalidDirectory("directory: " + std::to_string(directory.count) + " entries, " +
+                               std::to_string(directory.size) + " bytes");
     return directory;
 }
 
@@ -174,9 +193,10 @@ Entry readRecord(ByteReader& record, Purpose purpose)
     record.skip(8); // disk number and attributes
     entry.localHeaderOffset = record.u32();
     if (entry.isEncrypted && purpose == Purpose::extracting)
-        throw encryptedArchive();
+        throw encryptedArchive(entry);
     if (record.left() < nameLength)
-        throw ConversionError::unreadableSource("nom ZIP tronqué"_fr);
+        throw ConversionError::unreadableSource("nom ZIP tronqué"_fr)
+            .because("directory: a name goes on behind its end");
     entry.storedName = record.text(nameLength);
     // The end of the last record may be cut off: nothing of it is needed.
     const auto extra = record.bytes(std::min<std::size_t>(record.left(), extraLength));
@@ -189,7 +209,7 @@ Entry readRecord(ByteReader& record, Purpose purpose)
 void checkReadable(const Entry& entry)
 {
     if (entry.isEncrypted)
-        throw encryptedArchive();
+        throw encryptedArchive(entry);
     if (entry.method != zip::methodStored && entry.method != zip::methodDeflated)
         throw ConversionError::unsupported(filled("méthode de compression ZIP {}"_fr, {std::to_string(entry.method)}));
 }
@@ -212,10 +232,11 @@ Listing listingOf(const ByteSource& archive, Purpose purpose)
     const std::span<const std::byte> bytes = directoryBytes(archive, tail, directory, storage);
     Listing listing{.bytesInFront = directory.bytesInFront};
     listing.entries.reserve(std::min<std::size_t>(directory.count, bytes.size() / zip::centralRecordSize));
-    ByteReader records{bytes, invalidDirectory()};
+    ByteReader records{bytes, invalidDirectory("directory: a record without its signature")};
     for (std::uint64_t i = 0; i < directory.count; ++i) {
         if (records.left() < zip::centralRecordSize)
-            throw invalidDirectory();
+            throw invalidDirectory("directory: ends after " + std::to_string(i) + " of " +
+                                   std::to_string(directory.count) + " records");
         listing.entries.push_back(readRecord(records, purpose));
     }
     return listing;
@@ -257,7 +278,7 @@ std::vector<std::byte> ZipArchive::Reader::contents(const Entry& entry) const
         throw tooLarge();
     const std::uint64_t begin = dataOffset(entry);
     if (archive_->size() - begin < entry.compressedSize)
-        throw cut();
+        throw cut(entry.storedName + ": its data end behind the file");
     // The compressed data are held in memory too; none that decode to less are twice the limit long.
     if (entry.compressedSize / 2 > maxEntryBytes_)
         throw tooLarge();
@@ -266,7 +287,8 @@ std::vector<std::byte> ZipArchive::Reader::contents(const Entry& entry) const
     if (entry.method == zip::methodDeflated)
         data = Deflate::decompress(data, entry.uncompressedSize);
     if (CRC32::checksum(data) != entry.crc)
-        throw ConversionError::unreadableSource("archive ZIP endommagée (somme de contrôle)"_fr);
+        throw ConversionError::unreadableSource("archive ZIP endommagée (somme de contrôle)"_fr)
+            .because(entry.storedName + ": checksum");
     return data;
 }
 
@@ -288,13 +310,13 @@ std::uint64_t ZipArchive::Reader::dataOffset(const Entry& entry) const
 {
     const std::uint64_t offset = bytesInFront_ + entry.localHeaderOffset;
     const Bytes header = archive_->read(offset, zip::localHeaderSize);
-    ByteReader local{header, damaged()};
+    ByteReader local{header, damaged(entry.storedName + ": no local header at " + std::to_string(offset))};
     local.expect(zip::localSignature);
     local.seek(26);
     const std::uint32_t variable = std::uint32_t{local.u16()} + local.u16();
     const std::uint64_t begin = offset + zip::localHeaderSize + variable;
     if (begin > archive_->size())
-        throw cut();
+        throw cut(entry.storedName + ": its local header ends behind the file");
     return begin;
 }
 

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <string>
 #include <string_view>
 #include <thread>
 
@@ -46,13 +47,21 @@ DetectionIssue refusal(const DetectionResult& result)
     std::error_code failure;
     const fs::file_status status = fs::status(result.url, failure);
     if (failure || !fs::exists(status))
-        return DetectionIssue::unreadable("introuvable ou inaccessible"_fr);
+        return DetectionIssue::unreadable("introuvable ou inaccessible"_fr).because("stat: " + failure.message());
     if (!fs::is_directory(status))
-        return DetectionIssue::unreadable("lecture impossible"_fr);
+        return DetectionIssue::unreadable("lecture impossible"_fr)
+            .because(fs::is_regular_file(status) ? "open: refused" : "stat: no regular file");
     // A program may be a folder that the system shows as one file.
     const auto& declared = result.declaredFormat;
     const bool isProgram = declared && declared->has(FormatTrait::executable) && declared->has(FormatTrait::bundle);
     return isProgram ? DetectionIssue::executable() : DetectionIssue::directory();
+}
+
+DetectionIssue encrypted(const SniffResult& content)
+{
+    return DetectionIssue::encrypted().because(content.container ? std::string{storedName(*content.container)} +
+                                                                       ": marked as encrypted"
+                                                                 : "marked as encrypted");
 }
 
 void refuseTooManyPixels(std::int64_t limit, DetectionResult& result)
@@ -60,7 +69,8 @@ void refuseTooManyPixels(std::int64_t limit, DetectionResult& result)
     const std::int64_t width = result.properties.pixelWidth.value_or(0);
     const std::int64_t height = result.properties.pixelHeight.value_or(0);
     if (width > 0 && height > limit / width)
-        result.issues.push_back(DetectionIssue::tooManyPixels(limit / 1'000'000));
+        result.issues.push_back(DetectionIssue::tooManyPixels(limit / 1'000'000)
+                                    .because(std::to_string(width) + " x " + std::to_string(height) + " pixels"));
 }
 
 void checkStructure(const ByteSource& source, DetectionResult& result)
@@ -109,7 +119,7 @@ DetectionResult FileDetector::detect(const fs::path& url) const
     std::array<std::byte, headerLength> buffer;
     const auto head = std::span{buffer}.first(source->read(0, std::span{buffer}));
     if (head.empty()) {
-        result.issues.push_back(DetectionIssue::unreadable("lecture impossible"_fr));
+        result.issues.push_back(DetectionIssue::unreadable("lecture impossible"_fr).because("read: no bytes"));
         return result;
     }
 
@@ -122,7 +132,7 @@ DetectionResult FileDetector::detect(const fs::path& url) const
             content = {.isText = true};
         enter(resolve(declared, extensionFormats, content, *registry_), result);
         if (inside.isEncrypted)
-            result.issues.push_back(DetectionIssue::encrypted());
+            result.issues.push_back(encrypted(content));
         return content;
     };
     SniffResult content = recognisedAs(sniffedContent(head));

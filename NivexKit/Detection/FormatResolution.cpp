@@ -84,11 +84,11 @@ bool isFreeText(const FileFormat& format)
     return format.family == FormatFamily::code || hasWord("txt md csv tsv yaml toml tex", format.id.rawValue);
 }
 
-FormatResolution contentDoesNotMatch(const FileFormat& declared)
+FormatResolution contentDoesNotMatch(const FileFormat& declared, std::string_view content)
 {
     return {.format = &declared,
             .confidence = DetectionConfidence::extensionOnly,
-            .issues = {DetectionIssue::contentDoesNotMatch(declared.name)}};
+            .issues = {DetectionIssue::contentDoesNotMatch(declared.name).because(content)}};
 }
 
 /// Content that is text, without an opening that tells which.
@@ -108,7 +108,7 @@ FormatResolution resolvePlainText(const FileFormat* declared, std::span<const Fi
     if (!declared)
         return {.format = guess, .confidence = DetectionConfidence::contentCompatible};
     if (SignatureSniffer::formatsWithKnownSignature.contains(declared->id))
-        return contentDoesNotMatch(*declared);
+        return contentDoesNotMatch(*declared, "content: text without the format's signature");
     return {.format = declared, .confidence = DetectionConfidence::extensionOnly};
 }
 
@@ -120,7 +120,7 @@ FormatResolution resolveUnknownBinary(const FileFormat* declared)
     const bool mustShow =
         declared->has(FormatTrait::text) || SignatureSniffer::formatsWithKnownSignature.contains(declared->id);
     if (mustShow)
-        return contentDoesNotMatch(*declared);
+        return contentDoesNotMatch(*declared, "content: binary without a known signature");
     return {.format = declared, .confidence = DetectionConfidence::extensionOnly};
 }
 
@@ -147,9 +147,10 @@ FormatResolution resolve(const FileFormat* declared, std::span<const FileFormat*
         return {.format = likeliest, .confidence = DetectionConfidence::contentCompatible};
     if (accepts(*declared, *likeliest))
         return {.format = declared, .confidence = DetectionConfidence::contentCompatible};
-    return {.format = likeliest,
-            .confidence = DetectionConfidence::contentCompatible,
-            .issues = {DetectionIssue::extensionMismatch(declared->name)}};
+    return {
+        .format = likeliest,
+        .confidence = DetectionConfidence::contentCompatible,
+        .issues = {DetectionIssue::extensionMismatch(declared->name).because("content: " + likeliest->id.rawValue)}};
 }
 
 bool mayBe(const FormatID& format, const SniffResult& content, const FormatRegistry& registry)

@@ -25,7 +25,7 @@ public:
         properties.isEncrypted = facts.needsPassword;
         ProbeReport report{.isConfirmed = facts.pageCount.has_value()};
         if (facts.needsPassword.value_or(false))
-            report.issue = DetectionIssue::encrypted();
+            report.issue = DetectionIssue::encrypted().because("/Encrypt: the empty password does not open it");
         return report;
     }
 };

@@ -96,11 +96,10 @@ std::vector<fs::path> convertPicture(const EngineRequest& request, const Progres
             produce(source, target, request, progress);
         }
         if (hasGuessBehind())
-            throw damaged(vips_error_buffer());
+            throw damaged(errorsBehind());
     } catch (const vips::VError& error) {
-        const std::string cause = error.what();
-        if (!isReadableThroughout(request))
-            throw damaged(cause);
+        const std::string cause = error.what(); // before it is lost in further messages
+        requireReadable(request);
         requireSpace(output.parent_path());
         throw notSaved(request.targetFormat.name).because(cause);
     } catch (const ConversionError& error) {

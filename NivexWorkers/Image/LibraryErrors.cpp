@@ -11,6 +11,8 @@ void forgetErrors() { vips_error_clear(); }
 
 bool hasErrorBehind() { return *vips_error_buffer() != '\0'; }
 
+std::string errorsBehind() { return vips_error_buffer(); }
+
 bool hasGuessBehind()
 {
     constexpr std::string_view guesses[] = {"premature end of data segment", "bad Huffman code", "bad arithmetic code",

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 namespace nivex::image {
 
 // What libvips tells of failures beside what it throws: messages, which pile up until they are forgotten.
@@ -10,6 +12,9 @@ void forgetErrors();
 /// takes stock as soon as the last piece is handed out (vips_threadpool_run), and an error in a piece that is not done
 /// yet goes unnoticed; only its message stays.
 bool hasErrorBehind();
+
+/// What the messages say.
+std::string errorsBehind();
 
 /// True when libjpeg met data that mean nothing and went on with a guess, which libvips counts as a warning. Of several
 /// such messages only the first is kept; bytes too many before a marker, which some cameras write, are no damage.

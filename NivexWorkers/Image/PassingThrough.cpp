@@ -36,8 +36,7 @@ bool copiedAsItIs(const Picture& picture, const EngineRequest& request)
 {
     if (!isAsAskedAlready(picture, request))
         return false;
-    if (!isReadableThroughout(request))
-        throw damaged();
+    requireReadable(request);
     fs::copy_file(request.input, request.outputLocation());
     return true;
 }

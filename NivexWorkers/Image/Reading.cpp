@@ -16,17 +16,19 @@ Picture readSource(const Codec& source, const WrittenPictures& target, const Eng
     return picture;
 }
 
-bool isReadableThroughout(const EngineRequest& request)
+void requireReadable(const EngineRequest& request)
 {
     const OneThread thread; // several may lose an error: see hasErrorBehind
+    forgetErrors();
     try {
         const ReadRequest reading{
             .file = request.input, .format = request.sourceFormat.id.rawValue, .limits = request.limits};
         for (const vips::VImage& frame : codec(reading.format).read(reading).frames)
             frame.avg();
-        return true;
-    } catch (const std::exception&) {
-        return false;
+    } catch (const ConversionError& error) {
+        throw damaged(error.cause());
+    } catch (const std::exception& error) {
+        throw damaged(error.what());
     }
 }
 

@@ -11,7 +11,8 @@ namespace nivex::image {
 /// Throws what the codec's reader throws.
 Picture readSource(const Codec& source, const WrittenPictures& target, const EngineRequest& request);
 
-/// Pulls every pixel of the source, to learn whether a failure to write was a failure to read.
-bool isReadableThroughout(const EngineRequest& request);
+/// Pulls every pixel of the source, to learn whether a failure to write was a failure to read. Throws what damaged()
+/// makes, with what the reader met as its cause.
+void requireReadable(const EngineRequest& request);
 
 } // namespace nivex::image

@@ -94,7 +94,9 @@ void requireAcceptableSize(std::int64_t width, std::int64_t height, std::int64_t
 /// "son contenu est endommagé ou incomplet": what a reader throws for anything malformed.
 ///
 /// cause  what exactly: where it was found and what was wrong there ("IDAT: checksum"), or a library's own message
-ConversionError damaged(std::string_view cause = {});
+ConversionError damaged(std::string_view cause);
+/// A cause: the file was there a moment ago.
+inline constexpr std::string_view cannotOpen = "the file cannot be opened";
 
 /// "l'image n'a pas pu être enregistrée au format {}": what a writer throws where its encoder fails.
 ConversionError notSaved(std::string_view format);

@@ -90,7 +90,8 @@ Metadata metadataOf(const Codec& codec, const Picture& picture, const std::files
 void requireAcceptableSize(std::int64_t width, std::int64_t height, std::int64_t frames, const ResourceLimits& limits)
 {
     if (width < 1 || height < 1 || frames < 1)
-        throw damaged();
+        throw damaged("picture of " + std::to_string(width) + " x " + std::to_string(height) + " pixels, " +
+                      std::to_string(frames) + " frames");
     const std::int64_t most = limits.maxImagePixels;
     if (width > most || height > most / width || frames > most / (width * height))
         throw ConversionError::resourceLimit(

@@ -89,7 +89,7 @@ bool succeedsInAll(unsigned threads, const std::function<astcenc_error(unsigned)
 Texture readHeader(const ByteSource& source, const ResourceLimits& limits)
 {
     const auto bytes = source.read(0, headerBytes);
-    ByteReader header{bytes, damaged()};
+    ByteReader header{bytes, damaged("ASTC header: too short or without its signature")};
     header.expect(signature);
     Texture texture{};
     texture.block.width = header.u8();
@@ -100,10 +100,10 @@ Texture readHeader(const ByteSource& source, const ResourceLimits& limits)
     if (const std::uint32_t depth = header.u24(); blockDepth > 1 || depth > 1)
         throw ConversionError::unsupported("les textures ASTC en trois dimensions"_fr);
     if (std::ranges::find(blockSizes, texture.block) == std::end(blockSizes))
-        throw damaged();
+        throw damaged("ASTC header: no such block size");
     requireAcceptableSize(texture.width, texture.height, 1, limits);
     if ((source.size() - headerBytes) / blockBytes < texture.blocksAcross() * texture.blocksDown())
-        throw damaged();
+        throw damaged("ASTC: fewer blocks than the header announces");
     return texture;
 }
 
@@ -128,7 +128,7 @@ private:
             const std::size_t size = rows * texture_.blocksAcross() * blockBytes;
             auto blocks = source_.read(headerBytes + row * texture_.blocksAcross() * blockBytes, size);
             if (blocks.size() != size)
-                throw damaged();
+                throw damaged("ASTC: the file ends inside its blocks");
             visit(row, rows, reinterpret_cast<const std::uint8_t*>(blocks.data()), size);
         }
     }
@@ -136,7 +136,8 @@ private:
     /// Looks at every block: the file does not say which kind it holds, and a block that means nothing is damage.
     bool hasHighRange()
     {
-        const Context context = image::context(ASTCENC_PRF_HDR, texture_.block, ASTCENC_PRE_FASTEST, 0, 1, damaged());
+        const Context context = image::context(ASTCENC_PRF_HDR, texture_.block, ASTCENC_PRE_FASTEST, 0, 1,
+                                               damaged("ASTC: the decoder refuses the block size"));
         std::atomic<bool> found = false;
         eachStrip([&](std::size_t, std::size_t, const std::uint8_t* blocks, std::size_t size) {
             const bool isWhole = succeedsInAll(threads_, [&](unsigned number) {
@@ -151,7 +152,7 @@ private:
                 return ASTCENC_SUCCESS;
             });
             if (!isWhole)
-                throw damaged();
+                throw damaged("ASTC: a block that means nothing");
         });
         return found;
     }
@@ -167,8 +168,9 @@ private:
     template <class Sample>
     VImage decoded(astcenc_profile profile, astcenc_type type, VipsBandFormat format, VipsInterpretation colors)
     {
-        const Context context = image::context(profile, texture_.block, ASTCENC_PRE_FASTEST,
-                                               ASTCENC_FLG_DECOMPRESS_ONLY, threads_, damaged());
+        const Context context =
+            image::context(profile, texture_.block, ASTCENC_PRE_FASTEST, ASTCENC_FLG_DECOMPRESS_ONLY, threads_,
+                           damaged("ASTC: the decoder refuses the block size"));
         PixelBuffer pixels{texture_.width, texture_.height, bands, format, colors};
         bool isOpaque = true;
         eachStrip([&](std::size_t row, std::size_t rows, const std::uint8_t* blocks, std::size_t size) {
@@ -184,7 +186,7 @@ private:
             if (!succeedsInAll(threads_, [&](unsigned number) {
                     return astcenc_decompress_image(context.get(), blocks, size, &strip, &asStored, number);
                 }))
-                throw damaged();
+                throw damaged("ASTC: a block that cannot be decoded");
             astcenc_decompress_reset(context.get());
             Sample* sample = pixels.samples<Sample>(top);
             for (auto count = static_cast<std::size_t>((bottom - top) * texture_.width); count > 0; --count) {
@@ -313,7 +315,7 @@ Picture readAstc(const ReadRequest& request)
 {
     const auto source = FileSource::open(request.file);
     if (!source)
-        throw damaged();
+        throw damaged(cannotOpen);
     const Texture texture = readHeader(*source, request.limits);
     return {.frames = {AstcDecoding{*source, texture}.image()}};
 }

@@ -43,6 +43,9 @@ int generate(VipsRegion* region, void*, void* userData, void*, gboolean*)
                         static_cast<std::size_t>(area.width) * pixelBytes);
         }
         return 0;
+    } catch (const ConversionError& failure) {
+        vips_error("bitmap", "%s", failure.cause().c_str());
+        return -1;
     } catch (const std::exception& failure) {
         vips_error("bitmap", "%s", failure.what());
         return -1;
@@ -108,7 +111,7 @@ SharedSource openedSource(const ReadRequest& request)
 {
     auto file = FileSource::open(request.file);
     if (!file)
-        throw damaged();
+        throw damaged(cannotOpen);
     return std::make_shared<FileSource>(std::move(*file));
 }
 

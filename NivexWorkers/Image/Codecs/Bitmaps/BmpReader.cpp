@@ -10,9 +10,9 @@ Bitmap openBmp(const SharedSource& file, const ResourceLimits& limits)
 {
     constexpr std::uint64_t fileHeader = 14;
     const auto bytes = file->read(0, fileHeader);
-    ByteReader header{bytes, damaged()};
+    ByteReader header{bytes, damaged("BMP header: too short")};
     if (header.text(2) != "BM")
-        throw damaged();
+        throw damaged("BMP header: no BM");
     header.skip(8); // the file's size, which many writers get wrong, and reserved fields
     std::uint64_t pixels = header.u32();
 

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <limits>
 #include <optional>
+#include <string>
 
 namespace nivex::image {
 namespace {
@@ -66,7 +67,7 @@ void enterPacking(Dib& dib, std::uint32_t compression, std::uint32_t headerSize)
     }
     const int packedBits = dib.packing == Dib::Packing::runLength8 ? 8 : 4;
     if (dib.packing != Dib::Packing::none && dib.bitsPerPixel != packedBits)
-        throw damaged();
+        throw damaged("DIB header: run lengths do not go with the bits per pixel");
 }
 
 /// The fields from the compression on. `colours` becomes the number of palette entries, as far as it is told.
@@ -101,7 +102,7 @@ void readPalette(Dib& dib, const ByteSource& file, std::uint64_t begin, std::uin
     if (pixels >= begin)
         count = std::min(count, (pixels - begin) / entryBytes);
     const auto entries = readExactly(file, begin, static_cast<std::size_t>(count * entryBytes));
-    ByteReader reader{entries, damaged()};
+    ByteReader reader{entries, damaged("DIB palette: too short")};
     dib.palette.resize(256); // an index without an entry is black
     for (std::size_t i = 0; i < count; ++i) {
         const auto colour = reader.bytes(3);
@@ -223,7 +224,7 @@ void requirePlausiblePacking(const ByteSource& file, const Dib& dib, std::uint64
     const auto stored = static_cast<std::int64_t>(file.size() - std::min(file.size(), pixels));
     const std::int64_t announced = std::int64_t{dib.width} * dib.height;
     if (announced > quicklyMade && announced / mostPixelsOfAByte > stored)
-        throw damaged();
+        throw damaged("DIB: more pixels than its data can hold");
 }
 
 bool isGreyPalette(const Dib& dib)
@@ -258,7 +259,7 @@ PlainRows plainRows(const ByteSource& file, const Dib& dib, std::uint64_t pixels
                          .isTopDown = dib.isTopDown};
     const std::uint64_t needed = rows.bytes * static_cast<unsigned>(dib.height - 1) + usedRowBytes(dib);
     if (pixels > file.size() || file.size() - pixels < needed)
-        throw damaged();
+        throw damaged("DIB: fewer rows than the header announces");
     return rows;
 }
 
@@ -389,7 +390,7 @@ Bitmap directBitmap(const SharedSource& file, const Dib& dib, std::uint64_t pixe
 Dib readDib(const ByteSource& file, std::uint64_t offset, std::uint64_t pixels)
 {
     const auto bytes = file.read(offset, headerWithProfile + 16);
-    ByteReader header{bytes, damaged()};
+    ByteReader header{bytes, damaged("DIB header: too short")};
     const std::uint32_t headerSize = header.u32();
     Dib dib;
     std::int64_t width = 0;
@@ -402,7 +403,7 @@ Dib readDib(const ByteSource& file, std::uint64_t offset, std::uint64_t pixels)
         width = static_cast<std::int32_t>(header.u32());
         height = static_cast<std::int32_t>(header.u32());
     } else {
-        throw damaged();
+        throw damaged("DIB header: size " + std::to_string(headerSize));
     }
     header.skip(2); // planes
     dib.bitsPerPixel = header.u16();
@@ -411,7 +412,7 @@ Dib readDib(const ByteSource& file, std::uint64_t offset, std::uint64_t pixels)
     dib.isTopDown = height < 0;
     height = height < 0 ? -height : height;
     if (width < 1 || height < 1 || height > longest)
-        throw damaged();
+        throw damaged("DIB header: width or height");
     dib.width = static_cast<int>(width);
     dib.height = static_cast<int>(height);
 
@@ -424,7 +425,7 @@ Dib readDib(const ByteSource& file, std::uint64_t offset, std::uint64_t pixels)
             paletteBegin = offset + std::max<std::uint64_t>(headerSize, header.position());
     }
     if (std::ranges::find(depths, dib.bitsPerPixel) == std::end(depths))
-        throw damaged();
+        throw damaged("DIB header: bits per pixel");
     if (headerSize == headerWithProfile) {
         constexpr std::uint32_t embedded = 0x4D424544; // 'MBED'
         header.seek(56);

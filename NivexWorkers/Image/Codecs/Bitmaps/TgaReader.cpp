@@ -44,7 +44,7 @@ TgaLayout readLayout(const ByteSource& file)
 {
     constexpr std::size_t headerBytes = 18;
     const auto bytes = file.read(0, headerBytes);
-    ByteReader header{bytes, damaged()};
+    ByteReader header{bytes, damaged("TGA header: too short")};
     const unsigned identificationBytes = header.u8();
     const bool hasPalette = header.u8() != 0;
     const unsigned type = header.u8();
@@ -78,10 +78,10 @@ TgaLayout readLayout(const ByteSource& file)
                          : layout.kind == Kind::grey   ? isOneOf(layout.bitsPerPixel, {8, 16})
                                                        : false;
     if (!isSound || (descriptor & interleaving) != 0)
-        throw damaged();
+        throw damaged("TGA header: kind and bits per pixel");
     if (layout.kind == Kind::indexed) {
         if (!isOneOf(layout.paletteBits, {15, 16, 24, 32}))
-            throw damaged();
+            throw damaged("TGA header: bits per palette entry");
         layout.palette = readExactly(file, palette, static_cast<std::size_t>(paletteBytes));
     }
     return layout;
@@ -126,7 +126,7 @@ public:
         const std::uint64_t needed = std::uint64_t{width_} * pixelBytes_ * static_cast<unsigned>(layout.height);
         if (!isPacked_) {
             if (pixels_ > file_->size() || file_->size() - pixels_ < needed)
-                throw damaged();
+                throw damaged("TGA: fewer rows than the header announces");
             return;
         }
         ByteStream stream{*file_, pixels_, file_->size()};

@@ -45,7 +45,7 @@ ConversionError refusal(const heif_error& error, const std::filesystem::path& fi
     default:
         if (error.subcode == heif_suberror_No_meta_box && isSequence(file))
             return ConversionError::unsupported("les séquences d'images HEIF"_fr);
-        return damaged();
+        return damaged(error.message ? error.message : "");
     }
 }
 
@@ -72,7 +72,8 @@ private:
 HeifReader::HeifReader(const ReadRequest& request) : request_{request}
 {
     if (const auto file = FileSource::open(request.file); file && hasCircularItems(*file))
-        throw damaged(); // libheif 1.15 follows them until the memory is used up
+        throw damaged("iref: items that refer to each other in a circle"); // libheif 1.15 follows them until the memory
+                                                                           // is used up
     heif_context_set_maximum_image_size_limit(context_.get(), longestCodedSide);
     require(heif_context_read_from_file(context_.get(), request.file.c_str(), nullptr));
 }
@@ -144,7 +145,7 @@ Planes::Planes(HeifPixels image, bool asColor)
                                                                                        pixels.get())}
 {
     if (width < 1 || height < 1)
-        throw damaged();
+        throw damaged("libheif: a picture without pixels");
     if (heif_image_get_colorspace(pixels.get()) == heif_colorspace_monochrome)
         for (int i = 0; i < (asColor ? 3 : 1); ++i)
             add(heif_channel_Y);
@@ -163,7 +164,7 @@ void Planes::add(heif_channel channel)
                 .bits = heif_image_get_bits_per_pixel_range(pixels.get(), channel)};
     if (!plane.samples || plane.bits < 8 || plane.bits > 16 || heif_image_get_width(pixels.get(), channel) < width ||
         heif_image_get_height(pixels.get(), channel) < height)
-        throw damaged();
+        throw damaged("libheif: a plane smaller than its picture");
     bands.push_back(plane);
 }
 

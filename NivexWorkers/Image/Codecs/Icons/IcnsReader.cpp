@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <iterator>
 #include <map>
+#include <string>
 
 namespace nivex::image {
 namespace {
@@ -58,18 +59,18 @@ std::map<std::string, IcnsElement, std::less<>> readElements(const ByteSource& f
 {
     constexpr std::uint64_t headBytes = 8;
     const auto headData = file.read(0, headBytes);
-    ByteReader head{headData, damaged(), ByteOrder::big};
+    ByteReader head{headData, damaged("ICNS head: too short"), ByteOrder::big};
     if (head.text(4) != "icns")
-        throw damaged();
+        throw damaged("ICNS head: no icns");
     const std::uint64_t end = head.u32();
     if (end < headBytes || end > file.size())
-        throw damaged();
+        throw damaged("ICNS head: length " + std::to_string(end));
     std::map<std::string, IcnsElement, std::less<>> elements;
     IcnsElements walk{file, end};
     while (const auto element = walk.next())
         elements.try_emplace(element->type, *element);
     if (!walk.reachedEnd())
-        throw damaged();
+        throw damaged("ICNS elements: one is larger than the file");
     return elements;
 }
 
@@ -119,7 +120,7 @@ std::vector<std::byte> maskPlane(const ByteSource& file, const IcnsElement* mask
     if (!mask)
         return std::vector<std::byte>(planeBytes, std::byte{0xFF});
     if (mask->size < planeBytes)
-        throw damaged();
+        throw damaged("ICNS mask: too short");
     return readExactly(file, mask->begin, planeBytes);
 }
 
@@ -129,7 +130,7 @@ Bitmap bitmapWithMask(const ByteSource& file, int side, const IcnsElement& colou
     // The largest of these elements begins with four zero bytes that mean nothing.
     const std::uint64_t lead = side == 128 ? 4 : 0;
     if (colours.size < lead)
-        throw damaged();
+        throw damaged("ICNS element: no room for its lead");
     std::vector<std::byte> planes =
         unpackedPlanes(file, colours.begin + lead, colours.begin + colours.size, planeBytes, 3);
     const auto alpha = maskPlane(file, mask, planeBytes);

@@ -52,7 +52,7 @@ Dib iconDib(const ByteSource& file, const IcoEntry& entry)
     Dib dib = readDib(file, entry.offset, 0);
     dib.height /= 2; // the mask counts too
     if (dib.packing != Dib::Packing::none || dib.isTopDown || dib.height < 1)
-        throw damaged();
+        throw damaged("ICO: DIB header that no icon has");
     return dib;
 }
 
@@ -69,7 +69,7 @@ Bitmap iconBitmap(const SharedSource& file, const IcoEntry& entry, Dib dib)
     if (entry.size == mask.begin - entry.offset)
         return masked(file, std::move(bitmap), std::nullopt); // some writers leave it out
     if (mask.end(dib.height) > file->size())
-        throw damaged();
+        throw damaged("ICO: mask behind the end of the file");
     return masked(file, std::move(bitmap), mask);
 }
 
@@ -79,12 +79,12 @@ std::vector<IconPicture> openIco(const SharedSource& file, const ResourceLimits&
 {
     const auto entries = icoEntries(*file);
     if (!entries)
-        throw damaged();
+        throw damaged("ICO directory: cut, or not of icons");
     std::vector<IconPicture> pictures;
     std::int64_t total = 0;
     for (const IcoEntry& entry : *entries) {
         if (entry.offset > file->size() || file->size() - entry.offset < entry.size)
-            throw damaged();
+            throw damaged("ICO directory: an entry behind the end of the file");
         IconPicture picture;
         if (isPng(*file, entry.offset)) {
             picture = pngInside(*file, entry.offset, entry.size);

@@ -22,17 +22,17 @@ IconPicture pngInside(const ByteSource& file, std::uint64_t begin, std::uint64_t
 {
     constexpr std::uint64_t headerEnd = 8 + 8 + 10; // signature, IHDR's head, what is read of it
     if (size < headerEnd || begin > file.size() || file.size() - begin < size)
-        throw damaged();
+        throw damaged("PNG in an icon: too short");
     const auto bytes = readExactly(file, begin + 8, headerEnd - 8);
-    ByteReader header{bytes, damaged(), ByteOrder::big};
+    ByteReader header{bytes, damaged("PNG in an icon: too short"), ByteOrder::big};
     header.skip(4);
     if (header.text(4) != "IHDR")
-        throw damaged();
+        throw damaged("PNG in an icon: no IHDR");
     const std::uint32_t width = header.u32();
     const std::uint32_t height = header.u32();
     constexpr auto longest = static_cast<std::uint32_t>(std::numeric_limits<std::int32_t>::max());
     if (width > longest || height > longest)
-        throw damaged();
+        throw damaged("PNG in an icon: width or height");
     return {.coding = IconPicture::Coding::png,
             .width = static_cast<int>(width),
             .height = static_cast<int>(height),
@@ -43,7 +43,7 @@ IconPicture pngInside(const ByteSource& file, std::uint64_t begin, std::uint64_t
 std::vector<IconPicture> inOrder(std::vector<IconPicture> pictures)
 {
     if (pictures.empty())
-        throw damaged();
+        throw damaged("no picture among the icon's entries");
     const auto rank = [](const IconPicture& each) {
         return std::tuple{std::int64_t{each.width} * each.height, each.width, each.bitsPerPixel};
     };

@@ -11,6 +11,7 @@
 #include <cmath>
 #include <numeric>
 #include <set>
+#include <string>
 
 // Boxes: ISO/IEC 15444-1, annex I. Codestream: annex A.
 namespace nivex::image {
@@ -32,14 +33,14 @@ void eachInnerBox(std::span<const std::byte> contents, Visit visit)
     while (const auto box = boxes.next())
         visit(box->type, contents.subspan(box->begin, box->size()));
     if (!boxes.reachedEnd())
-        throw damaged();
+        throw damaged("jp2h: its boxes do not fill it");
 }
 
 void readColors(std::span<const std::byte> box, File& file)
 {
     if (file.colorSpace != File::ColorSpace::unknown)
         return; // the first that can be understood counts
-    ByteReader reader{box, damaged(), ByteOrder::big};
+    ByteReader reader{box, damaged("colr: too short"), ByteOrder::big};
     const std::uint8_t method = reader.u8();
     reader.skip(2);
     if (method == 1) {
@@ -67,15 +68,15 @@ void readColors(std::span<const std::byte> box, File& file)
 
 void readPalette(std::span<const std::byte> box, File::Palette& palette)
 {
-    ByteReader reader{box, damaged(), ByteOrder::big};
+    ByteReader reader{box, damaged("pclr: too short"), ByteOrder::big};
     palette.rows = reader.u16();
     const std::size_t columns = reader.u8();
     if (palette.rows == 0 || palette.rows > 1024 || columns == 0)
-        throw damaged();
+        throw damaged("pclr: number of rows or columns");
     for (std::size_t i = 0; i < columns; ++i) {
         const std::uint8_t bits = reader.u8();
         if ((bits & 0x80) != 0 || bits > 15)
-            throw damaged();
+            throw damaged("pclr: bits of a column");
         palette.bits.push_back(bits + 1);
     }
     for (std::size_t i = 0; i < palette.rows * columns; ++i)
@@ -84,7 +85,7 @@ void readPalette(std::span<const std::byte> box, File::Palette& palette)
 
 void readMapping(std::span<const std::byte> box, File& file)
 {
-    ByteReader reader{box, damaged(), ByteOrder::big};
+    ByteReader reader{box, damaged("cmap: too short"), ByteOrder::big};
     while (reader.left() >= 4 && file.channels.size() < mostComponents) {
         File::Channel channel{.component = reader.u16()};
         const bool isPaletted = reader.u8() == 1;
@@ -103,7 +104,7 @@ struct ChannelDefinition {
 
 std::vector<ChannelDefinition> readDefinitions(std::span<const std::byte> box)
 {
-    ByteReader reader{box, damaged(), ByteOrder::big};
+    ByteReader reader{box, damaged("cdef: too short"), ByteOrder::big};
     std::vector<ChannelDefinition> definitions(std::min<std::size_t>(reader.u16(), mostComponents));
     for (ChannelDefinition& each : definitions) {
         each.channel = reader.u16();
@@ -126,7 +127,7 @@ void define(std::span<const ChannelDefinition> definitions, std::vector<File::Ch
         placed.push_back({i, channels[i]});
     for (const ChannelDefinition& each : definitions) {
         if (each.channel >= placed.size())
-            throw damaged();
+            throw damaged("cdef: channel " + std::to_string(each.channel));
         Placed& of = placed[each.channel];
         if (each.kind == 0 && each.association >= 1 && each.association <= placed.size())
             of = {each.association - 1u, of.channel};
@@ -150,7 +151,7 @@ void readResolution(std::span<const std::byte> box, File& file)
     eachInnerBox(box, [&](std::uint32_t type, std::span<const std::byte> contents) {
         if (type != boxType("resc") && type != boxType("resd"))
             return;
-        ByteReader reader{contents, damaged(), ByteOrder::big};
+        ByteReader reader{contents, damaged(boxName(type) + ": too short"), ByteOrder::big};
         std::uint32_t numbers[4]; // vertical numerator and denominator, horizontal ones
         for (std::uint32_t& number : numbers)
             number = reader.u16();
@@ -162,7 +163,7 @@ void readResolution(std::span<const std::byte> box, File& file)
 void readHeaderBox(const ByteSource& source, const IsoBox& box, File& file, std::vector<ChannelDefinition>& definitions)
 {
     if (box.size() > largestHeaderBox)
-        throw damaged();
+        throw damaged("jp2h: too large");
     const auto contents = source.read(box.begin, static_cast<std::size_t>(box.size()));
     eachInnerBox(contents, [&](std::uint32_t type, std::span<const std::byte> inner) {
         if (type == boxType("colr"))
@@ -193,18 +194,18 @@ void readSize(ByteReader reader, File& file)
     if (file.originX >= file.endX || file.originY >= file.endY || tileWidth == 0 || tileHeight == 0 ||
         tileX > file.originX || tileY > file.originY || tileX + tileWidth <= file.originX ||
         tileY + tileHeight <= file.originY || count == 0 || count > mostComponents)
-        throw damaged();
+        throw damaged("SIZ: picture or tile area");
     file.tilesAcross = (file.endX - tileX + tileWidth - 1) / tileWidth;
     file.tilesDown = (file.endY - tileY + tileHeight - 1) / tileHeight;
     if (file.tilesAcross > 65'535 || file.tilesDown > 65'535 || file.tilesAcross * file.tilesDown > 65'535 ||
         file.tilesAcross * file.tilesDown * count > mostTileComponents)
-        throw damaged();
+        throw damaged("SIZ: too many tiles");
     for (int i = 0; i < count; ++i) {
         const std::uint8_t depth = reader.u8();
         const std::uint8_t stepX = reader.u8();
         const std::uint8_t stepY = reader.u8();
         if ((depth & 0x7F) > 30 || stepX == 0 || stepY == 0)
-            throw damaged();
+            throw damaged("SIZ: depth or sub-sampling of a component");
         file.components.push_back(
             {.bits = (depth & 0x7F) + 1, .isSigned = (depth & 0x80) != 0, .stepX = stepX, .stepY = stepY});
     }
@@ -222,18 +223,18 @@ std::uint64_t readMainHeader(const ByteSource& source, File& file)
     const std::uint64_t all = file.codestreamEnd - file.codestreamBegin;
     const auto head =
         source.read(file.codestreamBegin, static_cast<std::size_t>(std::min<std::uint64_t>(all, largestMainHeader)));
-    ByteReader reader{head, damaged(), ByteOrder::big};
+    ByteReader reader{head, damaged("codestream: ends inside the main header"), ByteOrder::big};
     if (reader.u16() != startOfCodestream)
-        throw damaged();
+        throw damaged("codestream: no SOC");
     for (;;) {
         const std::uint16_t marker = reader.u16();
         if (marker == startOfTilePart)
             break;
         const std::uint16_t length = reader.u16();
         if (marker < 0xFF00 || length < 2)
-            throw damaged();
+            throw damaged("main header: no marker at " + std::to_string(file.codestreamBegin + reader.position() - 4));
         const auto contents = reader.bytes(length - 2u);
-        ByteReader segment{contents, damaged(), ByteOrder::big};
+        ByteReader segment{contents, damaged("main header: segment too short"), ByteOrder::big};
         if (marker == imageSize && file.components.empty()) {
             readSize(segment, file);
         } else if (marker == codingStyle) {
@@ -242,7 +243,7 @@ std::uint64_t readMainHeader(const ByteSource& source, File& file)
         }
     }
     if (file.components.empty())
-        throw damaged();
+        throw damaged("main header: no SIZ");
     return file.codestreamBegin + reader.position() - 2;
 }
 
@@ -253,27 +254,27 @@ void requireWholeCodestream(const ByteSource& source, const File& file, std::uin
     for (;;) {
         const auto head =
             source.read(position, static_cast<std::size_t>(std::min<std::uint64_t>(12, file.codestreamEnd - position)));
-        ByteReader reader{head, damaged(), ByteOrder::big};
+        ByteReader reader{head, damaged("codestream: ends before EOC"), ByteOrder::big};
         const std::uint16_t marker = reader.u16();
         if (marker == endOfCodestream)
             break;
         if (marker != startOfTilePart || reader.u16() != 10)
-            throw damaged();
+            throw damaged("no SOT at " + std::to_string(position));
         tiles.insert(reader.u16());
         const std::uint64_t length = reader.u32();
         const std::uint64_t left = file.codestreamEnd - position;
         if (length == 0) { // up to the end marker
             const auto tail = source.read(file.codestreamEnd - 2, 2);
             if (left < 14 || ByteReader{tail, ByteOrder::big}.u16() != endOfCodestream)
-                throw damaged();
+                throw damaged("tile-part at " + std::to_string(position) + ": no EOC at the end of the file");
             break;
         }
         if (length < 14 || length > left)
-            throw damaged();
+            throw damaged("tile-part at " + std::to_string(position) + ": length " + std::to_string(length));
         position += length;
     }
     if (std::ssize(tiles) != file.tilesAcross * file.tilesDown)
-        throw damaged();
+        throw damaged("codestream: tiles are missing");
 }
 
 /// The channels where no box names them: alpha follows the colours, as nearly every writer has it.
@@ -296,7 +297,7 @@ void requireChannels(const File& file)
     for (const File::Channel& channel : file.channels)
         if (channel.component >= file.components.size() ||
             (channel.paletteColumn && *channel.paletteColumn >= file.palette.bits.size()))
-            throw damaged();
+            throw damaged("cmap: channel without component or palette column");
 }
 
 std::int64_t samples(std::int64_t begin, std::int64_t end, std::int64_t step)
@@ -326,7 +327,7 @@ Jpeg2000File readJpeg2000File(const ByteSource& source)
         while (file.codestreamEnd == 0) {
             const auto box = boxes.next();
             if (!box)
-                throw damaged();
+                throw damaged("no jp2c");
             if (box->type == boxType("jp2h"))
                 readHeaderBox(source, *box, file, definitions);
             else if (box->type == boxType("jp2c"))
@@ -334,7 +335,7 @@ Jpeg2000File readJpeg2000File(const ByteSource& source)
         }
     }
     if (file.codestreamEnd - file.codestreamBegin < 2)
-        throw damaged();
+        throw damaged("codestream: empty");
     const std::uint64_t tileParts = readMainHeader(source, file);
     requireWholeCodestream(source, file, tileParts);
 

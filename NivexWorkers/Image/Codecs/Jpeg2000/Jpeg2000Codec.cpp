@@ -35,6 +35,7 @@ constexpr std::size_t streamBuffer = 1 << 20;
 constexpr OPJ_SIZE_T atEnd = static_cast<OPJ_SIZE_T>(-1);
 
 void ignore(const char*, void*) {}
+void keep(const char* message, void* messages) { *static_cast<std::string*>(messages) += message; }
 
 CodecHandle silent(opj_codec_t* codec)
 {
@@ -134,7 +135,7 @@ Layout layoutOf(const Jpeg2000File& file)
             alpha = &channel;
     }
     if (colors.empty())
-        throw damaged();
+        throw damaged("cdef: no channel of colour");
     const bool isCmyk = colors.size() >= 4 && (file.colorSpace == Jpeg2000File::ColorSpace::cmyk ||
                                                colorsOfProfile(file.profile) == ProfileColors::cmyk);
     const bool isGrey = colors.size() < 3 || file.colorSpace == Jpeg2000File::ColorSpace::grey ||
@@ -229,6 +230,7 @@ public:
                                                                                   file.codestreamBegin},
           codec_{silent(opj_create_decompress(OPJ_CODEC_J2K))}, stream_{opj_stream_create(streamBuffer, OPJ_TRUE)}
     {
+        opj_set_error_handler(codec_.get(), keep, &told_);
         opj_stream_set_user_data(stream_.get(), &reading_, nullptr);
         opj_stream_set_user_data_length(stream_.get(), reading_.size);
         opj_stream_set_read_function(stream_.get(), CodestreamReading::read);
@@ -281,10 +283,10 @@ private:
 
     static bool isFiner(const opj_image_comp_t& a, const opj_image_comp_t& b) { return a.dx * a.dy < b.dx * b.dy; }
 
-    static void require(bool condition)
+    void require(bool condition) const
     {
         if (!condition)
-            throw damaged();
+            throw damaged(told_.empty() ? "OpenJPEG: a tile that does not fit" : "OpenJPEG: " + told_);
     }
 
     std::size_t pixelBytes() const { return layout_.channels.size() * (layout_.isDeep ? 2 : 1); }
@@ -347,6 +349,7 @@ private:
     const Layout layout_;
     const OPJ_UINT32 halvings_;
     CodestreamReading reading_;
+    std::string told_; // by the library
     CodecHandle codec_;
     StreamHandle stream_;
     ImageHandle image_;
@@ -545,7 +548,7 @@ Picture readJpeg2000(const ReadRequest& request)
 {
     const auto source = FileSource::open(request.file);
     if (!source)
-        throw damaged();
+        throw damaged(cannotOpen);
     return readJpeg2000(*source, request);
 }
 

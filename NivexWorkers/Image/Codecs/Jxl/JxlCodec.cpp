@@ -69,7 +69,7 @@ public:
         while (advance()) {
         }
         if (picture_.frames.empty())
-            throw damaged();
+            throw damaged("libjxl: no frame");
         if (picture_.frames.size() > 1)
             picture_.kind = FrameKind::animation;
         else
@@ -82,14 +82,14 @@ private:
     {
         const auto source = FileSource::open(file);
         if (!source)
-            throw damaged();
+            throw damaged(cannotOpen);
         return source->read(0, static_cast<std::size_t>(source->size()));
     }
 
     static void require(JxlDecoderStatus status)
     {
         if (status != JXL_DEC_SUCCESS)
-            throw damaged();
+            throw damaged("libjxl: status " + std::to_string(status));
     }
 
     /// Handles the next event; false after the last one.
@@ -123,7 +123,7 @@ private:
             endBox();
             return false;
         default: // an error, or an end before the end
-            throw damaged();
+            throw damaged("libjxl: event " + std::to_string(event));
         }
     }
 
@@ -168,7 +168,7 @@ private:
                           JXL_DEC_SUCCESS)
             return;
         if (size > profileLimit)
-            throw damaged();
+            throw damaged("libjxl: colour profile too large");
         profile_.resize(size);
         require(JxlDecoderGetColorAsICCProfile(decoder_.get(), nullptr, JXL_COLOR_PROFILE_TARGET_DATA,
                                                reinterpret_cast<std::uint8_t*>(profile_.data()), size));
@@ -209,14 +209,14 @@ private:
         std::size_t size = 0;
         require(JxlDecoderImageOutBufferSize(decoder_.get(), &format, &size));
         if (size > buffer_->bytes().size())
-            throw damaged();
+            throw damaged("libjxl: a frame larger than its header says");
         require(JxlDecoderSetImageOutBuffer(decoder_.get(), &format, buffer_->bytes().data(), size));
     }
 
     void endFrame()
     {
         if (!buffer_)
-            throw damaged();
+            throw damaged("libjxl: a frame without pixels");
         VImage frame = buffer_->image();
         buffer_.reset();
         if (format_ == VIPS_FORMAT_FLOAT && isGrey_) { // floating point is always colour
@@ -251,7 +251,7 @@ private:
     {
         const std::size_t filled = box_.size() - JxlDecoderReleaseBoxBuffer(decoder_.get());
         if (boxName_.empty() || box_.size() >= largestMetadata)
-            throw damaged();
+            throw damaged("libjxl: metadata box too large");
         box_.resize(box_.size() * 2);
         require(JxlDecoderSetBoxBuffer(decoder_.get(), reinterpret_cast<std::uint8_t*>(box_.data()) + filled,
                                        box_.size() - filled));

@@ -44,8 +44,8 @@ auto guarded(const ConversionError& error, Work work)
         throw;
     } catch (const vips::VError&) {
         throw;
-    } catch (const std::exception&) {
-        throw error;
+    } catch (const std::exception& failure) {
+        throw error.because(failure.what());
     }
 }
 
@@ -75,14 +75,14 @@ void checkPart(const Imf::Header& header, const ResourceLimits& limits)
     int channels = 0;
     for (auto each = header.channels().begin(); each != header.channels().end(); ++each)
         if (++channels > mostChannels)
-            throw damaged();
+            throw damaged("EXR header: too many channels");
     if (!header.hasTileDescription())
         return;
     const std::int64_t width = header.tileDescription().xSize;
     const std::int64_t height = header.tileDescription().ySize;
     requireAcceptableSize(width, height, 1, limits);
     if (((data.width + width - 1) / width) * ((data.height + height - 1) / height) > mostTiles)
-        throw damaged();
+        throw damaged("EXR header: too many tiles");
 }
 
 /// Reads nothing but the headers (OpenEXR File Layout): opening a file as a picture allocates what they announce.
@@ -92,7 +92,7 @@ void checkHeaders(const ReadRequest& request)
     char numbers[8];
     stream.read(numbers, sizeof numbers);
     if (std::memcmp(numbers, "\x76\x2f\x31\x01", 4) != 0)
-        throw damaged();
+        throw damaged("EXR: no magic number");
     int version = 0;
     for (int i = 3; i >= 0; --i)
         version = version << 8 | static_cast<unsigned char>(numbers[4 + i]);
@@ -110,7 +110,7 @@ void checkHeaders(const ReadRequest& request)
             return;
         stream.seekg(next);
     }
-    throw damaged();
+    throw damaged("EXR: too many parts");
 }
 
 /// Which channels make the picture.
@@ -155,7 +155,7 @@ public:
                                                             VIPS_INTERPRETATION_scRGB}
     {
         if (!file_.isComplete())
-            throw damaged();
+            throw damaged("EXR: offset table with gaps");
     }
 
     Picture picture()
@@ -381,7 +381,7 @@ private:
 
 Picture readExr(const ReadRequest& request)
 {
-    return guarded(damaged(), [&] {
+    return guarded(damaged("EXR"), [&] {
         checkHeaders(request);
         Imf::setGlobalThreadCount(static_cast<int>(std::thread::hardware_concurrency()));
         return ExrDecoding{request}.picture();

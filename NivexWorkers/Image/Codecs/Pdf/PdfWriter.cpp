@@ -147,7 +147,7 @@ public:
     {
         const auto file = FileSource::open(jpeg.file);
         if (!file)
-            throw damaged();
+            throw damaged(cannotOpen);
         const Pieces pieces = jpeg.isUntouched ? Pieces{{0, file->size()}} : bareJpeg(*file);
         const int stream = addImage(*file, pieces, facts.width, facts.height,
                                     "/BitsPerComponent 8 /Filter /DCTDecode /ColorSpace " +
@@ -284,7 +284,7 @@ void writePdfOfJpeg(const Picture& picture, const JpegSource& jpeg, const WriteR
     const auto file = FileSource::open(jpeg.file);
     const auto facts = file ? jpegInPdf(*file) : std::nullopt;
     if (!facts)
-        throw damaged();
+        throw damaged("JPEG: changed while it was read");
     PdfPages pages{request};
     pages.addUntouched(picture.first(), jpeg, *facts);
     pages.finish(picture.metadata);

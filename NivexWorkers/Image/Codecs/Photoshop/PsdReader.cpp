@@ -17,6 +17,7 @@
 #include <memory>
 #include <new>
 #include <optional>
+#include <string>
 
 namespace nivex::image {
 namespace {
@@ -59,9 +60,9 @@ Document readHeader(const ByteSource& file)
 {
     constexpr std::size_t headerBytes = 26;
     const auto bytes = file.read(0, headerBytes);
-    ByteReader header{bytes, damaged(), ByteOrder::big};
+    ByteReader header{bytes, damaged("PSD header: too short"), ByteOrder::big};
     if (header.text(4) != "8BPS")
-        throw damaged();
+        throw damaged("PSD header: no 8BPS");
     const unsigned version = header.u16();
     header.skip(6);
     Document document{.isBig = version == 2, .channels = header.u16()};
@@ -74,7 +75,7 @@ Document readHeader(const ByteSource& file)
     constexpr int mostChannels = 57; // 56 are documented; 53 alpha channels beside colour and transparency exist
     if (version < 1 || version > 2 || width < 1 || height < 1 || width > longest || height > longest ||
         document.channels > mostChannels)
-        throw damaged();
+        throw damaged("PSD header: version, size or channels");
     document.width = static_cast<int>(width);
     document.height = static_cast<int>(height);
     constexpr unsigned multichannel = 7;
@@ -87,7 +88,7 @@ Document readHeader(const ByteSource& file)
                                   ? document.depth == 8 || document.depth == 16 || document.depth == 32
                                   : document.depth == 8 || document.depth == 16;
     if (!isSoundMode || !isSoundDepth || document.channels < document.colourChannels())
-        throw damaged();
+        throw damaged("PSD header: colour mode, depth and channels do not go together");
     return document;
 }
 
@@ -126,11 +127,11 @@ Document readDocument(const ByteSource& file)
     const auto parts = PhotoshopDocument::of(file);
     const auto layers = parts ? photoshopLayers(file, *parts) : std::nullopt;
     if (!layers)
-        throw damaged();
+        throw damaged("PSD sections: one is larger than the file");
     if (document.mode == Mode::indexed) {
         constexpr std::size_t paletteBytes = 3 * 256;
         if (parts->modeData.size() < paletteBytes)
-            throw damaged();
+            throw damaged("PSD palette: too short");
         document.palette = readExactly(file, parts->modeData.begin, paletteBytes);
     }
     const auto blocks = readExactly(file, parts->resources.begin, static_cast<std::size_t>(parts->resources.size()));
@@ -162,7 +163,7 @@ public:
     {
         const std::uint64_t needed = height_ * rowBytes_ * static_cast<unsigned>(document.usedChannels());
         if (begin_ > file_->size() || file_->size() - begin_ < needed)
-            throw damaged();
+            throw damaged("PSD pixels: fewer than the header announces");
     }
 
     void read(int channel, int y, std::span<std::byte> row) const override
@@ -187,7 +188,7 @@ public:
         const std::uint64_t rows = std::uint64_t{height_} * static_cast<unsigned>(document.channels);
         const std::size_t lengthBytes = document.isBig ? 4 : 2;
         if (begin > file_->size() || (file_->size() - begin) / lengthBytes < rows)
-            throw damaged();
+            throw damaged("PSD run lengths: their table is cut");
         std::uint64_t offset = begin + rows * lengthBytes;
         ByteStream table{*file_, begin, offset};
         const std::size_t used = height_ * static_cast<std::size_t>(document.usedChannels());
@@ -201,7 +202,7 @@ public:
             begins_.push_back(offset);
         }
         if (offset > file_->size())
-            throw damaged();
+            throw damaged("PSD run lengths: more than the file holds");
     }
 
     void read(int channel, int y, std::span<std::byte> row) const override
@@ -239,7 +240,7 @@ public:
             std::uint64_t{rowBytes_} * height_ * static_cast<unsigned>(document.usedChannels());
         // Nothing packs better than a thousandfold.
         if (begin > file->size() || needed / 1'100 > file->size() - begin)
-            throw damaged();
+            throw damaged("PSD deflate: more pixels than its data can hold");
         planes_.resize(static_cast<std::size_t>(needed));
         inflateInto(planes_, *file, begin);
         if (!areDifferences)
@@ -268,7 +269,7 @@ private:
                 window = file.read(begin, 64 * 1024);
                 begin += window.size();
                 if (window.empty())
-                    throw damaged();
+                    throw damaged("PSD deflate: ends too early");
                 stream.next_in = reinterpret_cast<Bytef*>(window.data());
                 stream.avail_in = static_cast<uInt>(window.size());
             }
@@ -278,7 +279,7 @@ private:
             const int outcome = ::inflate(&stream, Z_NO_FLUSH);
             done += room - stream.avail_out;
             if (outcome != Z_OK && !(outcome == Z_STREAM_END && done == to.size()))
-                throw damaged();
+                throw damaged(stream.msg ? std::string{"PSD deflate: "} + stream.msg : "PSD deflate: ends too early");
         }
     }
 
@@ -313,7 +314,7 @@ private:
 std::unique_ptr<const Planes> planesOf(const SharedSource& file, const Document& document)
 {
     const auto bytes = file->read(document.pixels, 2);
-    ByteReader reader{bytes, damaged(), ByteOrder::big};
+    ByteReader reader{bytes, damaged("PSD pixels: none"), ByteOrder::big};
     const auto packing = static_cast<Packing>(reader.u16());
     const std::uint64_t begin = document.pixels + 2;
     switch (packing) {
@@ -325,7 +326,7 @@ std::unique_ptr<const Planes> planesOf(const SharedSource& file, const Document&
     case Packing::deflatedDifferences:
         return std::make_unique<DeflatedPlanes>(file, document, begin, packing == Packing::deflatedDifferences);
     }
-    throw damaged();
+    throw damaged("PSD pixels: no such compression");
 }
 
 /// Puts the rows of the channels together as a bitmap has them.

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <span>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -21,7 +22,7 @@ std::vector<std::byte> soundData(const ByteSource& file, const PngChunk& chunk)
 {
     auto data = checkedData(file, chunk);
     if (!data)
-        throw damaged();
+        throw damaged(chunk.type + ": checksum");
     return std::move(*data);
 }
 
@@ -41,7 +42,7 @@ public:
                 return finished();
         }
         if (isAnimated_)
-            throw damaged();
+            throw damaged("APNG: ends before IEND");
         return std::nullopt;
     }
 
@@ -66,9 +67,9 @@ private:
     {
         constexpr std::size_t headerBytes = 13;
         if (chunk.count != headerBytes || !apng_.header.empty())
-            throw damaged();
+            throw damaged("IHDR: length, or a second one");
         apng_.header = soundData(file_, chunk);
-        ByteReader reader{apng_.header, damaged(), ByteOrder::big};
+        ByteReader reader{apng_.header, damaged("IHDR: too short"), ByteOrder::big};
         const std::uint32_t width = reader.u32();
         const std::uint32_t height = reader.u32();
         requireAcceptableSize(width, height, 1, limits_);
@@ -80,9 +81,9 @@ private:
     {
         constexpr std::size_t controlBytes = 8;
         if (chunk.count != controlBytes || apng_.header.empty())
-            throw damaged();
+            throw damaged("acTL: length, or before IHDR");
         const auto data = soundData(file_, chunk);
-        ByteReader reader{data, damaged(), ByteOrder::big};
+        ByteReader reader{data, damaged("acTL: too short"), ByteOrder::big};
         reader.skip(4); // the number of frames, which the frames tell themselves
         apng_.plays = static_cast<int>(std::min<std::uint32_t>(reader.u32(), 65'535));
         isAnimated_ = true;
@@ -110,9 +111,9 @@ private:
     {
         constexpr std::size_t controlBytes = 26;
         if (chunk.count != controlBytes)
-            throw damaged();
+            throw damaged("fcTL: length");
         const auto data = soundData(file_, chunk);
-        ByteReader reader{data, damaged(), ByteOrder::big};
+        ByteReader reader{data, damaged("fcTL: too short"), ByteOrder::big};
         requireNext(reader.u32());
         const std::int64_t width = reader.u32();
         const std::int64_t height = reader.u32();
@@ -124,7 +125,7 @@ private:
         const std::uint8_t blending = reader.u8();
         if (width < 1 || height < 1 || x + width > apng_.width || y + height > apng_.height || disposal > 2 ||
             blending > 1)
-            throw damaged();
+            throw damaged("fcTL: area, disposal or blending");
         requireAcceptableSize(apng_.width, apng_.height, std::ssize(apng_.frames) + 1, limits_);
         apng_.frames.push_back({
             .x = static_cast<int>(x),
@@ -141,9 +142,9 @@ private:
     {
         const bool isOfPicture = isFirstFrame_ && apng_.frames.size() == 1;
         if (chunk.count < sequenceBytes || apng_.frames.empty() || isOfPicture)
-            throw damaged();
+            throw damaged("fdAT: before the first fcTL, or too short");
         const auto head = file_.read(chunk.data(), sequenceBytes);
-        ByteReader reader{head, damaged(), ByteOrder::big};
+        ByteReader reader{head, damaged("fdAT: too short"), ByteOrder::big};
         requireNext(reader.u32());
         apng_.frames.back().pixels.push_back(chunk);
         apng_.frames.back().leadingBytes = sequenceBytes;
@@ -153,7 +154,7 @@ private:
     void requireNext(std::uint32_t number)
     {
         if (number != next_++)
-            throw damaged();
+            throw damaged("fcTL or fdAT: number " + std::to_string(number) + " out of order");
     }
 
     std::optional<Apng> finished()
@@ -162,10 +163,10 @@ private:
             return std::nullopt;
         for (const ApngFrame& frame : apng_.frames)
             if (frame.pixels.empty())
-                throw damaged();
+                throw damaged("APNG: a frame without pixels");
         const ApngFrame& first = apng_.frames.front();
         if (isFirstFrame_ && (first.width != apng_.width || first.height != apng_.height))
-            throw damaged();
+            throw damaged("fcTL: the first frame is smaller than the picture");
         return std::move(apng_);
     }
 

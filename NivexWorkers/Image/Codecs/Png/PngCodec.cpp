@@ -49,7 +49,7 @@ public:
     {
         if (picture.width() != frame.width || picture.height() != frame.height || picture.bands() != sourceBands_ ||
             picture.format() != like_.format())
-            throw damaged();
+            throw damaged("APNG: a frame that is not as its fcTL says");
         const std::vector<Sample> before =
             frame.disposal == ApngFrame::Disposal::previous && hasShown_ ? place(frame) : std::vector<Sample>{};
         // On this thread alone: frames are small, and libvips 8.14 may lose an error that another one meets.

@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <iterator>
 #include <memory>
+#include <string>
 #include <string_view>
 
 namespace nivex::image {
@@ -33,7 +34,7 @@ void require(int status)
     case LIBRAW_TOO_BIG:
         throw ConversionError::resourceLimit("l'image demande trop de mémoire"_fr);
     default:
-        throw damaged();
+        throw damaged(libraw_strerror(status));
     }
 }
 
@@ -102,14 +103,14 @@ void requireRoomForElements(LibRaw& raw)
     const double elements =
         static_cast<double>(raw.imgdata.sizes.raw_width) * static_cast<double>(raw.imgdata.sizes.raw_height);
     if (bytes * 8 < std::floor(elements * (row == std::end(leastBits) ? leastBitsOfOthers : row->bits)))
-        throw damaged();
+        throw damaged("raw data: fewer bytes than the sensor's elements need");
 }
 
 std::uint32_t wordAt(LibRaw_abstract_datastream& file, std::int64_t offset, bool isBigEndian)
 {
     std::uint8_t bytes[4];
     if (file.seek(offset, SEEK_SET) != 0 || file.read(bytes, 1, sizeof bytes) != sizeof bytes)
-        throw damaged();
+        throw damaged("raw tiles: their table is cut");
     if (!isBigEndian)
         std::ranges::reverse(bytes);
     return std::uint32_t{bytes[0]} << 24 | std::uint32_t{bytes[1]} << 16 | std::uint32_t{bytes[2]} << 8 | bytes[3];
@@ -139,7 +140,7 @@ void requireJpegPieces(LibRaw& raw)
     for (std::int64_t i = 0; i < count; ++i)
         if (!beginsAsJpeg(isTiled ? wordAt(file, layout.data_offset + 4 * i, layout.order == bigEndian)
                                   : layout.data_offset))
-            throw damaged();
+            throw damaged("raw tiles: no JPEG where one is announced");
 }
 
 } // namespace
@@ -157,8 +158,9 @@ Picture readRaw(const ReadRequest& request)
     requireJpegPieces(*raw);
     require(raw->unpack());
     if (raw->error_count() > 0)
-        throw damaged();           // the library goes on where data end too early
-    require(raw->dcraw_process()); // turns the picture upright, too
+        throw damaged("LibRaw: " + std::to_string(raw->error_count()) +
+                      " errors in the data"); // the library goes on where data end too early
+    require(raw->dcraw_process());            // turns the picture upright, too
 
     int width = 0;
     int height = 0;
@@ -167,7 +169,8 @@ Picture readRaw(const ReadRequest& request)
     raw->get_mem_image_format(&width, &height, &colors, &bits);
     requireAcceptableSize(width, height, 1, request.limits);
     if (bits != 16 || (colors != 1 && colors != 3))
-        throw damaged();
+        throw damaged("LibRaw: a picture of " + std::to_string(colors) + " colours and " + std::to_string(bits) +
+                      " bits");
     PixelBuffer pixels{width, height, colors, VIPS_FORMAT_USHORT,
                        colors == 1 ? VIPS_INTERPRETATION_GREY16 : VIPS_INTERPRETATION_RGB16};
     require(raw->copy_mem_image(pixels.bytes().data(), static_cast<int>(pixels.rowBytes()), 0));

@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace nivex::image {
@@ -43,7 +44,7 @@ void requireColors(const ByteSource& file, const TiffStructure& structure, TIFF*
     const auto told = structure.number(directory->field(TIFFTAG_PHOTOMETRIC));
     const TiffField* profile = directory->field(TIFFTAG_ICCPROFILE);
     if ((told == PHOTOMETRIC_PALETTE && colors != PHOTOMETRIC_PALETTE) || (profile && !isWithin(file, *profile)))
-        throw damaged();
+        throw damaged("TIFF directory: PhotometricInterpretation or ICCProfile lies behind the end");
 }
 
 struct Page {
@@ -58,7 +59,7 @@ std::vector<Page> pages(const fs::path& file)
     const std::optional<FileSource> bytes = FileSource::open(file);
     const auto structure = bytes ? TiffStructure::at(*bytes, 0) : std::nullopt;
     if (!tiff || !structure)
-        throw damaged();
+        throw damaged("TIFF: no first directory");
     std::vector<Page> pages;
     int directory = 0;
     do {
@@ -80,7 +81,7 @@ VImage readRarePage(const ReadRequest& request, int directory)
 {
     const TiffFile tiff{TIFFOpen(request.file.c_str(), "rm")};
     if (!tiff || TIFFSetDirectory(tiff.get(), static_cast<tdir_t>(directory)) == 0)
-        throw damaged();
+        throw damaged("TIFF: directory " + std::to_string(directory) + " cannot be read");
     return withUsualComponents(readRareLayout(tiff.get(), request.limits));
 }
 

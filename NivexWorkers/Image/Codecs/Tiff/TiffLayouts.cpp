@@ -3,6 +3,7 @@
 #include "NivexWorkers/Image/Codecs/Codec.hpp"
 #include "NivexWorkers/Image/Codecs/PixelBuffer.hpp"
 #include "NivexWorkers/Image/Codecs/Profiles.hpp"
+#include "NivexWorkers/Image/LibraryErrors.hpp"
 
 #include "NivexKit/Foundation/Text/StringTable.hpp"
 
@@ -12,6 +13,7 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -93,14 +95,15 @@ void readPlanesOfTiles(TIFF* tiff, const Layout& layout, PixelBuffer& pixels)
     const tmsize_t tileBytes = TIFFTileSize(tiff);
     if (side == 0 || length == 0 || tileBytes <= 0 || tileBytes > mostBytesAtOnce ||
         static_cast<std::size_t>(tileBytes) / sampleBytes / side < length)
-        throw damaged();
+        throw damaged("TileWidth, TileLength: no such tiles");
     std::vector<std::byte> tile(static_cast<std::size_t>(tileBytes));
     for (unsigned band = 0; band < layout.bands; ++band)
         for (std::size_t top = 0; top < layout.height; top += length)
             for (std::size_t left = 0; left < layout.width; left += side) {
                 if (TIFFReadTile(tiff, tile.data(), static_cast<std::uint32_t>(left), static_cast<std::uint32_t>(top),
                                  0, static_cast<std::uint16_t>(band)) < 0)
-                    throw damaged();
+                    throw damaged("tile at " + std::to_string(left) + ", " + std::to_string(top) + ": " +
+                                  errorsBehind());
                 const std::size_t rows = std::min(length, layout.height - top);
                 const std::size_t columns = std::min(side, layout.width - left);
                 for (std::size_t y = 0; y < rows; ++y) {
@@ -123,12 +126,12 @@ void readRows(TIFF* tiff, const Layout& layout, PixelBuffer& pixels, Spread spre
     const tmsize_t rowBytes = TIFFScanlineSize(tiff);
     if (rowBytes <= 0 || rowBytes > mostBytesAtOnce ||
         static_cast<std::size_t>(rowBytes) < (count * layout.bits + 7) / 8)
-        throw damaged();
+        throw damaged("ImageWidth, BitsPerSample: rows too long");
     std::vector<std::uint8_t> stored(static_cast<std::size_t>(rowBytes));
     for (unsigned plane = 0; plane < planes; ++plane)
         for (std::uint32_t y = 0; y < layout.height; ++y) {
             if (TIFFReadScanline(tiff, stored.data(), y, static_cast<std::uint16_t>(plane)) < 0)
-                throw damaged();
+                throw damaged("row " + std::to_string(y) + ": " + errorsBehind());
             for (std::size_t i = 0; i < count; ++i)
                 spread(stored, i, pixels.row(y), i * step + plane);
         }
@@ -165,7 +168,7 @@ void requireWhole(TIFF* tiff)
     for (std::uint32_t i = 0; i < count; ++i) {
         const std::uint64_t offset = TIFFGetStrileOffset(tiff, i);
         if (offset > fileBytes || TIFFGetStrileByteCount(tiff, i) > fileBytes - offset)
-            throw damaged();
+            throw damaged("strip or tile " + std::to_string(i) + ": behind the end of the file");
     }
 }
 
@@ -181,7 +184,7 @@ VImage readColorDifferences(TIFF* tiff, const Layout& layout)
     const int asStored = number<std::uint16_t>(tiff, TIFFTAG_ORIENTATION);
     if (TIFFReadRGBAImageOriented(tiff, layout.width, layout.height, reinterpret_cast<std::uint32_t*>(pixels.row(0)),
                                   asStored, stopOnError) == 0)
-        throw damaged();
+        throw damaged(errorsBehind());
     return pixels.image().extract_band(0, VImage::option()->set("n", 3));
 }
 

@@ -36,7 +36,7 @@ void requireDecodableJpeg(const ReadRequest& request)
     constexpr std::string_view noFrames{"\xC4\xC8\xCC"}; // tables
     const auto file = FileSource::open(request.file);
     if (!file)
-        throw damaged();
+        throw damaged(cannotOpen);
     JpegSegments segments{*file};
     while (const auto segment = segments.next()) {
         const auto marker = static_cast<char>(segment->marker);
