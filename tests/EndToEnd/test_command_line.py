@@ -150,6 +150,32 @@ class Places(NivexCase):
         self.assertIn("- : Le fichier est vide.", failed.stderr.decode())
         self.assertEqual([line["sourceName"] for line in self.json_lines("history")], [])
 
+        read, named = self.json_lines("identify", "-", "film.srt", input=cues.encode())
+        self.assertEqual((read["path"], read["format"], read["declaredFormat"]), ("-", "srt", None))
+        self.assertEqual(named["path"], "film.srt")
+        self.assertEqual(self.json_lines("plans", "-", input=cues.encode())[0]["path"], "-")
+        for twice in (["-", "-"], ["-", "--files-from", "-"]):
+            self.run_nivex("identify", *twice, expect=2)
+
+    def test_what_went_wrong_is_said_twice(self):
+        self.write("cut.png", b"\x89PNG\r\n\x1a\n" + bytes(40))
+        issue, = self.json_lines("identify", "cut.png", expect=1)[0]["issues"]
+        self.assertEqual(issue["cause"], "IEND not in the last 48 bytes")
+        for arguments in (["identify", "cut.png"], ["convert", "cut.png", "--to", "jpeg"]):
+            told = self.run_nivex(*arguments, expect=1)
+            self.assertNotIn(issue["cause"], (told.stdout + told.stderr).decode(), "who did not ask is not bothered")
+            told = self.run_nivex(*arguments, "--verbose", expect=1)
+            self.assertIn(f"[{issue['cause']}]", (told.stdout + told.stderr).decode())
+        self.assertEqual(self.json_lines("convert", "cut.png", "--to", "jpeg", expect=1)[0]["cause"], issue["cause"])
+
+    def test_what_an_engine_leaves_out_is_said(self):
+        self.write("film.srt", subrip(1) + "Mots perdus\n")
+        told = self.run_nivex("convert", "film.srt", "--to", "vtt").stderr.decode()
+        self.assertIn("film.srt : Une ligne du fichier", told)
+        done, = self.json_lines("convert", "film.srt", "--to", "txt")
+        self.assertEqual(len(done["warnings"]), 2, "what was announced, and what was found")
+        self.assertEqual([len(entry.get("warnings", [])) for entry in self.json_lines("history")], [1, 1])
+
 
 class Streams(NivexCase):
     def test_a_reader_that_leaves_is_no_error(self):

@@ -134,6 +134,9 @@ class HostileNames(NivexCase):
         self.assertEqual(base64.b64decode(done["sourceBytes"]), name)
         output, = [base64.b64decode(each) for each in done["outputBytes"]]
         self.assertTrue((self.folder / os.fsdecode(output)).is_file())
+        entry, = self.json_lines("history")
+        self.assertEqual(base64.b64decode(entry["sourcePathBytes"]), os.fsencode(self.folder) + b"/" + name)
+        self.assertTrue(base64.b64decode(entry["outputPathsBytes"][0]).endswith(output))
 
 
 class WrongUsage(NivexCase):

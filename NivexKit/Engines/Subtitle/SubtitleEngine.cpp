@@ -16,7 +16,7 @@
 namespace nivex {
 namespace {
 
-using Reader = void (*)(std::string_view, const Subtitles::CueSink&, const Subtitles::Pulse&);
+using Reader = std::size_t (*)(std::string_view, const Subtitles::CueSink&, const Subtitles::Pulse&);
 using Counter = std::size_t (*)(std::string_view, const Subtitles::Pulse&);
 using Writer = void (*)(std::string& file, std::size_t index, const SubtitleCue&);
 
@@ -84,6 +84,16 @@ std::string sourceText(const EngineRequest& request)
     if (!readWhole(*file, bytes))
         throw ConversionError::unreadableSource("lecture interrompue"_fr);
     return decodedText(std::move(bytes)).value_or(std::string{});
+}
+
+void warnOfLines(std::size_t lost, const EngineRequest& request)
+{
+    if (lost == 1)
+        request.warn("Une ligne du fichier ne fait partie d'aucun sous-titre valide et n'a pas été reprise."_fr);
+    else if (lost > 1)
+        request.warn(
+            filled("{} lignes du fichier ne font partie d'aucun sous-titre valide et n'ont pas été reprises."_fr,
+                   {std::to_string(lost)}));
 }
 
 /// Reads back what was written: a text that another program would read as more or fewer cues must not be delivered.
@@ -160,11 +170,12 @@ std::vector<std::filesystem::path> SubtitleEngine::convert(const EngineRequest& 
         if (pending.size() >= bytesPerWrite)
             flush();
     };
-    source->read(text, append, step(0.1, 0.7));
+    const std::size_t lost = source->read(text, append, step(0.1, 0.7));
     if (count == 0)
         throw ConversionError::unreadableSource("aucun sous-titre trouvé"_fr);
     flush();
     file->finish();
+    warnOfLines(lost, request);
     if (target->count)
         verify(output, target->count, count, std::move(text), step(0.8, 1.0));
     return {output};

@@ -11,6 +11,19 @@ namespace {
 
 constexpr std::size_t none = std::string_view::npos;
 
+/// True where each line feed follows two carriage returns: a program took the first of them for a part of the text when
+/// it added its own.
+bool endsLinesTwice(std::string_view text)
+{
+    std::size_t end = text.find('\n');
+    if (end == none)
+        return false;
+    for (; end != none; end = text.find('\n', end + 1))
+        if (!text.substr(0, end).ends_with("\r\r"))
+            return false;
+    return true;
+}
+
 /// A text whose lines end in line feeds alone. It refers to the text given, which is copied only if it has others.
 class NormalizedText {
 public:
@@ -19,11 +32,12 @@ public:
         std::size_t carriageReturn = text.find('\r');
         if (carriageReturn == none)
             return;
+        const std::string_view longEnd = endsLinesTwice(text) ? "\r\r\n" : "\r\n";
         copy_.reserve(text.size());
         std::size_t begin = 0;
         for (; carriageReturn != none; carriageReturn = text.find('\r', begin)) {
             copy_.append(text.substr(begin, carriageReturn - begin)).append("\n");
-            begin = carriageReturn + (text.substr(carriageReturn + 1).starts_with('\n') ? 2 : 1);
+            begin = carriageReturn + (text.substr(carriageReturn).starts_with(longEnd) ? longEnd.size() : 1);
         }
         copy_.append(text.substr(begin));
         view_ = copy_;
@@ -94,7 +108,8 @@ void forEachBlock(std::string_view text, const Pulse& pulse, Continuation contin
 
 /// What is particular to a format of blocks.
 struct BlockFormat {
-    bool (*skips)(std::string_view block);
+    bool (*skips)(std::string_view block); // no cue, and nothing of one
+    bool (*isName)(std::string_view line); // may stand right above the timing of a cue
     Continuation continues;
     std::string_view marks; // the characters that begin what is cleaned away
     void (*appendClean)(std::string& shown, std::string_view text);
@@ -108,29 +123,67 @@ std::string_view withoutBlankLines(std::string_view text)
     return text;
 }
 
+/// True for a line that says something: a counter or a clock alone does not.
+bool hasWords(std::string_view line)
+{
+    constexpr std::string_view wordless = "0123456789:.,-> \t";
+    return !trimmed(line).empty() && line.find_first_not_of(wordless) != none;
+}
+
+std::size_t linesWithWords(std::string_view text)
+{
+    std::size_t count = 0;
+    for (LineScanner lines{text}; !lines.atEnd();)
+        if (hasWords(lines.next()))
+            ++count;
+    return count;
+}
+
+/// What stands above the timing of a cue, but for its name.
+std::string_view withoutName(std::string_view above, bool (*isName)(std::string_view))
+{
+    if (above.ends_with('\n'))
+        above.remove_suffix(1);
+    const std::size_t end = above.rfind('\n');
+    const std::size_t lastLine = end == none ? 0 : end + 1;
+    return isName(above.substr(lastLine)) ? above.substr(0, lastLine) : above;
+}
+
 /// Calls `visit(timing, text)` for each cue of a format of blocks: in each block the first line with an arrow is the
-/// timing, what follows the text, still marked up and perhaps empty. The blocks for which `skip(block)` are no cues.
+/// timing, what follows the text, still marked up and perhaps empty. Returns how many lines with words are part of
+/// none.
 template <class Visitor>
-void forEachMarkedCue(std::string_view text, const Pulse& pulse, const BlockFormat& format, Visitor visit)
+std::size_t forEachMarkedCue(std::string_view text, const Pulse& pulse, const BlockFormat& format, Visitor visit)
 {
     const NormalizedText normalized{text};
+    std::size_t lost = 0;
     forEachBlock(normalized.view(), pulse, format.continues, [&](std::string_view block) {
         LineScanner lines{block};
         std::string_view line;
-        do
+        std::size_t begin = 0;
+        do {
+            begin = lines.position();
             line = lines.next();
-        while (line.find(arrow) == none && !lines.atEnd());
-        if (lines.atEnd() || format.skips(block))
+        } while (line.find(arrow) == none && !lines.atEnd());
+        if (format.skips(block))
             return;
-        if (const auto timing = parseTiming(line))
+        const auto timing = parseTiming(line);
+        if (!timing) {
+            lost += linesWithWords(block);
+            return;
+        }
+        if (begin > 0)
+            lost += linesWithWords(withoutName(block.substr(0, begin), format.isName));
+        if (!lines.atEnd())
             visit(*timing, withoutBlankLines(block.substr(lines.position())));
     });
+    return lost;
 }
 
-void readBlocks(const BlockFormat& format, std::string_view text, const CueSink& sink, const Pulse& pulse)
+std::size_t readBlocks(const BlockFormat& format, std::string_view text, const CueSink& sink, const Pulse& pulse)
 {
     SubtitleCue cue; // one for all, so that its text keeps its memory where the sink does not take it
-    forEachMarkedCue(text, pulse, format, [&](const auto& timing, std::string_view marked) {
+    return forEachMarkedCue(text, pulse, format, [&](const auto& timing, std::string_view marked) {
         std::tie(cue.start, cue.end) = timing;
         cue.text.clear();
         format.appendClean(cue.text, marked);
@@ -158,7 +211,7 @@ std::size_t countBlocks(const BlockFormat& format, std::string_view text, const 
     return count;
 }
 
-using CueReader = void (*)(std::string_view, const CueSink&, const Pulse&);
+using CueReader = std::size_t (*)(std::string_view, const CueSink&, const Pulse&);
 
 std::vector<SubtitleCue> cuesOf(std::string_view text, CueReader read)
 {
@@ -333,8 +386,8 @@ std::optional<std::size_t> continuation(std::string_view text, std::size_t posit
 constexpr bool hasNoSections(std::string_view) { return false; }
 bool isAnyName(std::string_view) { return true; }
 
-constexpr BlockFormat subRip{hasNoSections, continuation<hasNoSections, isCounter>, "<{", appendCleanSRT};
-constexpr BlockFormat webVTT{isVTTSection, continuation<isVTTSection, isAnyName>, "<&", appendCleanVTT};
+constexpr BlockFormat subRip{hasNoSections, isCounter, continuation<hasNoSections, isCounter>, "<{", appendCleanSRT};
+constexpr BlockFormat webVTT{isVTTSection, isAnyName, continuation<isVTTSection, isAnyName>, "<&", appendCleanVTT};
 
 /// Where the fields that matter stand in a SubStation event. The default is what both generations of the format use.
 struct EventFields {
@@ -433,9 +486,15 @@ std::vector<std::string> blocks(std::string_view text)
     return result;
 }
 
-void readSRT(std::string_view text, const CueSink& sink, const Pulse& pulse) { readBlocks(subRip, text, sink, pulse); }
+std::size_t readSRT(std::string_view text, const CueSink& sink, const Pulse& pulse)
+{
+    return readBlocks(subRip, text, sink, pulse);
+}
 
-void readVTT(std::string_view text, const CueSink& sink, const Pulse& pulse) { readBlocks(webVTT, text, sink, pulse); }
+std::size_t readVTT(std::string_view text, const CueSink& sink, const Pulse& pulse)
+{
+    return readBlocks(webVTT, text, sink, pulse);
+}
 
 std::size_t countSRT(std::string_view text, const Pulse& pulse) { return countBlocks(subRip, text, pulse); }
 std::size_t countVTT(std::string_view text, const Pulse& pulse) { return countBlocks(webVTT, text, pulse); }
@@ -447,12 +506,13 @@ std::string cleanVTT(std::string_view text)
     return shown;
 }
 
-void readSubStation(std::string_view text, const CueSink& sink, const Pulse& pulse)
+std::size_t readSubStation(std::string_view text, const CueSink& sink, const Pulse& pulse)
 {
     const NormalizedText normalized{text};
     LineScanner lines{normalized.view()};
     EventFields fields;
     bool isInEvents = false;
+    std::size_t lost = 0;
     for (std::size_t count = 0; !lines.atEnd(); ++count) {
         if (pulse && count % cuesPerPulse == 0)
             pulse(lines.fraction());
@@ -463,10 +523,15 @@ void readSubStation(std::string_view text, const CueSink& sink, const Pulse& pul
             break;
         else if (constexpr std::string_view key = "format:"; startsIgnoringCase(line, key))
             fields = eventFields(line.substr(key.size()));
-        else if (constexpr std::string_view dialogue = "dialogue:"; startsIgnoringCase(line, dialogue))
-            if (auto cue = eventCue(line.substr(dialogue.size()), fields); cue && !cue->text.empty())
+        else if (constexpr std::string_view dialogue = "dialogue:"; startsIgnoringCase(line, dialogue)) {
+            auto cue = eventCue(line.substr(dialogue.size()), fields);
+            if (!cue)
+                ++lost;
+            else if (!cue->text.empty())
                 sink(*cue);
+        }
     }
+    return lost;
 }
 
 std::vector<SubtitleCue> parseSRT(std::string_view text) { return cuesOf(text, readSRT); }

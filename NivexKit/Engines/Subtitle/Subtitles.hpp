@@ -28,10 +28,13 @@ using CueSink = std::function<void(SubtitleCue&)>;
 
 /// Hands out the cues of a text in its order. A cue that shows nothing is left out. A line of spaces or tabs inside a
 /// cue belongs to its text unless a cue, a section or the end follows.
-void readSRT(std::string_view text, const CueSink& sink, const Pulse& pulse = {});
-void readVTT(std::string_view text, const CueSink& sink, const Pulse& pulse = {});
+///
+/// returns  how many lines with words are part of no cue: their timing is wrong or absent, or an empty line cuts them
+/// off
+std::size_t readSRT(std::string_view text, const CueSink& sink, const Pulse& pulse = {});
+std::size_t readVTT(std::string_view text, const CueSink& sink, const Pulse& pulse = {});
 /// Reads both generations of SubStation scripts ("ass" and "ssa").
-void readSubStation(std::string_view text, const CueSink& sink, const Pulse& pulse = {});
+std::size_t readSubStation(std::string_view text, const CueSink& sink, const Pulse& pulse = {});
 
 /// How many cues the first two functions above hand out, found without making them.
 std::size_t countSRT(std::string_view text, const Pulse& pulse = {});

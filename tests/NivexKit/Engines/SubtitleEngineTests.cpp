@@ -7,6 +7,8 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <fstream>
+#include <functional>
 
 namespace nivex {
 namespace {
@@ -113,6 +115,60 @@ TEST_F(SubtitleEngineTest, EndsInTheErrorThatFits)
     EXPECT_EQ(failure(homeless).kind(), Kind::encodingFailed);
 
     EXPECT_EQ(failure(request(oneCue, "srt", "png")).kind(), Kind::unsupported);
+}
+
+TEST_F(SubtitleEngineTest, SaysInOneSentenceHowManyLinesAreMissing)
+{
+    const auto warnings = [&](std::string_view text) {
+        EngineRequest told = request(text, "srt", "txt");
+        told.warnings = std::make_shared<ConversionWarnings>();
+        std::filesystem::remove(convert(told).at(0));
+        return told.warnings->all();
+    };
+    using Sentences = std::vector<std::string>;
+    const std::string cue = oneCue;
+    EXPECT_EQ(warnings(cue), Sentences{});
+    EXPECT_EQ(warnings(cue + "\nDeux\n"),
+              Sentences{"Une ligne du fichier ne fait partie d'aucun sous-titre valide et n'a pas été reprise."});
+    EXPECT_EQ(warnings(cue + "\nDeux\n\nTrois\n"),
+              Sentences{"2 lignes du fichier ne font partie d'aucun sous-titre valide et n'ont pas été reprises."});
+}
+
+TEST_F(SubtitleEngineTest, RefusesAnOutputThatReadsOtherwise)
+{
+    std::string text;
+    for (int i = 0; i < 20'000; ++i)
+        text += std::string{oneCue} + "\n";
+    const EngineRequest whole = request(text, "srt", "vtt");
+    const auto output = folder / "sortie.vtt";
+    const struct {
+        const char* name;
+        std::function<void()> put; // in the place of the output, while it is written
+        ConversionError error;
+    } cases[] = {
+        {"fewer cues", [&] { std::ofstream{output} << "WEBVTT\n\n00:01.000 --> 00:02.000\nUn\n"; },
+         ConversionError::outputVerificationFailed("1 sous-titres relus au lieu de 20000")},
+        {"nothing to be read", [&] { std::filesystem::create_directory(output); },
+         ConversionError::outputVerificationFailed("le fichier écrit ne peut pas être relu")},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.name);
+        bool isReplaced = false;
+        const auto replace = [&](std::optional<double>) {
+            if (isReplaced || !exists(output))
+                return;
+            isReplaced = true;
+            std::filesystem::remove(output);
+            each.put();
+        };
+        try {
+            engine.convert(whole, replace, {});
+            ADD_FAILURE() << "it was delivered";
+        } catch (const ConversionError& error) {
+            EXPECT_EQ(error, each.error);
+        }
+        std::filesystem::remove_all(output);
+    }
 }
 
 TEST_F(SubtitleEngineTest, DeliversWordsThatSubRipWouldTakeForATag)

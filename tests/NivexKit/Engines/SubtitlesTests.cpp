@@ -173,6 +173,44 @@ TEST(Subtitles, ReadsSubStation)
     }
 }
 
+TEST(Subtitles, CountsTheLinesThatNoCueHolds)
+{
+    using Reader = std::size_t (*)(std::string_view, const CueSink&, const Pulse&);
+    struct Case {
+        const char* name;
+        Reader read;
+        std::string text;
+        std::size_t lost;
+    };
+    const std::string cue = "00:00:01,000 --> 00:00:02,000\nUn\n";
+    const std::string clocks = "[Events]\nDialogue: 0,0:00:01.00,0:00:02.00,,,0,0,0,,Un\nDialogue: 0,";
+    const Case cases[] = {
+        {"nothing lost", readSRT, "1\n" + cue + "\n2\n" + cue, 0},
+        {"an empty line inside a cue", readSRT, "1\n" + cue + "\nDeux\nTrois\n\n2\n" + cue, 2},
+        {"a line of spaces, which is part of the cue", readSRT, "1\n" + cue + " \nDeux\n\n2\n" + cue, 0},
+        {"a timing without a fraction", readSRT, "1\n00:00:01 --> 00:00:02\nUn\nDeux\n", 2},
+        {"counters and timings without words", readSRT, "1\n\n00:00:01,000 --> 00:00:02,000\n\n3\n00:01 -> 00:02\n", 0},
+        {"words above the counter", readSRT, "Titre\n1\n" + cue, 1},
+        {"words where the counter should be", readSRT, "Titre\n" + cue, 1},
+        {"a cue's name", readVTT, "WEBVTT\n\nintro\n00:01.000 --> 00:02.000\nUn\n", 0},
+        {"sections", readVTT, "WEBVTT - Titre\nKind: captions\n\nNOTE\nDeux\n\nSTYLE\n::cue { }\n", 0},
+        {"words of no section", readVTT, "WEBVTT\n\nDeux\n", 1},
+        {"a colon before the hundredths", readSubStation, clocks + "0:00:01:50,0:00:02:50,,,0,0,0,,Deux\n", 1},
+        {"an event that only draws", readSubStation, clocks + "0:00:01.50,0:00:02.50,,,0,0,0,,{\\p1}m 0 0{\\p0}\n", 0},
+        {"a comment", readSubStation, clocks + "0:00:01.50,0:00:02.50,,,0,0,0,,Deux\nComment: 0,x,y,,,0,0,0,,Trois\n",
+         0},
+    };
+    for (const Case& each : cases)
+        EXPECT_EQ(each.read(each.text, [](SubtitleCue&) {}, {}), each.lost) << each.name;
+}
+
+TEST(Subtitles, TakesLineEndsThatWereWrittenTwiceForOne)
+{
+    const std::string text = "1\r\r\n00:00:01,000 --> 00:00:02,000\r\r\nUn\r\r\nDeux\r\r\n\r\r\n";
+    EXPECT_EQ(parseSRT(text), (Cues{{1000, 2000, "Un\nDeux"}}));
+    EXPECT_EQ(blocks(text + "Trois\n").size(), 5u) << "one line that ends otherwise: each carriage return is an end";
+}
+
 TEST(Subtitles, WritesFiles)
 {
     const Cues cues{{-5, 1000, "<i>Un</i> & <deux>"}, {3'723'004, 3'724'000, "a --> b\nc"}};
