@@ -373,8 +373,11 @@ struct Completeness {
     static std::string needsRecipe() { return "il manque un raccourci ou un fichier ; voyez nivex recipe --help"_fr; }
     static std::string files(const FileSelection& selection)
     {
-        return selection.files.empty() && !selection.filesFrom ? "il manque au moins un fichier"_fr.localized()
-                                                               : std::string{};
+        if (selection.files.empty() && !selection.filesFrom)
+            return "il manque au moins un fichier"_fr;
+        if (std::ranges::count(selection.files, "-") + (selection.filesFrom == "-" ? 1 : 0) > 1)
+            return "l'entrée standard ne peut être lue qu'une fois"_fr;
+        return {};
     }
     /// Where files come from and results go.
     static std::string places(const RunArguments& run)

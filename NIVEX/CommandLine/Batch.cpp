@@ -306,7 +306,8 @@ void Batch::convertPrepared()
     if (prepared_.empty())
         return;
     ConversionQueue& queue = session_.model.queue();
-    queue.setMaxConcurrentJobs(request_.run.jobs.value_or(jobsOfThisMachine()));
+    const auto wanted = request_.run.jobs ? request_.run.jobs : session_.model.preferences().jobs;
+    queue.setMaxConcurrentJobs(wanted.value_or(jobsOfThisMachine()));
     const InterruptHandler interrupts{session_.loop, [&queue] { queue.cancelAll(); }};
     session_.model.onJobFinished = [this](const ConversionJob& job) { onFinished(job); };
     const auto isShown = std::make_shared<const bool>(true);

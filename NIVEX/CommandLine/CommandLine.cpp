@@ -3,6 +3,7 @@
 #include "NIVEX/CommandLine/Commands/Commands.hpp"
 #include "NIVEX/CommandLine/Interrupts.hpp"
 
+#include "NivexKit/Foundation/ConversionError.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
 #include "NivexKit/Texts/Language.hpp"
 
@@ -68,6 +69,8 @@ int runCommandLine(const std::vector<std::string>& arguments)
     try {
         status = std::visit(Dispatcher{session}, invocation);
     } catch (const RecipeError& error) {
+        console.error(error.message());
+    } catch (const ConversionError& error) {
         console.error(error.message());
     } catch (const std::exception& error) {
         console.error(filled("erreur interne : {}"_fr, {error.what()}));

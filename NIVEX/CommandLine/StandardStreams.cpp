@@ -6,9 +6,11 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <fstream>
+#include <utility>
 
 namespace nivex::commandline {
 
@@ -38,5 +40,20 @@ fs::path PipeFolder::takeInput() const
 }
 
 fs::path PipeFolder::outputs() const { return workspace_.subfolder("output"); }
+
+SelectionWithInput::SelectionWithInput(FileSelection selection) : selection_{std::move(selection)}
+{
+    const auto named = std::ranges::find(selection_.files, fs::path{standardStream});
+    if (named == selection_.files.end())
+        return;
+    pipe_.emplace();
+    *named = input_ = pipe_->takeInput();
+}
+
+void SelectionWithInput::rename(DetectionResult& detection) const
+{
+    if (pipe_ && detection.url == input_)
+        detection.url = standardStream;
+}
 
 } // namespace nivex::commandline

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "NIVEX/CommandLine/Console.hpp"
+#include "NIVEX/CommandLine/Arguments.hpp"
 
+#include "NivexKit/Detection/DetectionResult.hpp"
 #include "NivexKit/Foundation/Files/TemporaryWorkspace.hpp"
 
 #include <filesystem>
@@ -25,6 +26,23 @@ public:
 
 private:
     TemporaryWorkspace workspace_;
+};
+
+/// A selection in which standard input, where it is named, is a file like the others.
+class SelectionWithInput {
+public:
+    /// Reads standard input to its end where it is named. Throws ConversionError as PipeFolder does.
+    explicit SelectionWithInput(FileSelection selection);
+
+    const FileSelection& files() const { return selection_; }
+
+    /// Gives standard input back the name by which it was called.
+    void rename(DetectionResult& detection) const;
+
+private:
+    FileSelection selection_;
+    std::optional<PipeFolder> pipe_;
+    std::filesystem::path input_;
 };
 
 } // namespace nivex::commandline

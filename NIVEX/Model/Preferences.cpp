@@ -65,6 +65,12 @@ void readCase(Enum& value, const JsonValue* json, std::optional<Enum> (*storedAs
         value = storedAs(*json->string()).value_or(value);
 }
 
+std::optional<int> readJobs(const JsonValue* json)
+{
+    const auto jobs = json ? json->integer() : nullptr;
+    return jobs && *jobs >= 1 && *jobs <= Preferences::maxJobs ? std::optional{static_cast<int>(*jobs)} : std::nullopt;
+}
+
 Preferences preferencesFrom(const JsonObject& members)
 {
     Preferences preferences;
@@ -73,6 +79,7 @@ Preferences preferencesFrom(const JsonObject& members)
     readCase(preferences.retention, members.find("retention"), &retentionStoredAs);
     readCase(preferences.language, members.find("language"), &languageStoredAs);
     readCase(preferences.incompleteSandbox, members.find("incompleteSandbox"), &incompleteSandboxStoredAs);
+    preferences.jobs = readJobs(members.find("jobs"));
     return preferences;
 }
 
@@ -83,6 +90,7 @@ void writeInto(JsonObject& members, const Preferences& preferences)
     members.set("retention", storedName(preferences.retention));
     members.set("language", storedName(preferences.language));
     members.set("incompleteSandbox", storedName(preferences.incompleteSandbox));
+    members.set("jobs", preferences.jobs);
 }
 
 } // namespace

@@ -29,6 +29,10 @@ struct Preferences {
     HistoryRetention retention = HistoryRetention::thirtyDays;
     Language language = Language::french;
     IncompleteSandbox incompleteSandbox = IncompleteSandbox::refuse;
+    /// How many conversions run at once, 1 to maxJobs; absent leaves it to the program.
+    std::optional<int> jobs = {};
+
+    static constexpr int maxJobs = 256;
 
     /// The language to show: NIVEX_LANG where it names one, else the preference.
     Language shownLanguage(const Environment& environment) const;

@@ -2,6 +2,7 @@
 #include "NIVEX/CommandLine/Descriptions.hpp"
 #include "NIVEX/CommandLine/FileList.hpp"
 #include "NIVEX/CommandLine/JsonLines.hpp"
+#include "NIVEX/CommandLine/StandardStreams.hpp"
 
 #include "NivexKit/Foundation/Text/StringTable.hpp"
 #include "NivexKit/Foundation/Text/Unicode.hpp"
@@ -26,7 +27,8 @@ void show(Console& console, const DetectionResult& detection, bool verbose)
 
 ExitStatus identify(Session& session, const IdentifyArguments& arguments)
 {
-    const FileList list = listFiles(arguments.selection);
+    const SelectionWithInput selection{arguments.selection};
+    const FileList list = listFiles(selection.files());
     tell(session.console, list);
     bool allUsable = list.problems.empty();
     for (std::span<const ListedFile> left{list.files}; !left.empty() && !session.console.resultsLost();) {
@@ -35,6 +37,7 @@ ExitStatus identify(Session& session, const IdentifyArguments& arguments)
         for (DetectionResult& detection : session.model.detector().detect(pathsOf(batch))) {
             if (arguments.deep)
                 detection = session.model.detector().detectDeeply(detection);
+            selection.rename(detection);
             allUsable = allUsable && detection.isUsable();
             if (arguments.json)
                 session.console.jsonResult(identifyLine(detection));

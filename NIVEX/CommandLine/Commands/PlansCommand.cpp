@@ -2,6 +2,7 @@
 #include "NIVEX/CommandLine/Descriptions.hpp"
 #include "NIVEX/CommandLine/FileList.hpp"
 #include "NIVEX/CommandLine/JsonLines.hpp"
+#include "NIVEX/CommandLine/StandardStreams.hpp"
 
 #include "NivexKit/Foundation/Text/StringTable.hpp"
 #include "NivexKit/Foundation/Text/Unicode.hpp"
@@ -44,9 +45,12 @@ void keepCommon(const ConversionPlanner& planner, const std::vector<DetectionRes
 
 ExitStatus plans(Session& session, const PlansArguments& arguments)
 {
-    const FileList list = listFiles(arguments.selection);
+    const SelectionWithInput selection{arguments.selection};
+    const FileList list = listFiles(selection.files());
     tell(session.console, list);
-    const std::vector<DetectionResult> detections = session.model.detector().detect(list.paths());
+    std::vector<DetectionResult> detections = session.model.detector().detect(list.paths());
+    for (DetectionResult& detection : detections)
+        selection.rename(detection);
     std::vector<std::vector<ConversionPlan>> plans;
     for (const DetectionResult& detection : detections)
         plans.push_back(session.model.planner().plans(detection));

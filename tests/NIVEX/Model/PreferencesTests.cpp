@@ -25,6 +25,7 @@ TEST(Preferences, ReadBackWhatWasChosen)
     chosen.retention = HistoryRetention::forever;
     chosen.language = Language::english;
     chosen.incompleteSandbox = IncompleteSandbox::proceed;
+    chosen.jobs = Preferences::maxJobs;
     EXPECT_FALSE(file.update([&](Preferences& preferences) { preferences = chosen; }));
     EXPECT_EQ(file.load(), chosen);
 }
@@ -45,6 +46,19 @@ TEST(Preferences, AreReadLeniently)
     EXPECT_EQ(file.load(), expected) << "one bad value takes no other with it";
     EXPECT_FALSE(file.update([](Preferences& preferences) { preferences.retention = HistoryRetention::off; }));
     EXPECT_THAT(contentsOf(location), HasSubstr("\"later\"")) << "a later version's member is kept";
+}
+
+TEST(Preferences, TakeANumberOfJobsThatCanBeMeant)
+{
+    const TemporaryFolder folder;
+    const auto jobs = [&](const char* written) {
+        return PreferencesFile{folder.write("Preferences.json", std::string{R"({"jobs":)"} + written + "}")}
+            .load()
+            .jobs;
+    };
+    EXPECT_EQ(jobs("1"), 1);
+    for (const char* written : {"0", "257", "1.5", "\"2\"", "null", "4294967297"})
+        EXPECT_EQ(jobs(written), std::nullopt) << written;
 }
 
 TEST(Preferences, SetADamagedFileAside)
