@@ -97,8 +97,8 @@ std::vector<fs::path> convertPicture(const EngineRequest& request, const Progres
         }
         if (hasGuessBehind())
             throw damaged(errorsBehind());
-    } catch (const vips::VError& error) {
-        const std::string cause = error.what(); // before it is lost in further messages
+    } catch (const vips::VError&) {
+        const std::string cause = errorsBehind(); // before it is lost in further messages
         requireReadable(request);
         requireSpace(output.parent_path());
         throw notSaved(request.targetFormat.name).because(cause);

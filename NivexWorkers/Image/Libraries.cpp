@@ -1,5 +1,6 @@
 #include "NivexWorkers/Image/Libraries.hpp"
 
+#include "NivexWorkers/Image/LibraryErrors.hpp"
 #include "NivexWorkers/Image/Metadata/MetadataLibrary.hpp"
 
 #include <vips/vips8>
@@ -25,7 +26,11 @@ void* prepareClass(GType type, void*)
     return nullptr;
 }
 
-void ignoreMessage(const char*, GLogLevelFlags, const char*, void*) {}
+void takeMessage(const char*, GLogLevelFlags level, const char* message, void*)
+{
+    if ((level & (G_LOG_LEVEL_WARNING | G_LOG_LEVEL_CRITICAL)) != 0 && message)
+        noteWarning(message);
+}
 
 } // namespace
 
@@ -39,7 +44,7 @@ void startLibraries()
     for (const char* operation : blockedOperations)
         vips_operation_block_set(operation, TRUE);
     vips_type_map_all(VIPS_TYPE_OPERATION, prepareClass, nullptr);
-    g_log_set_default_handler(ignoreMessage, nullptr);
+    g_log_set_default_handler(takeMessage, nullptr);
 }
 
 } // namespace nivex::image

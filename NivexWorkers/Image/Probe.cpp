@@ -1,6 +1,7 @@
 #include "NivexWorkers/Image/Probe.hpp"
 
 #include "NivexWorkers/Image/Codecs/Codec.hpp"
+#include "NivexWorkers/Image/LibraryErrors.hpp"
 
 #include "NivexKit/Engines/Image/PictureFormats.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
@@ -48,8 +49,8 @@ SourceProperties probePicture(const EngineRequest& request)
     try {
         return measured(source, source.read({.file = request.input, .format = source.format, .limits = request.limits}),
                         request);
-    } catch (const vips::VError& error) {
-        throw damaged(error.what());
+    } catch (const vips::VError&) {
+        throw damaged(errorsBehind());
     }
 }
 

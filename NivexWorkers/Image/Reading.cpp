@@ -27,6 +27,8 @@ void requireReadable(const EngineRequest& request)
             frame.avg();
     } catch (const ConversionError& error) {
         throw damaged(error.cause());
+    } catch (const vips::VError&) {
+        throw damaged(errorsBehind());
     } catch (const std::exception& error) {
         throw damaged(error.what());
     }

@@ -168,6 +168,14 @@ class Places(NivexCase):
             self.assertIn(f"[{issue['cause']}]", (told.stdout + told.stderr).decode())
         self.assertEqual(self.json_lines("convert", "cut.png", "--to", "jpeg", expect=1)[0]["cause"], issue["cause"])
 
+        run("convert", "-size", "60x40", "plasma:", self.folder / "whole.png")
+        data = bytearray((self.folder / "whole.png").read_bytes())
+        data[data.rindex(b"IEND") - 5] ^= 1  # in the checksum of what comes before
+        data[data.rindex(b"IDAT") + 40] ^= 1
+        self.write("changed.png", bytes(data))
+        cause = self.json_lines("convert", "changed.png", "--to", "jpeg", expect=1)[0]["cause"]
+        self.assertRegex(cause, "IDAT|filter|incorrect", "the words of the library that met it")
+
     def test_what_an_engine_leaves_out_is_said(self):
         self.write("film.srt", subrip(1) + "Mots perdus\n")
         told = self.run_nivex("convert", "film.srt", "--to", "vtt").stderr.decode()
