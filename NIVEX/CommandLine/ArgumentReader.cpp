@@ -23,12 +23,12 @@ std::string choices()
     return names;
 }
 
-/// What stands for the value of a setting in the help.
+/// What stands for the value of a setting that is no choice.
 std::string placeholder(SettingUnit unit)
 {
     switch (unit) {
     case SettingUnit::none:
-        return "CHOIX"_fr;
+        return {};
     case SettingUnit::share:
         return "0..1";
     case SettingUnit::pixels:
@@ -72,14 +72,15 @@ template <class Field>
 void addSetting(CLI::App& command, const ConversionSetting<Field>& setting, OptionOverrides& overrides)
 {
     using Value = ValueOf<Field>;
-    std::string description = setting.description;
+    const std::string description = setting.description;
     if constexpr (std::is_same_v<Value, bool>) {
         command.add_flag_callback(
             typedName(setting), [&] { overrides.set(setting.field, true); }, description);
     } else {
+        std::string value = placeholder(setting.unit);
         if constexpr (std::is_enum_v<Value>)
-            description += " : " + choices<Value>();
-        addText(command, typedName(setting), placeholder(setting.unit), description,
+            value = choices<Value>();
+        addText(command, typedName(setting), value, description,
                 [&](const std::string& text) { overrides.set(setting.field, readValue(setting, text)); });
     }
 }

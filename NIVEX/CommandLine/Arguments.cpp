@@ -1,6 +1,10 @@
 #include "NIVEX/CommandLine/Arguments.hpp"
 
 #include "NIVEX/CommandLine/ArgumentReader.hpp"
+#include "NIVEX/CommandLine/CommandDescription.hpp"
+#include "NIVEX/CommandLine/Completions.hpp"
+#include "NIVEX/CommandLine/FormatNames.hpp"
+#include "NIVEX/CommandLine/ManualPage.hpp"
 #include "NIVEX/CommandLine/Suggestion.hpp"
 
 #include <CLI/CLI.hpp>
@@ -22,6 +26,7 @@ namespace {
 class Parser {
 public:
     Invocation parse(std::span<const std::string> arguments);
+    CommandDescription described();
 
 private:
     struct CommandRow {
@@ -47,6 +52,8 @@ private:
     void addRecipeMaking(CLI::App& recipe);
     void addRecipeUse(CLI::App& recipe);
     void addRecipeKeeping(CLI::App& recipe);
+    void addCompletion(CLI::App& command);
+    void addManual(CLI::App& command);
 
     /// The command that was named, or the sub-command of it; the program itself when there is none.
     const CLI::App& chosenCommand() const;
@@ -94,6 +101,7 @@ private:
     RecipeListArguments recipeList_;
     RecipeExportArguments recipeExport_;
     ConvertArguments recipeRun_;
+    std::optional<Shell> shell_;
 };
 
 // clang-format off
@@ -107,6 +115,8 @@ const Parser::CommandRow Parser::commands[] = {
     {"doctor",   "Montre ce qui fonctionne sur cette machine"_fr,                              &Parser::addDoctor},
     {"history",  "Montre les conversions passées"_fr,                                          &Parser::addHistory},
     {"recipe",   "Compose, vérifie et applique des raccourcis"_fr,                             &Parser::addRecipe},
+    {"completion", "Écrit de quoi compléter les commandes dans un interpréteur"_fr,           &Parser::addCompletion},
+    {"manual",   "Écrit la page de manuel"_fr,                                                 &Parser::addManual},
 };
 // clang-format on
 
@@ -279,6 +289,28 @@ void Parser::addRecipeKeeping(CLI::App& recipe)
             [this](const std::string& value) { recipeExport_.file = value; });
 }
 
+void Parser::addCompletion(CLI::App& completion)
+{
+    addText(completion, "INTERPRETEUR"_fr, shellNames(), "Celui pour lequel écrire"_fr,
+            [this](const std::string& value) {
+                shell_ = shellNamed(value);
+                if (!shell_)
+                    refuse("completion", value);
+            });
+    chosen_.push_back(
+        {&completion, [this]() -> Invocation {
+             if (!shell_)
+                 return UsageError{filled("il manque un interpréteur : {}"_fr, {shellNames()}), nameOfChosenCommand()};
+             return Printout{
+                 completionScript(*shell_, describedProgram(), formatIdentifiers(FormatRegistry::standard()))};
+         }});
+}
+
+void Parser::addManual(CLI::App& manual)
+{
+    chosen_.push_back({&manual, [] { return Invocation{Printout{manualPage(describedProgram(), NIVEX_VERSION)}}; }});
+}
+
 /// The arguments as the library takes them: the last one first, and without the "--" that ends the options.
 std::vector<std::string> libraryWords(std::span<const std::string> arguments)
 {
@@ -445,7 +477,67 @@ std::string Parser::unexpectedMessage(const std::string& word) const
     return filled("option inconnue : « {} »."_fr, {validUtf8(word)}) + suggestion(word, names);
 }
 
+struct KindRow {
+    Text placeholder;
+    ValueKind kind;
+};
+
+// What stands for a value in the help tells a shell how to complete it.
+constexpr KindRow kinds[] = {
+    {"FICHIER"_fr, ValueKind::file},   {"LISTE"_fr, ValueKind::file},       {"RACCOURCI"_fr, ValueKind::file},
+    {"DOSSIER"_fr, ValueKind::folder}, {Text{"FORMAT"}, ValueKind::format},
+};
+
+ValueKind kindOf(const std::string& placeholder)
+{
+    const auto* const row =
+        std::ranges::find_if(kinds, [&](const KindRow& each) { return each.placeholder.localized() == placeholder; });
+    if (row != std::end(kinds))
+        return row->kind;
+    return placeholder.find('|') == std::string::npos ? ValueKind::other : ValueKind::choice;
+}
+
+OptionDescription describedOption(const CLI::Option& option)
+{
+    OptionDescription result{.description = option.get_description()};
+    if (option.get_positional()) {
+        result.names = {option.get_name(true)};
+        result.value = option.get_type_name().empty() ? result.names.front() : option.get_type_name();
+        result.kind = kindOf(result.value);
+        return result;
+    }
+    for (const std::string& name : option.get_snames())
+        result.names.push_back("-" + name);
+    for (const std::string& name : option.get_lnames())
+        result.names.push_back("--" + name);
+    if (option.get_items_expected_max() > 0) {
+        result.value = option.get_type_name();
+        result.kind = kindOf(result.value);
+    }
+    return result;
+}
+
+CommandDescription describedCommand(const CLI::App& command)
+{
+    CommandDescription result{.name = command.get_name(), .description = command.get_description()};
+    for (const CLI::Option* option : command.get_options())
+        (option->get_positional() ? result.arguments : result.options).push_back(describedOption(*option));
+    for (const CLI::App* each : command.get_subcommands({}))
+        result.commands.push_back(describedCommand(*each));
+    return result;
+}
+
+CommandDescription Parser::described()
+{
+    addCommandsFor({});
+    for (const CommandRow& each : commands)
+        (this->*each.addTo)(*app_.get_subcommand(each.name));
+    return describedCommand(app_);
+}
+
 } // namespace
+
+CommandDescription describedProgram() { return Parser{}.described(); }
 
 Invocation parseArguments(std::span<const std::string> arguments) { return Parser{}.parse(arguments); }
 

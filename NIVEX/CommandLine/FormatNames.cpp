@@ -24,6 +24,14 @@ const FileFormat* formatNamed(const FormatRegistry& registry, std::string_view w
     return sharing.empty() ? nullptr : sharing.front();
 }
 
+std::vector<std::string> formatIdentifiers(const FormatRegistry& registry)
+{
+    std::vector<std::string> identifiers;
+    for (const FileFormat& format : registry.formats())
+        identifiers.push_back(format.id.rawValue);
+    return identifiers;
+}
+
 std::string unknownFormat(const FormatRegistry& registry, const std::string& word)
 {
     std::vector<std::string> names;

@@ -185,6 +185,40 @@ class Places(NivexCase):
         self.assertEqual([len(entry.get("warnings", [])) for entry in self.json_lines("history")], [1, 1])
 
 
+class Shells(NivexCase):
+    def test_bash_completes_what_is_parsed(self):
+        self.write("completion.bash", self.run_nivex("completion", "bash").stdout)
+        self.write("photo d'été.png", "")
+        (self.folder / "dossier").mkdir()
+
+        def completions(*words):
+            script = 'source completion.bash; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _nivex; printf "%s\\n" "${COMPREPLY[@]}"'
+            return subprocess.run(["bash", "-c", "compopt() { :; }; " + script, "bash", *words], cwd=self.folder,
+                                  capture_output=True, check=True, text=True).stdout.split("\n")[:-1]
+        self.assertEqual(completions("nivex", "con"), ["convert"])
+        self.assertEqual(completions("nivex", "recipe", "ex"), ["export"])
+        self.assertEqual(sorted(completions("nivex", "convert", "--to", "web")), ["webm", "webp"])
+        self.assertEqual(completions("nivex", "convert", "photo"), ["photo d'été.png"])
+        self.assertEqual(completions("nivex", "convert", "a.png", "--out", ""), ["dossier"])
+        self.assertEqual(completions("nivex", "convert", "--metadata", ""), ["keep", "removeLocation", "removeAll"])
+        self.assertEqual(completions("nivex", "convert", "--jobs", ""), [""], "a number is nobody's to guess")
+        self.assertEqual(completions("nivex", "history", "retention", "--h"), ["--help"])
+        self.assertIn("--recipe", completions("nivex", "convert", "--re"))
+
+    def test_other_shells_and_man_understand_what_they_are_given(self):
+        for name, script, check in (("zsh", ["completion", "zsh"], ["zsh", "-n"]),
+                                    ("fish", ["completion", "fish"], ["fish", "--no-execute"]),
+                                    ("groff", ["manual"], ["groff", "-man", "-Kutf8", "-Tutf8", "-ww", "-z"])):
+            with self.subTest(name):
+                if not shutil.which(name):
+                    self.skipTest(f"no {name} here")
+                file = self.write(name, self.run_nivex(*script).stdout)
+                told = subprocess.run([*check, file], capture_output=True, text=True)
+                self.assertEqual((told.returncode, told.stderr), (0, ""))
+        self.run_nivex("completion", expect=2)
+        self.run_nivex("completion", "csh", expect=2)
+
+
 class Streams(NivexCase):
     def test_a_reader_that_leaves_is_no_error(self):
         for arguments in (["formats"], ["identify", "--files-from", "liste"]):
