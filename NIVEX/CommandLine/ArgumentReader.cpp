@@ -14,13 +14,27 @@
 namespace nivex::commandline {
 namespace {
 
+/// "keep|removeAll".
+std::string joined(const std::vector<std::string>& names)
+{
+    std::string text;
+    for (const std::string& name : names)
+        text.append(text.empty() ? "" : "|").append(name);
+    return text;
+}
+
 template <class Enum>
 std::string choices()
 {
-    std::string names;
+    std::vector<std::string> names;
     for (const Enum each : allOptions<Enum>())
-        names.append(names.empty() ? "" : "|").append(storedName(each));
-    return names;
+        names.emplace_back(storedName(each));
+    return joined(names);
+}
+
+std::string refusal(const std::string& option, const std::string& value)
+{
+    return filled("valeur refusée pour {} : « {} »"_fr, {option, validUtf8(value)});
 }
 
 /// What stands for the value of a setting that is no choice.
@@ -54,8 +68,7 @@ ValueOf<Field> readValue(const ConversionSetting<Field>& setting, const std::str
     if constexpr (std::is_enum_v<Value>) {
         if (const auto value = optionStoredAs<Value>(text))
             return *value;
-        throw BadValue{
-            filled("valeur refusée pour {} : « {} » (au choix : {})"_fr, {option, validUtf8(text), choices<Value>()})};
+        refuseChoice(option, text, choices<Value>());
     } else {
         Value value{};
         if constexpr (std::is_same_v<Value, std::int64_t>)
@@ -63,7 +76,8 @@ ValueOf<Field> readValue(const ConversionSetting<Field>& setting, const std::str
         else
             value = numberOf<Value>(option, text);
         if (setting.range && !setting.range->contains(value))
-            throw BadValue{setting.range->whenOutside};
+            throw BadValue{refusal(option, text) + (setting.unit == SettingUnit::share ? " (0..1)" : "") + ". " +
+                           setting.range->whenOutside.localized()};
         return value;
     }
 }
@@ -94,9 +108,11 @@ std::string protectedWord(const std::string& word) { return protection + word; }
 
 std::string unprotected(const std::string& word) { return word.starts_with(protection) ? word.substr(1) : word; }
 
-void refuse(const std::string& option, const std::string& value)
+void refuse(const std::string& option, const std::string& value) { throw BadValue{refusal(option, value)}; }
+
+void refuseChoice(const std::string& option, const std::string& value, const std::string& choices)
 {
-    throw BadValue{filled("valeur refusée pour {} : « {} »"_fr, {option, validUtf8(value)})};
+    throw BadValue{filled("valeur refusée pour {} : « {} » (au choix : {})"_fr, {option, validUtf8(value), choices})};
 }
 
 void speakFrench(CLI::App& app)
@@ -213,7 +229,10 @@ FormatFamily familyNamed(const std::string& name)
     std::vector<std::string> names;
     for (const FormatFamily family : allFamilies())
         names.emplace_back(storedName(family));
-    throw BadValue{filled("famille inconnue : « {} »."_fr, {validUtf8(name)}) + suggestion(name, names)};
+    std::string nearest = suggestion(name, names);
+    if (nearest.empty())
+        nearest = filled(" Au choix : {}"_fr, {joined(names)});
+    throw BadValue{filled("famille inconnue : « {} »."_fr, {validUtf8(name)}) + nearest};
 }
 
 std::int64_t sizeOf(const std::string& option, const std::string& text)

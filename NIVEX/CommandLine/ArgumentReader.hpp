@@ -6,9 +6,11 @@
 #include "NivexKit/Foundation/Text/StringTable.hpp"
 #include "NivexKit/Foundation/Text/Unicode.hpp"
 
+#include <algorithm>
 #include <charconv>
 #include <functional>
 #include <string>
+#include <type_traits>
 
 namespace CLI {
 class App;
@@ -54,13 +56,19 @@ std::string typedName(const ConversionSetting<Field>& setting)
 }
 
 [[noreturn]] void refuse(const std::string& option, const std::string& value);
+/// `choices` are the words between bars of which the value should have been one.
+[[noreturn]] void refuseChoice(const std::string& option, const std::string& value, const std::string& choices);
 
+/// A number that is all of the text; a fraction may be written with a comma. Refuses anything else.
 template <class Number>
 Number numberOf(const std::string& option, const std::string& text)
 {
+    std::string written = text;
+    if constexpr (std::is_floating_point_v<Number>)
+        std::ranges::replace(written, ',', '.');
     Number number{};
-    const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (failure != std::errc{} || end != text.data() + text.size())
+    const auto [end, failure] = std::from_chars(written.data(), written.data() + written.size(), number);
+    if (failure != std::errc{} || end != written.data() + written.size())
         refuse(option, text);
     return number;
 }

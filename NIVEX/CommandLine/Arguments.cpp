@@ -131,9 +131,12 @@ const Parser::CommandRow* Parser::commandNamed(std::string_view word)
 std::vector<std::string> Parser::inOrder(std::span<const std::string> arguments)
 {
     std::vector<std::string> words{arguments.begin(), arguments.end()};
+    if (words.size() == 1 && words.front() == "version")
+        return {"--version"};
     if (!words.empty() && words.front() == "help") {
         words.erase(words.begin());
-        words.emplace_back("--help");
+        if (words.empty() || commandNamed(words.front()))
+            words.emplace_back("--help");
         return words;
     }
     const auto command = std::ranges::find_if(words, [](const std::string& word) { return !word.starts_with('-'); });
@@ -218,11 +221,14 @@ void Parser::addHistory(CLI::App& history)
     onCommand(history, "clear", "Oublie toutes les conversions"_fr, historyClear_);
     CLI::App& retention =
         onCommand(history, "retention", "Règle ou montre la durée de conservation"_fr, historyRetention_);
-    addWord(retention, "DUREE"_fr, "off, oneDay, sevenDays, thirtyDays ou forever"_fr,
-            [this](const std::string& value) {
+    std::string durations;
+    for (const HistoryRetention each : allRetentions())
+        durations.append(durations.empty() ? "" : "|").append(storedName(each));
+    addText(retention, "DUREE"_fr, durations, "Durée voulue ; sans elle, celle qui vaut"_fr,
+            [this, durations](const std::string& value) {
                 historyRetention_.retention = retentionStoredAs(value);
                 if (!historyRetention_.retention)
-                    refuse("retention", value);
+                    refuseChoice("retention", value, durations);
             });
 }
 
@@ -372,6 +378,11 @@ struct Completeness {
     std::string operator()(const ConvertArguments& convert) const
     {
         const bool isNamedByFile = convert.run.outputFile && convert.run.outputFile->has_extension();
+        if (std::string problem = resultFile(convert.run); !problem.empty())
+            return problem;
+        if (convert.target.empty() && !convert.recipe && !isNamedByFile)
+            if (const auto word = formatAmong(convert.run.selection.files))
+                return filled("il manque le format voulu ; vouliez-vous dire --to {} ?"_fr, {*word});
         if (convert.target.empty() && !convert.recipe && !isNamedByFile)
             return "il manque le format voulu : --to FORMAT, par exemple --to png"_fr;
         if (!convert.target.empty() && convert.recipe)
@@ -409,6 +420,24 @@ struct Completeness {
             return "il manque au moins un fichier"_fr;
         if (std::ranges::count(selection.files, "-") + (selection.filesFrom == "-" ? 1 : 0) > 1)
             return "l'entrée standard ne peut être lue qu'une fois"_fr;
+        return {};
+    }
+    /// A word among the files that is none and names a format.
+    static std::optional<std::string> formatAmong(const std::vector<std::filesystem::path>& files)
+    {
+        std::error_code ignored;
+        for (const std::filesystem::path& each : files)
+            if (formatNamed(FormatRegistry::standard(), each.native()) && !std::filesystem::exists(each, ignored))
+                return each.native();
+        return std::nullopt;
+    }
+    /// The file of a single result must not be a folder.
+    static std::string resultFile(const RunArguments& run)
+    {
+        std::error_code ignored;
+        const auto& file = run.outputFile;
+        if (file && (!file->has_filename() || std::filesystem::is_directory(*file, ignored)))
+            return filled("« {} » est un dossier : utilisez --out"_fr, {shownPath(*file)});
         return {};
     }
     /// Where files come from and results go.

@@ -83,6 +83,7 @@ private:
     const BatchRequest& request_;
     std::optional<PipeFolder> pipe_;
     bool readsStandardInput_ = false;
+    bool namesFolder_ = false; // where files are wanted
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
     std::vector<Prepared> prepared_;
     std::unordered_map<Uuid, const Prepared*> byJob_;
@@ -124,13 +125,15 @@ ExitStatus Batch::run()
 std::optional<std::string> Batch::settleDestination()
 {
     const RunArguments& run = request_.run;
-    if (run.outputFolder)
-        return prepareFolder(*run.outputFolder, run.dryRun);
+    if (run.outputFolder) {
+        const fs::path above = run.outputFolder->lexically_normal().parent_path();
+        std::error_code ignored;
+        const bool isNamed = above.empty() || fs::exists(above, ignored); // by the sentence that says what is wrong
+        const auto problem = prepareFolder(*run.outputFolder, run.dryRun);
+        return problem && !isNamed ? shownPath(*run.outputFolder) + " : " + *problem : problem;
+    }
     if (!run.outputFile || writesToStandardOutput())
         return std::nullopt;
-    std::error_code ignored;
-    if (fs::is_directory(*run.outputFile, ignored) || !run.outputFile->has_filename())
-        return filled("« {} » est un dossier : utilisez --out"_fr, {shownPath(*run.outputFile)});
     return problemOf(folderOf(SameFolderAsSource{}, *run.outputFile));
 }
 
@@ -164,6 +167,8 @@ void Batch::prepareAll(const FileList& list)
             prepare(list.files[i], std::move(detections[i]));
     }
     tellLeftOut(list.files.size());
+    if (namesFolder_ && !request_.run.json)
+        session_.console.note("Pour traiter ce qu'un dossier contient : -r"_fr);
 }
 
 void Batch::tellLeftOut(std::size_t files)
@@ -186,7 +191,9 @@ void Batch::tellLeftOut(std::size_t files)
 
 void Batch::prepare(const ListedFile& file, DetectionResult detection)
 {
-    if (const DetectionIssue* issue = detection.blockingIssue())
+    const DetectionIssue* issue = detection.blockingIssue();
+    namesFolder_ = namesFolder_ || (issue && issue->kind() == DetectionIssue::Kind::directory);
+    if (issue)
         return leaveAsideOr(file, !couldBeConverted(detection), detection, issue->message(), issue->cause());
     const PlanChoice choice = request_.choosePlan(detection);
     if (const auto* none = std::get_if<NoPlan>(&choice))

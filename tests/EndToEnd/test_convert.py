@@ -123,8 +123,9 @@ class Convert(NivexCase):
                 with self.subTest(folder, mode=mode):
                     result = self.run_nivex(*convert, "--out", folder, *mode, expect=1)
                     self.assertEqual(result.stdout, b"")
-                    self.assertEqual(result.stderr.decode(), "nivex : Le dossier de destination n'est pas disponible : "
-                                     + message + "\n")
+                    named = "absent/plus loin : " if "absent" in folder else ""  # which no other word of it tells
+                    self.assertEqual(result.stderr.decode(), f"nivex : {named}Le dossier de destination n'est pas "
+                                     f"disponible : {message}\n")
         self.assertEqual(self.names(), ["film.srt"])
         self.run_nivex(*convert[:2], "--to", "vtt", "--out", "neuf/", "--dry-run")
         self.assertFalse((self.folder / "neuf").exists())

@@ -59,6 +59,8 @@ ExitStatus history(Session& session, const HistoryListArguments& arguments)
             session.console.result(shownDate(entry.date) + "  " + emphasized(entry.sourceName) + " → " +
                                    entry.targetFormat.rawValue + " : " + outcome(entry));
     }
+    if (entries.empty() && !arguments.json)
+        session.console.note("Aucune conversion dans l'historique."_fr);
     return ExitStatus::done;
 }
 

@@ -1,6 +1,7 @@
 #include "NIVEX/CommandLine/Batch.hpp"
 #include "NIVEX/CommandLine/FormatNames.hpp"
 #include "NIVEX/CommandLine/JsonLines.hpp"
+#include "NIVEX/CommandLine/Suggestion.hpp"
 
 #include "NivexKit/Contract/ConversionSettings.hpp"
 #include "NivexKit/Foundation/Bytes/ByteSource.hpp"
@@ -28,6 +29,14 @@ std::string sharedFile(const fs::path& file)
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
+std::vector<std::string> namesOfKept(AppModel& model)
+{
+    std::vector<std::string> names;
+    for (const RecipeLibrary::Kept& kept : model.recipes().list().recipes)
+        names.push_back(kept.recipe.name);
+    return names;
+}
+
 /// The recipe that a word means: the file of that path, else the one kept under that name.
 ConversionRecipe recipeNamed(AppModel& model, const std::string& word)
 {
@@ -37,7 +46,8 @@ ConversionRecipe recipeNamed(AppModel& model, const std::string& word)
     const std::vector<RecipeLibrary::Kept> kept = model.recipes().find(word);
     if (kept.empty())
         throw RecipeError::invalid(
-            filled("« {} » n'est ni un fichier ni le nom d'un raccourci conservé."_fr, {validUtf8(word)}));
+            filled("« {} » n'est ni un fichier ni le nom d'un raccourci conservé."_fr, {validUtf8(word)}) +
+            suggestion(word, namesOfKept(model)));
     if (kept.size() > 1)
         throw RecipeError::invalid(filled("Plusieurs raccourcis s'appellent « {} »."_fr, {validUtf8(word)}));
     return kept.front().recipe;
@@ -220,6 +230,8 @@ ExitStatus listRecipes(Session& session, const RecipeListArguments& arguments)
         else
             session.console.result(kept.recipe.name + " → " + kept.recipe.target().value_or(FormatID{}).rawValue);
     }
+    if (listing.recipes.empty() && !arguments.json)
+        session.console.note("Aucun raccourci conservé."_fr);
     for (const RecipeLibrary::Unreadable& unreadable : listing.unreadable)
         session.console.note(shownPath(unreadable.file) + " : " + unreadable.message);
     return listing.unreadable.empty() ? ExitStatus::done : ExitStatus::someFailed;

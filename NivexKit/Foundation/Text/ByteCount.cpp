@@ -35,10 +35,9 @@ std::string shownByteCount(std::int64_t bytes)
         if (bytes < unit.bytes - unit.bytes / 20'000)
             continue;
         const std::int64_t count = tenths(bytes, unit.bytes);
-        std::string number = std::to_string(count / 10);
-        if (count % 10 != 0)
-            number += "," + std::to_string(count % 10);
-        return filled(unit.pattern, {number});
+        const std::string whole = std::to_string(count / 10);
+        return filled(unit.pattern,
+                      {count % 10 == 0 ? whole : filled("{},{}"_fr, {whole, std::to_string(count % 10)})});
     }
     return filled("{} o"_fr, {std::to_string(bytes)});
 }
