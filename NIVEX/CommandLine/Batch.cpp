@@ -456,7 +456,7 @@ std::string Batch::shownSource(const fs::path& source) const
 /// Draws the foot of the terminal again and again, also while nothing is heard of a long file.
 void Batch::keepProgressShown(const std::shared_ptr<const bool>& isShown)
 {
-    session_.console.progress(progressLine(progress(), turn_++));
+    session_.console.progress(progressLine(progress(), turn_++, session_.console.footColumns()));
     session_.loop.postAfter(progressInterval, [this, shown = std::weak_ptr{isShown}] {
         if (const auto isStillShown = shown.lock())
             keepProgressShown(isStillShown);

@@ -3,12 +3,14 @@
 #include "NivexKit/Foundation/EnumTable.hpp"
 #include "NivexKit/Foundation/Text/TerminalText.hpp"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <fstream>
+#include <limits>
 
 namespace nivex::commandline {
 namespace {
@@ -121,6 +123,14 @@ void Console::progress(const Line& line)
     write(notes_.file, startOfFoot);
     notes_.write(line, endOfFoot);
     progressShown_ = true;
+}
+
+std::size_t Console::footColumns() const
+{
+    constexpr std::size_t echo = 3;
+    winsize size{};
+    const bool isKnown = ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > echo;
+    return isKnown ? size.ws_col - echo : std::numeric_limits<std::size_t>::max();
 }
 
 void Console::clearProgress()

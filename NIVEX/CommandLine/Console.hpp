@@ -4,6 +4,7 @@
 
 #include "NivexKit/Foundation/Text/Json.hpp"
 
+#include <cstddef>
 #include <cstdio>
 #include <filesystem>
 #include <string>
@@ -41,6 +42,9 @@ public:
     void progress(const Line& line);
     void clearProgress();
     bool showsProgress() const { return showsProgress_; }
+    /// How many characters stand beside each other at the foot, with room left for what the terminal itself echoes when
+    /// a key is pressed ("^C").
+    std::size_t footColumns() const;
 
     /// True once standard output could not be written. Then nothing more needs to be found out for it.
     bool resultsLost() const { return resultsLost_; }

@@ -4,6 +4,7 @@
 
 #include "NivexKit/Foundation/Text/ByteCount.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
+#include "NivexKit/Foundation/Text/Unicode.hpp"
 
 #include <algorithm>
 #include <array>
@@ -34,26 +35,80 @@ std::string bar(double share)
     return cells + "]";
 }
 
-} // namespace
+/// The pieces of the line; which of them are shown depends on the room.
+struct Pieces {
+    std::string wheel;
+    std::string bar;
+    std::string counts; // files and share
+    std::string sizes;
+    std::string left; // time
+    std::string name;
+    std::string others;
 
-std::string progressLine(const ProgressState& state, unsigned turn)
+    std::string line() const
+    {
+        std::string text = wheel;
+        for (const std::string* piece : {&bar, &counts})
+            text.append(piece->empty() ? "" : " ").append(*piece);
+        for (const std::string* piece : {&sizes, &left, &name})
+            text.append(piece->empty() ? "" : " · ").append(*piece);
+        return text + others;
+    }
+
+    /// The columns that are missing; 0 when the line fits.
+    std::size_t excess(std::size_t columns) const
+    {
+        const std::size_t width = characterCount(line());
+        return width > columns ? width - columns : 0;
+    }
+};
+
+/// The name without as many characters at its end, and one more for the mark of what is left out.
+std::string shortened(const std::string& name, std::size_t characters)
+{
+    constexpr std::size_t leastCharacters = 4;
+    const std::size_t all = characterCount(name);
+    if (all < characters + 1 + leastCharacters)
+        return {};
+    std::size_t end = 0;
+    for (std::size_t kept = all - characters - 1; kept > 0; --kept)
+        nextScalar(name, end);
+    return name.substr(0, end) + "…";
+}
+
+Pieces piecesOf(const ProgressState& state, unsigned turn)
 {
     const double share = state.totalBytes > 0 ? std::clamp(state.doneBytes / state.totalBytes, 0.0, 1.0) : 0.0;
-    std::string line = std::string{wheel[turn % wheel.size()]} + " " + bar(share) + " ";
-    line += std::to_string(state.finishedFiles) + "/" + std::to_string(state.totalFiles);
-    line += " · " + filled("{} %"_fr, {std::to_string(static_cast<int>(100 * share))});
-    line += " · " + filled("{} sur {}"_fr, {shownByteCount(static_cast<std::int64_t>(state.doneBytes)),
-                                            shownByteCount(static_cast<std::int64_t>(state.totalBytes))});
+    Pieces pieces{.wheel = std::string{wheel[turn % wheel.size()]},
+                  .bar = bar(share),
+                  .counts = std::to_string(state.finishedFiles) + "/" + std::to_string(state.totalFiles) + " · " +
+                            filled("{} %"_fr, {std::to_string(static_cast<int>(100 * share))}),
+                  .sizes = filled("{} sur {}"_fr, {shownByteCount(static_cast<std::int64_t>(state.doneBytes)),
+                                                   shownByteCount(static_cast<std::int64_t>(state.totalBytes))}),
+                  .left = {},
+                  .name = state.atWork,
+                  .others = {}};
     if (share >= leastShare && state.elapsed >= leastTime) {
         const std::chrono::duration<double> left{std::chrono::duration<double>{state.elapsed}.count() * (1 - share) /
                                                  share};
-        line += " · " + filled("reste {}"_fr, {shownTime(std::chrono::round<std::chrono::seconds>(left))});
+        pieces.left = filled("reste {}"_fr, {shownTime(std::chrono::round<std::chrono::seconds>(left))});
     }
-    if (!state.atWork.empty())
-        line += " · " + state.atWork;
     if (state.othersAtWork > 0)
-        line += " (+" + std::to_string(state.othersAtWork) + ")";
-    return line;
+        pieces.others = " (+" + std::to_string(state.othersAtWork) + ")";
+    return pieces;
+}
+
+} // namespace
+
+std::string progressLine(const ProgressState& state, unsigned turn, std::size_t columns)
+{
+    Pieces pieces = piecesOf(state, turn);
+    for (std::string* piece : {&pieces.sizes, &pieces.bar})
+        if (pieces.excess(columns) > 0)
+            piece->clear();
+    if (const std::size_t excess = pieces.excess(columns); excess > 0)
+        pieces.name = shortened(pieces.name, excess);
+    return pieces.line();
 }
 
 } // namespace nivex::commandline

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <string>
 
 namespace nivex::commandline {
@@ -19,7 +20,9 @@ struct ProgressState {
 };
 
 /// "⠹ [█████▌              ] 12/100 · 27 % · 92 Mo sur 340 Mo · reste 42 s · photo.jpg". `turn` counts the drawings, so
-/// that a person sees work go on while no fraction moves.
-std::string progressLine(const ProgressState& state, unsigned turn);
+/// that a person sees work go on while no fraction moves. Where `columns` are too few, the sizes go first, then the
+/// bar, then the end of the name, at last the name.
+std::string progressLine(const ProgressState& state, unsigned turn,
+                         std::size_t columns = std::numeric_limits<std::size_t>::max());
 
 } // namespace nivex::commandline

@@ -70,6 +70,27 @@ TEST(ProgressLine, ShowsTheShareOfTheBytesAndGuessesTheRestOnceItCan)
     EXPECT_EQ(progressLine({}, 10), progressLine({}, 0));
 }
 
+TEST(ProgressLine, KeepsWhatMattersMostWhereTheTerminalIsNarrow)
+{
+    const ProgressState state{
+        .totalFiles = 1, .doneBytes = 50, .totalBytes = 100, .elapsed = 30s, .atWork = "photographié.jp2"};
+    const struct {
+        std::size_t columns;
+        std::string line;
+    } cases[] = {
+        {84, "⠋ [██████████          ] 0/1 · 50 % · 50 o sur 100 o · reste 30 s · photographié.jp2"},
+        {83, "⠋ [██████████          ] 0/1 · 50 % · reste 30 s · photographié.jp2"},
+        {67, "⠋ [██████████          ] 0/1 · 50 % · reste 30 s · photographié.jp2"},
+        {66, "⠋ 0/1 · 50 % · reste 30 s · photographié.jp2"},
+        {43, "⠋ 0/1 · 50 % · reste 30 s · photographié.j…"},
+        {33, "⠋ 0/1 · 50 % · reste 30 s · phot…"},
+        {32, "⠋ 0/1 · 50 % · reste 30 s"},
+        {5, "⠋ 0/1 · 50 % · reste 30 s"},
+    };
+    for (const auto& each : cases)
+        EXPECT_EQ(progressLine(state, 0, each.columns), each.line) << each.columns;
+}
+
 TEST(JobCount, IsOnePerProcessorAsFarAsMemoryHolds)
 {
     constexpr std::uint64_t gibibyte = 1 << 30;
