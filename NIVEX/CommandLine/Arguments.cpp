@@ -484,6 +484,8 @@ std::string Parser::usageMessage(const CLI::ParseError& error) const
     if (dynamic_cast<const CLI::ArgumentMismatch*>(&error)) {
         const std::string name = what.substr(0, what.find(':'));
         const CLI::Option* option = chosenCommand().get_option_no_throw(name);
+        if (option && option->count() > 1)
+            return filled("l'option {} est donnée plusieurs fois"_fr, {name});
         return filled("l'option {} attend une valeur : {}"_fr, {name, option ? option->get_type_name() : ""});
     }
     return filled("il manque une commande ; voyez {} --help"_fr, {nameOfChosenCommand()});

@@ -999,6 +999,8 @@ constexpr StringTable::Row rows[] = {
      "the option -o takes a file"},
     {"l'option {} attend une valeur : {}",
      "the option {} takes a value: {}"},
+    {"l'option {} est donnée plusieurs fois",
+     "option {} is given several times"},
     {"la compression a échoué",
      "compression failed"},
     {"la façon dont ce fichier TIFF enregistre ses pixels",

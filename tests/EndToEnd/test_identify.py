@@ -147,6 +147,7 @@ class WrongUsage(NivexCase):
             (["identify", "--jsno", "film.srt"], "« --json »"),
             (["convert", "film.srt", "--to", "vvt"], "« vtt »"),
             (["convert", "film.srt", "vtt"], "--to vtt ?"),
+            (["convert", "film.srt", "--to", "vtt", "--to", "txt"], "plusieurs fois"),
             (["convert", "film.srt", "--to", "vtt", "--quality", "80"], "« 80 » (0..1)"),
             (["convert", "film.srt", "-o", "."], "--out"),
             (["help", "convrt"], "« convert »"),
