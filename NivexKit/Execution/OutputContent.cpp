@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <array>
+#include <string>
 #include <string_view>
 
 namespace nivex {
@@ -56,6 +57,14 @@ bool isProgram(const Content& content, const FormatRegistry& registry)
                                [&](const FormatID& id) { return isExecutableFormat(registry.format(id)); });
 }
 
+/// What was found instead, as a cause.
+std::string shownContent(const Content& content)
+{
+    if (!content.sniff.candidates.empty())
+        return "content: " + content.sniff.candidates.front().rawValue;
+    return content.sniff.isText ? "content: text" : "content: unknown";
+}
+
 /// Reads the head of a file, and inside it where it is a container, and hands on what it shows.
 template <class Use>
 void look(const Place& file, Use use)
@@ -78,9 +87,10 @@ void requireContent(const Place& file, const FileFormat& expected, const FormatR
     look(file, [&](const Content& content) {
         const bool mayBeScript = expected.family == FormatFamily::code || expected.has(FormatTrait::executable);
         if (!mayBeScript && isProgram(content, registry))
-            throw refused("son contenu est celui d'un programme"_fr);
+            throw refused("son contenu est celui d'un programme"_fr).because(shownContent(content));
         if (!mayBe(expected.id, content.sniff, registry))
-            throw refused(filled("son contenu n'est pas celui d'un fichier {}"_fr, {expected.name}));
+            throw refused(filled("son contenu n'est pas celui d'un fichier {}"_fr, {expected.name}))
+                .because(shownContent(content));
     });
 }
 

@@ -8,28 +8,35 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <string>
+#include <string_view>
 
 namespace nivex {
 namespace {
 
 namespace fs = std::filesystem;
 
-ConversionError refused(Text detail) { return ConversionError::outputVerificationFailed(detail); }
+/// The path as the worker gave it is the cause.
+ConversionError refused(Text detail, std::string_view path)
+{
+    return ConversionError::outputVerificationFailed(detail).because("output: " + std::string{path});
+}
 
 void check(const OpenFolder& folder, const std::string& path, OutputKinds allowed)
 {
     const FileDescriptor file = folder.openBelow(path, O_PATH);
     struct stat status {};
     if (!file.isOpen())
-        throw refused(errno == ENOENT ? "fichier produit absent"_fr : "fichier produit hors de l'espace de travail"_fr);
+        throw refused(errno == ENOENT ? "fichier produit absent"_fr : "fichier produit hors de l'espace de travail"_fr,
+                      path);
     if (::fstat(file.get(), &status) != 0)
-        throw refused("fichier produit absent"_fr);
+        throw refused("fichier produit absent"_fr, path);
     if (S_ISDIR(status.st_mode) && allowed == OutputKinds::filesAndFolders)
         return;
     if (!S_ISREG(status.st_mode) || status.st_nlink != 1)
-        throw refused("le fichier produit n'est pas un fichier ordinaire"_fr);
+        throw refused("le fichier produit n'est pas un fichier ordinaire"_fr, path);
     if (status.st_size == 0)
-        throw refused("fichier produit vide"_fr);
+        throw refused("fichier produit vide"_fr, path);
 }
 
 } // namespace
@@ -41,7 +48,7 @@ std::vector<fs::path> checkedOutputs(const fs::path& workingDirectory, const Wor
         throw ConversionError::encodingFailed("aucun fichier produit"_fr);
     const auto folder = OpenFolder::open(workingDirectory);
     if (!folder)
-        throw refused("fichier produit absent"_fr);
+        throw refused("fichier produit absent"_fr, workingDirectory.native());
     std::vector<fs::path> files;
     for (const std::string& path : outputs.paths) {
         check(*folder, path, allowed);
@@ -49,8 +56,8 @@ std::vector<fs::path> checkedOutputs(const fs::path& workingDirectory, const Wor
     }
     std::vector<fs::path> sorted = files;
     std::sort(sorted.begin(), sorted.end());
-    if (std::adjacent_find(sorted.begin(), sorted.end()) != sorted.end())
-        throw refused("le même fichier produit est annoncé deux fois"_fr);
+    if (const auto twice = std::adjacent_find(sorted.begin(), sorted.end()); twice != sorted.end())
+        throw refused("le même fichier produit est annoncé deux fois"_fr, twice->native());
     return files;
 }
 

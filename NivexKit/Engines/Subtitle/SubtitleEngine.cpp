@@ -172,7 +172,8 @@ std::vector<std::filesystem::path> SubtitleEngine::convert(const EngineRequest& 
     };
     const std::size_t lost = source->read(text, append, step(0.1, 0.7));
     if (count == 0)
-        throw ConversionError::unreadableSource("aucun sous-titre trouvé"_fr);
+        throw ConversionError::unreadableSource("aucun sous-titre trouvé"_fr)
+            .because("lines with words that are part of no cue: " + std::to_string(lost));
     flush();
     file->finish();
     warnOfLines(lost, request);

@@ -58,6 +58,7 @@ TEST(HostileWorker, LeavesATechnicalCause)
     EXPECT_EQ(house.failure(house.call("leave")).cause(), "worker: exit code 0");
     EXPECT_EQ(house.failure(house.call("throw")).cause(), "jargon of a library");
     EXPECT_NE(house.failure(house.call("nonsense")).cause(), "");
+    EXPECT_EQ(house.failure(house.call("outside")).cause(), "output: ../input");
 }
 
 TEST(HostileWorker, HandsBackWhatItsEngineWarnsOf)
