@@ -23,7 +23,8 @@ EngineList denseEngines()
             for (std::size_t target = e; target < formats.size(); target += 12)
                 edges.push_back(testing::edge(formats[source].id, formats[target].id));
         auto engine = testing::fakeEngine("engine-" + std::to_string(e), std::move(edges));
-        engine->losses = LossAnalysis::inherent;
+        engine->losses = [](const FileFormat& source, const SourceProperties& properties, const FileFormat& target,
+                            const ConversionOptions&) { return LossAnalysis::inherent(source, properties, target); };
         engines.push_back(std::move(engine));
     }
     return engines;

@@ -198,7 +198,8 @@ void Batch::prepare(const ListedFile& file, DetectionResult detection)
     const PlanChoice choice = request_.choosePlan(detection);
     if (const auto* none = std::get_if<NoPlan>(&choice))
         return leaveAsideOr(file, true, detection, none->message);
-    ConversionVerdict verdict = verdictOn(std::get<ConversionPlan>(choice), detection, request_.options);
+    ConversionVerdict verdict =
+        verdictOn(std::get<ConversionPlan>(choice), session_.model.planner(), detection, request_.options);
     if (verdict.refusal)
         return refuse(detection, &verdict, verdict.refusal->message(), verdict.refusal->cause());
     OutputPlacement placement = placementOf(file);

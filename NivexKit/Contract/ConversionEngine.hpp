@@ -32,9 +32,9 @@ public:
     virtual EngineAvailability availability() const = 0;
     virtual std::span<const EngineCapability> capabilities() const = 0;
 
-    /// What this engine expects to lose of this particular file on one of its edges.
+    /// What this engine expects to lose of this particular file on one of its edges, converted with these options.
     virtual ConversionLoss expectedLosses(const FileFormat& source, const SourceProperties& properties,
-                                          const FileFormat& target) const = 0;
+                                          const FileFormat& target, const ConversionOptions& options) const = 0;
 
     /// A time limit of the engine's own; none leaves it to the runner.
     virtual std::optional<std::chrono::seconds> timeout(const EngineRequest&) const { return std::nullopt; }

@@ -5,7 +5,7 @@
 namespace nivex {
 
 ConversionLoss DeclaredEngine::expectedLosses(const FileFormat& source, const SourceProperties& properties,
-                                              const FileFormat& target) const
+                                              const FileFormat& target, const ConversionOptions&) const
 {
     return LossAnalysis::inherent(source, properties, target);
 }

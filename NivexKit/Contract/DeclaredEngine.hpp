@@ -28,7 +28,7 @@ public:
     EngineAvailability availability() const override { return EngineAvailability::unavailable(declaration_.reason); }
     std::span<const EngineCapability> capabilities() const override { return {}; }
     ConversionLoss expectedLosses(const FileFormat& source, const SourceProperties& properties,
-                                  const FileFormat& target) const override;
+                                  const FileFormat& target, const ConversionOptions& options) const override;
     std::optional<std::chrono::seconds> timeout(const EngineRequest& request) const override;
     /// Throws `engineUnavailable`.
     std::vector<std::filesystem::path> convert(const EngineRequest& request, const ProgressCallback& progress,

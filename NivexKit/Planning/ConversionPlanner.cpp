@@ -50,66 +50,77 @@ std::optional<std::string> ConversionPlanner::obstacle(const FormatID& source, c
     return onTheWay;
 }
 
-std::vector<ConversionPlan> ConversionPlanner::plans(const DetectionResult& detection) const
+std::vector<ConversionPlan> ConversionPlanner::plans(const DetectionResult& detection,
+                                                     const ConversionOptions& options) const
 {
     if (!detection.isUsable())
         return {};
-    const FileFormat& source = *detection.format;
     std::vector<ConversionPlan> result;
-    for (const ConversionGraph::Path& path : routes(source, detection.properties))
-        if (std::optional<ConversionPlan> plan = makePlan(source, detection.properties, path))
+    for (const ConversionGraph::Path& path : routes(detection, options))
+        if (std::optional<ConversionPlan> plan = makePlan(detection, path, options))
             result.push_back(std::move(*plan));
-    return SmartFormats::rank(std::move(result), source, detection.properties);
+    return SmartFormats::rank(std::move(result), *detection.format, detection.properties);
 }
 
-std::optional<ConversionPlan> ConversionPlanner::plan(const DetectionResult& detection, const FormatID& target) const
+std::optional<ConversionPlan> ConversionPlanner::plan(const DetectionResult& detection, const FormatID& target,
+                                                      const ConversionOptions& options) const
 {
     if (!detection.isUsable())
         return std::nullopt;
-    const FileFormat& source = *detection.format;
-    for (const ConversionGraph::Path& path : routes(source, detection.properties))
+    for (const ConversionGraph::Path& path : routes(detection, options))
         if (path.back()->capability.target == target)
-            return makePlan(source, detection.properties, path);
+            return makePlan(detection, path, options);
     return std::nullopt;
 }
 
-std::vector<ConversionGraph::Path> ConversionPlanner::routes(const FileFormat& source,
-                                                             const SourceProperties& properties) const
+ConversionLoss ConversionPlanner::losses(const ConversionPlan& plan, const SourceProperties& properties,
+                                         const ConversionOptions& options) const
+{
+    ConversionLoss losses;
+    SourceProperties state = properties;
+    for (const PlannedStep& step : plan.steps) {
+        const FileFormat& source = *registry_->format(step.source);
+        const FileFormat& target = *registry_->format(step.target);
+        losses |= engine(step.engine)->expectedLosses(source, state, target, options);
+        state = LossAnalysis::propagate(std::move(state), source, target);
+    }
+    return losses;
+}
+
+std::vector<ConversionGraph::Path> ConversionPlanner::routes(const DetectionResult& file,
+                                                             const ConversionOptions& options) const
 {
     using Step = ConversionGraph::Step<SourceProperties>;
     const auto follow = [&](const SourceProperties& state, const ConversionGraph::Edge& edge) -> std::optional<Step> {
         const ResolvedEdge& step = resolved(edge);
         if (!step.source || !step.target)
             return std::nullopt;
-        const ConversionLoss losses = step.engine->expectedLosses(*step.source, state, *step.target);
+        const ConversionLoss losses = step.engine->expectedLosses(*step.source, state, *step.target, options);
         return Step{LossAnalysis::cost(losses) + costPerStep,
                     LossAnalysis::propagate(state, *step.source, *step.target)};
     };
-    return graph_.cheapestPaths(source.id, maxSteps_, properties, follow, costPerStep);
+    return graph_.cheapestPaths(file.format->id, maxSteps_, file.properties, follow, costPerStep);
 }
 
-std::optional<ConversionPlan> ConversionPlanner::makePlan(const FileFormat& source, const SourceProperties& properties,
-                                                          const ConversionGraph::Path& path) const
+std::optional<ConversionPlan> ConversionPlanner::makePlan(const DetectionResult& file,
+                                                          const ConversionGraph::Path& path,
+                                                          const ConversionOptions& options) const
 {
     if (path.empty())
         return std::nullopt;
+    const FileFormat& source = *file.format;
     ConversionPlan plan{.source = source, .target = *resolved(*path.back()).target, .reportsProgress = true};
-    SourceProperties state = properties;
-    const FileFormat* current = &source;
     for (const ConversionGraph::Edge* edge : path) {
         const auto& [engine, capability] = *edge;
-        const ResolvedEdge& step = resolved(*edge);
-        plan.losses |= step.engine->expectedLosses(*current, state, *step.target);
         plan.options |= capability.options;
         plan.refused |= capability.refused;
         plan.reportsProgress = plan.reportsProgress && capability.reportsProgress;
         plan.steps.push_back({engine, capability.source, capability.target});
-        state = LossAnalysis::propagate(std::move(state), *current, *step.target);
-        current = step.target;
     }
+    plan.losses = losses(plan, file.properties, options);
     // A detour may not cost the user something that going there directly would have kept.
     if (!plan.isDirect()) {
-        const ConversionLoss unavoidable = LossAnalysis::inherent(source, properties, plan.target);
+        const ConversionLoss unavoidable = LossAnalysis::inherent(source, file.properties, plan.target);
         if (!plan.losses.majorPart().without(unavoidable).isEmpty())
             return std::nullopt;
     }
@@ -117,11 +128,12 @@ std::optional<ConversionPlan> ConversionPlanner::makePlan(const FileFormat& sour
     return plan;
 }
 
-std::vector<CommonPlan> ConversionPlanner::commonPlans(std::span<const DetectionResult> detections) const
+std::vector<CommonPlan> ConversionPlanner::commonPlans(std::span<const DetectionResult> detections,
+                                                       const ConversionOptions& options) const
 {
     std::vector<CommonPlan> common;
     for (const DetectionResult& detection : detections) {
-        std::vector<ConversionPlan> own = plans(detection);
+        std::vector<ConversionPlan> own = plans(detection, options);
         if (&detection == &detections.front()) {
             for (ConversionPlan& plan : own)
                 common.push_back({plan.target.id, {{detection.url, std::move(plan)}}});

@@ -40,21 +40,29 @@ public:
     /// Null when there is no such engine.
     const ConversionEngine* engine(const EngineID& id) const;
 
-    /// One plan per target, in proposal order. None for a file that was not recognised or must not be converted.
-    std::vector<ConversionPlan> plans(const DetectionResult& detection) const;
+    /// One plan per target, in proposal order. None for a file that was not recognised or must not be converted. Routes
+    /// and losses are those of a conversion with these options.
+    std::vector<ConversionPlan> plans(const DetectionResult& detection, const ConversionOptions& options = {}) const;
 
     /// The one of `plans` that leads to `target`, without making and ranking the others.
-    std::optional<ConversionPlan> plan(const DetectionResult& detection, const FormatID& target) const;
+    std::optional<ConversionPlan> plan(const DetectionResult& detection, const FormatID& target,
+                                       const ConversionOptions& options = {}) const;
+
+    /// What the route of a plan of this planner loses of the file with other options.
+    ConversionLoss losses(const ConversionPlan& plan, const SourceProperties& properties,
+                          const ConversionOptions& options) const;
 
     /// Why an engine that could lead from one format to the other does not work on this machine; none when there is no
     /// such engine.
     std::optional<std::string> obstacle(const FormatID& source, const FormatID& target) const;
 
     /// The targets that all the files share, in the proposal order of the first one.
-    std::vector<CommonPlan> commonPlans(std::span<const DetectionResult> detections) const;
+    std::vector<CommonPlan> commonPlans(std::span<const DetectionResult> detections,
+                                        const ConversionOptions& options = {}) const;
 
     /// Re-encoding into the file's own format to make it smaller, where that format offers a target size.
-    std::optional<ConversionPlan> optimizationPlan(const DetectionResult& detection) const;
+    std::optional<ConversionPlan> optimizationPlan(const DetectionResult& detection,
+                                                   const ConversionOptions& options = {}) const;
 
 private:
     /// An edge of the graph with what its strings stand for; null formats are unknown to the registry.
@@ -65,9 +73,9 @@ private:
     };
 
     const ResolvedEdge& resolved(const ConversionGraph::Edge& edge) const { return edges_[graph_.indexOf(edge)]; }
-    std::vector<ConversionGraph::Path> routes(const FileFormat& source, const SourceProperties& properties) const;
-    std::optional<ConversionPlan> makePlan(const FileFormat& source, const SourceProperties& properties,
-                                           const ConversionGraph::Path& path) const;
+    std::vector<ConversionGraph::Path> routes(const DetectionResult& file, const ConversionOptions& options) const;
+    std::optional<ConversionPlan> makePlan(const DetectionResult& file, const ConversionGraph::Path& path,
+                                           const ConversionOptions& options) const;
 
     const FormatRegistry* registry_;
     EngineList engines_;

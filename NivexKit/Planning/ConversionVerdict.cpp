@@ -25,8 +25,11 @@ OptionOverrides chosen(const ConversionOptions& preferences)
 /// Builds one verdict, setting by setting.
 class Judge {
 public:
-    Judge(const ConversionPlan& plan, const DetectionResult& file, const AskedOptions& asked)
-        : file_{file}, asked_{asked}, preferences_{chosen(asked.preferences)}, verdict_{.plan = plan, .options = {}}
+    Judge(const ConversionPlan& plan, const ConversionPlanner& planner, const DetectionResult& file,
+          const AskedOptions& asked)
+        : planner_{planner}, file_{file}, asked_{asked}, preferences_{chosen(asked.preferences)}, verdict_{
+                                                                                                      .plan = plan,
+                                                                                                      .options = {}}
     {
     }
 
@@ -34,6 +37,7 @@ public:
     {
         forEachSetting([this](const auto& setting) { settle(setting); });
         settleProRes();
+        verdict_.plan.losses = planner_.losses(verdict_.plan, file_.properties, verdict_.options);
         if (staysAsItIs())
             keepAsItIs();
         else if (fits())
@@ -153,6 +157,7 @@ private:
         return voice == Voice::typed ? asked_.typed : voice == Voice::recipe ? asked_.recipe : preferences_;
     }
 
+    const ConversionPlanner& planner_;
     const DetectionResult& file_;
     const AskedOptions& asked_;
     const OptionOverrides preferences_;
@@ -162,9 +167,10 @@ private:
 
 } // namespace
 
-ConversionVerdict verdictOn(const ConversionPlan& plan, const DetectionResult& file, const AskedOptions& asked)
+ConversionVerdict verdictOn(const ConversionPlan& plan, const ConversionPlanner& planner, const DetectionResult& file,
+                            const AskedOptions& asked)
 {
-    return Judge{plan, file, asked}.judge();
+    return Judge{plan, planner, file, asked}.judge();
 }
 
 } // namespace nivex

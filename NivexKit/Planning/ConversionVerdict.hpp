@@ -3,7 +3,7 @@
 #include "NivexKit/Contract/ConversionSettings.hpp"
 #include "NivexKit/Detection/DetectionResult.hpp"
 #include "NivexKit/Foundation/ConversionError.hpp"
-#include "NivexKit/Planning/ConversionPlan.hpp"
+#include "NivexKit/Planning/ConversionPlanner.hpp"
 
 #include <optional>
 #include <string>
@@ -27,10 +27,12 @@ struct ConversionVerdict {
     std::optional<ConversionError> refusal = {};
 };
 
-/// Judges a plan for a file. A setting that the route does not take is left out: one that was typed is warned of, or
-/// refuses the conversion where going without would betray the person (ConversionPlan::refused); one of a recipe goes
-/// silently, since its compatibility warnings tell of it; one of the preferences is warned of where it might be missed.
-/// Where both a stronger and a weaker voice speak, what the route does not take of the stronger leaves the weaker's.
-ConversionVerdict verdictOn(const ConversionPlan& plan, const DetectionResult& file, const AskedOptions& asked);
+/// Judges a plan that the planner has made for a file. A setting that the route does not take is left out: one that was
+/// typed is warned of, or refuses the conversion where going without would betray the person (ConversionPlan::refused);
+/// one of a recipe goes silently, since its compatibility warnings tell of it; one of the preferences is warned of
+/// where it might be missed. Where both a stronger and a weaker voice speak, what the route does not take of the
+/// stronger leaves the weaker's.
+ConversionVerdict verdictOn(const ConversionPlan& plan, const ConversionPlanner& planner, const DetectionResult& file,
+                            const AskedOptions& asked);
 
 } // namespace nivex

@@ -1,12 +1,12 @@
 #include "NivexKit/Foundation/EnumTable.hpp"
 #include "NivexKit/Foundation/Text/Unicode.hpp"
 #include "NivexKit/Workers/MessageFields.hpp"
+#include "NivexKit/Workers/PropertiesMessage.hpp"
 #include "NivexKit/Workers/WorkerProtocol.hpp"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <type_traits>
 
 namespace nivex {
 namespace {
@@ -99,52 +99,6 @@ WorkerOutputs outputs(const MessageFields& fields)
     return result;
 }
 
-/// Reads the member into the field when it is there; a measurement below zero or of another kind breaks the rules.
-template <class Value>
-void read(const MessageFields& fields, std::string_view name, std::optional<Value>& field)
-{
-    if (!fields.has(name))
-        return;
-    if constexpr (std::is_same_v<Value, bool>) {
-        field = fields.boolean(name);
-    } else if constexpr (std::is_same_v<Value, std::string>) {
-        field = shown(fields.text(name));
-    } else if constexpr (std::is_same_v<Value, std::int64_t>) {
-        field = fields.integer(name);
-        if (*field < 0)
-            throw WorkerMessageError{"a measurement below zero"};
-    } else {
-        field = fields.value(name).number();
-        if (!field || !std::isfinite(*field) || *field < 0)
-            throw WorkerMessageError{"a duration that is none"};
-    }
-}
-
-SourceProperties properties(const MessageFields& fields)
-{
-    SourceProperties result;
-    read(fields, "pixelWidth", result.pixelWidth);
-    read(fields, "pixelHeight", result.pixelHeight);
-    read(fields, "hasAlpha", result.hasAlpha);
-    read(fields, "imageCount", result.imageCount);
-    read(fields, "pageCount", result.pageCount);
-    read(fields, "bitsPerComponent", result.bitsPerComponent);
-    read(fields, "isFloatingPoint", result.isFloatingPoint);
-    read(fields, "hasLocation", result.hasLocation);
-    read(fields, "isEncrypted", result.isEncrypted);
-    read(fields, "decoderTypeIdentifier", result.decoderTypeIdentifier);
-    read(fields, "durationSeconds", result.durationSeconds);
-    read(fields, "hasVideoTrack", result.hasVideoTrack);
-    read(fields, "hasAudioTrack", result.hasAudioTrack);
-    read(fields, "audioChannelCount", result.audioChannelCount);
-    read(fields, "audioBitDepth", result.audioBitDepth);
-    read(fields, "videoCodec", result.videoCodec);
-    read(fields, "hasTextLayer", result.hasTextLayer);
-    read(fields, "hasRigOrAnimation", result.hasRigOrAnimation);
-    read(fields, "hasLayers", result.hasLayers);
-    return result;
-}
-
 WorkerDescription description(const MessageFields& fields)
 {
     WorkerDescription result;
@@ -167,7 +121,7 @@ WorkerResult result(const MessageFields& fields)
     if (fields.has("outputs"))
         return outputs(fields);
     if (fields.has("properties"))
-        return properties(fields.object("properties"));
+        return propertiesOf(fields.object("properties"), shown);
     return description(fields);
 }
 

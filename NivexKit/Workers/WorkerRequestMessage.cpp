@@ -1,5 +1,6 @@
 #include "NivexKit/Foundation/EnumTable.hpp"
 #include "NivexKit/Workers/MessageFields.hpp"
+#include "NivexKit/Workers/PropertiesMessage.hpp"
 #include "NivexKit/Workers/WorkerProtocol.hpp"
 
 namespace nivex {
@@ -112,6 +113,11 @@ FileFormat fileFormat(const MessageFields& fields)
     return format;
 }
 
+SourceProperties measured(const MessageFields& fields)
+{
+    return propertiesOf(fields, [](std::string_view text) { return std::string{text}; });
+}
+
 ConversionOptions conversionOptions(const JsonValue& value)
 {
     try {
@@ -137,6 +143,7 @@ std::string written(const WorkerRequest& request)
         {"source", toJson(request.work.sourceFormat)},
         {"target", toJson(request.work.targetFormat)},
         {"options", toJson(request.work.options)},
+        {"properties", toJson(request.work.properties)},
         {"page", request.page},
         {"language", storedName(request.language)},
         {"limits", limits},
@@ -159,6 +166,7 @@ WorkerRequest readWorkerRequest(std::string_view line)
     request.work.sourceFormat = fileFormat(fields.object("source"));
     request.work.targetFormat = fileFormat(fields.object("target"));
     request.work.options = conversionOptions(fields.value("options"));
+    request.work.properties = measured(fields.object("properties"));
     request.page = fields.integer("page");
     request.language = language(fields.text("language"));
     for (const MessageFields limits = fields.object("limits"); const LimitRow& row : limitRows)

@@ -34,7 +34,8 @@ inline EngineCapability terminalEdge(FormatID source, FormatID target, Conversio
 /// file where a single output goes.
 class FakeEngine : public ConversionEngine {
 public:
-    using Losses = std::function<ConversionLoss(const FileFormat&, const SourceProperties&, const FileFormat&)>;
+    using Losses = std::function<ConversionLoss(const FileFormat&, const SourceProperties&, const FileFormat&,
+                                                const ConversionOptions&)>;
     using Work = std::function<std::vector<std::filesystem::path>(const EngineRequest&, const ProgressCallback&,
                                                                   const CancellationFlag&)>;
 
@@ -55,10 +56,10 @@ public:
     std::optional<std::chrono::seconds> timeout(const EngineRequest&) const override { return timeLimit; }
 
     ConversionLoss expectedLosses(const FileFormat& source, const SourceProperties& properties,
-                                  const FileFormat& target) const override
+                                  const FileFormat& target, const ConversionOptions& options) const override
     {
         if (losses)
-            return losses(source, properties, target);
+            return losses(source, properties, target, options);
         for (const EngineCapability& each : edges_)
             if (each.source == source.id && each.target == target.id)
                 return each.potentialLosses;

@@ -30,9 +30,9 @@ void show(Console& console, const DetectionResult& detection, const std::vector<
 
 /// Keeps of each file's plans those whose target every file can become.
 void keepCommon(const ConversionPlanner& planner, const std::vector<DetectionResult>& detections,
-                std::vector<std::vector<ConversionPlan>>& plans)
+                const ConversionOptions& options, std::vector<std::vector<ConversionPlan>>& plans)
 {
-    const std::vector<CommonPlan> common = planner.commonPlans(detections);
+    const std::vector<CommonPlan> common = planner.commonPlans(detections, options);
     const auto isShared = [&](const ConversionPlan& plan) {
         return std::any_of(common.begin(), common.end(),
                            [&](const CommonPlan& each) { return each.target == plan.id(); });
@@ -51,15 +51,16 @@ ExitStatus plans(Session& session, const PlansArguments& arguments)
     std::vector<DetectionResult> detections = session.model.detector().detect(list.paths());
     for (DetectionResult& detection : detections)
         selection.rename(detection);
+    const ConversionOptions& options = session.model.preferences().options;
     std::vector<std::vector<ConversionPlan>> plans;
     for (const DetectionResult& detection : detections)
-        plans.push_back(session.model.planner().plans(detection));
+        plans.push_back(session.model.planner().plans(detection, options));
     bool allPlanned = list.problems.empty();
     std::vector<bool> isAny;
     for (const std::vector<ConversionPlan>& each : plans)
         isAny.push_back(!each.empty());
     if (arguments.common) {
-        keepCommon(session.model.planner(), detections, plans);
+        keepCommon(session.model.planner(), detections, options, plans);
         const bool areAllConvertible = std::ranges::find(isAny, false) == isAny.end();
         if (detections.size() > 1 && areAllConvertible && plans.front().empty()) {
             session.console.note(

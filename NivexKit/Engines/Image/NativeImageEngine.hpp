@@ -13,7 +13,7 @@ public:
     NativeImageEngine(const FormatRegistry& registry, std::shared_ptr<WorkerPool> pool);
 
     ConversionLoss expectedLosses(const FileFormat& source, const SourceProperties& properties,
-                                  const FileFormat& target) const override;
+                                  const FileFormat& target, const ConversionOptions& options) const override;
 
     /// The picture formats that the registry knows and that this engine does not read yet.
     static std::set<FormatID> pendingValidationSources(const FormatRegistry& registry);

@@ -1,5 +1,7 @@
 #include "NivexKit/Engines/Image/OptimizationEngine.hpp"
 
+#include "NivexKit/Engines/Image/PictureLosses.hpp"
+
 namespace nivex {
 namespace {
 
@@ -11,13 +13,13 @@ std::vector<EngineCapability> edges(const FormatRegistry& registry)
 {
     std::vector<EngineCapability> edges;
     for (const FileFormat& format : registry.known({"jpeg", "heic", "avif", "jp2"}))
-        edges.push_back(
-            {.source = format.id,
-             .target = format.id,
-             .potentialLosses = lossesOfShrinking,
-             .options = {Kind::quality, Kind::dimensions, Kind::metadata, Kind::colorProfile, Kind::targetSize},
-             .reportsProgress = true,
-             .refused = {Kind::removeBackground}});
+        edges.push_back({.source = format.id,
+                         .target = format.id,
+                         .potentialLosses = lossesOfShrinking,
+                         .options = {Kind::quality, Kind::dimensions, Kind::metadata, Kind::colorProfile,
+                                     Kind::removeBackground, Kind::background, Kind::targetSize},
+                         .reportsProgress = true,
+                         .refused = {Kind::removeBackground}});
     return edges;
 }
 
@@ -28,9 +30,12 @@ OptimizationEngine::OptimizationEngine(const FormatRegistry& registry, std::shar
 {
 }
 
-ConversionLoss OptimizationEngine::expectedLosses(const FileFormat&, const SourceProperties&, const FileFormat&) const
+ConversionLoss OptimizationEngine::expectedLosses(const FileFormat& source, const SourceProperties& properties,
+                                                  const FileFormat& target, const ConversionOptions& options) const
 {
-    return lossesOfShrinking;
+    const PictureFormat* row = pictureFormat(target.id.rawValue);
+    return lossesOfShrinking |
+           (row && row->written ? lossesOfPictures(source, properties, *row, options) : ConversionLoss{});
 }
 
 } // namespace nivex

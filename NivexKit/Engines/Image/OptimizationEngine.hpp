@@ -11,7 +11,7 @@ public:
     OptimizationEngine(const FormatRegistry& registry, std::shared_ptr<WorkerPool> pool);
 
     ConversionLoss expectedLosses(const FileFormat& source, const SourceProperties& properties,
-                                  const FileFormat& target) const override;
+                                  const FileFormat& target, const ConversionOptions& options) const override;
 };
 
 } // namespace nivex

@@ -40,7 +40,8 @@ struct WrittenPictures {
     std::int64_t mostBits = 16; // of whole numbers of more than 8 bits: what the encoder keeps of them
     KeptPictures pictures = KeptPictures::first;
     std::int64_t longestSide = 0; // pixels; 0 where no picture that NIVEX accepts is too large
-    bool isLossy = false;         // the encoder honours a quality, and 1.0 need not be lossless
+    bool isLossy = false;         // the encoder honours a quality
+    bool isExactAtBest = false;   // though isLossy: quality 1.0 keeps every bit
     bool keepsExact = false;      // though isLossy: what was stored without loss stays so, unless less is asked for
     bool hasAlpha = false;
     bool hasProfile = false;            // an ICC profile can be embedded; else pixels are sRGB

@@ -127,7 +127,7 @@ SubtitleEngine::SubtitleEngine(const FormatRegistry& registry)
 std::string SubtitleEngine::displayName() const { return "Sous-titres (SRT, WebVTT, ASS)"_fr; }
 
 ConversionLoss SubtitleEngine::expectedLosses(const FileFormat& source, const SourceProperties&,
-                                              const FileFormat& target) const
+                                              const FileFormat& target, const ConversionOptions&) const
 {
     const FormatRow* from = rowOf(source.id);
     const FormatRow* to = rowOf(target.id);

@@ -18,7 +18,7 @@ public:
     EngineAvailability availability() const override { return EngineAvailability::available(); }
     std::span<const EngineCapability> capabilities() const override { return capabilities_; }
     ConversionLoss expectedLosses(const FileFormat& source, const SourceProperties& properties,
-                                  const FileFormat& target) const override;
+                                  const FileFormat& target, const ConversionOptions& options) const override;
     std::vector<std::filesystem::path> convert(const EngineRequest& request, const ProgressCallback& progress,
                                                const CancellationFlag& cancellation) const override;
 

@@ -47,7 +47,7 @@ bool operationsHaveEnded(std::chrono::milliseconds patience)
     return operations().ended.wait_for(lock, patience, [] { return operations().count == 0; });
 }
 
-void detail::startOperation(std::function<void()> body)
+void abandonable::start(std::function<void()> body)
 {
     auto counted = std::make_shared<Counted>();
     try {

@@ -76,12 +76,12 @@ auto withTimeout(std::chrono::nanoseconds duration, const std::stop_token& cance
 /// with `_Exit`.
 bool operationsHaveEnded(std::chrono::milliseconds patience);
 
-namespace detail {
+namespace abandonable {
 
 /// Starts a thread that operationsHaveEnded waits for. Throws ConversionError when the system has none left.
-void startOperation(std::function<void()> body);
+void start(std::function<void()> body);
 
-} // namespace detail
+} // namespace abandonable
 
 template <class Operation>
 auto withTimeout(std::chrono::nanoseconds duration, const std::stop_token& cancellation, Operation operation)
@@ -94,7 +94,7 @@ auto withTimeout(std::chrono::nanoseconds duration, const std::stop_token& cance
                                     [&state] { state->finish(std::make_exception_ptr(ConversionError::cancelled())); }};
 
     if (!state->cancellation().isSet())
-        detail::startOperation([state, operation = std::move(operation)]() mutable {
+        abandonable::start([state, operation = std::move(operation)]() mutable {
             std::exception_ptr failure;
             try {
                 state->finish(operation(state->cancellation()));

@@ -15,9 +15,10 @@ const FileFormat& format(const char* id) { return *registry().format(FormatID{id
 
 class NativeImageEngineTest : public ::testing::Test {
 protected:
-    Loss losses(const char* source, const SourceProperties& properties, const char* target) const
+    Loss losses(const char* source, const SourceProperties& properties, const char* target,
+                const ConversionOptions& options = {}) const
     {
-        return engine.expectedLosses(format(source), properties, format(target));
+        return engine.expectedLosses(format(source), properties, format(target), options);
     }
     const EngineCapability* edge(const char* source, const char* target) const
     {
@@ -113,6 +114,60 @@ TEST_F(NativeImageEngineTest, announcesWhatTheWorkLoses)
     }
 }
 
+TEST_F(NativeImageEngineTest, losesAsTheOptionsHaveIt)
+{
+    const SourceProperties large{.pixelWidth = 4'000, .pixelHeight = 3'000};
+    const Loss shrunk = Loss::compression | Loss::resolution;
+    const struct {
+        const char* name;
+        const char* source;
+        SourceProperties properties;
+        const char* target;
+        ConversionOptions options;
+        Loss expected;
+    } cases[] = {
+        {"every bit at full quality", "png", {}, "webp", {.quality = 1}, {}},
+        {"an encoder that has no such quality", "png", {}, "jpeg", {.quality = 1}, Loss::compression},
+        {"full quality that a size may take back",
+         "png",
+         large,
+         "avif",
+         {.quality = 1, .maxFileBytes = 6'000'000},
+         Loss::compression},
+        {"a byte too few to keep all pixels", "png", large, "avif", {.maxFileBytes = 5'999'999}, shrunk},
+        {"fewer pixels are asked for already",
+         "png",
+         large,
+         "avif",
+         {.maxPixelDimension = 2'000, .maxFileBytes = 1'500'000},
+         Loss::compression},
+        {"a size for pixels that nobody counted", "png", {}, "jpeg", {.maxFileBytes = 1'000'000'000}, shrunk},
+        {"a size that the target does not take", "jpeg", large, "tiff", {.maxFileBytes = 10'000}, {}},
+        {"a photograph's data at the usual quality", "jpeg", {}, "pdf", {.quality = 0.85}, {}},
+        {"a photograph encoded again", "jpeg", {}, "pdf", {.quality = 0.84}, Loss::compression},
+        {"other colours for a photograph",
+         "jpeg",
+         {},
+         "pdf",
+         {.colorProfile = ColorProfilePolicy::sRGB},
+         Loss::compression},
+        {"fewer pixels of a photograph", "jpeg", large, "pdf", {.maxPixelDimension = 3'999}, Loss::compression},
+        {"no fewer pixels", "jpeg", large, "pdf", {.maxPixelDimension = 4'000}, {}},
+        {"other colours without loss", "png", {}, "pdf", {.colorProfile = ColorProfilePolicy::sRGB}, {}},
+        {"less asked of what is exact", "png", {}, "pdf", {.quality = 0.5}, Loss::compression},
+        {"a page below a size", "png", large, "pdf", {.maxFileBytes = 50'000'000}, Loss::compression},
+        {"a page at full quality", "heic", {}, "pdf", {.quality = 1}, {}},
+        {"smaller than the format allows, as asked", "gif", large, "ico", {.maxPixelDimension = 256}, {}},
+        {"larger than the format allows", "gif", large, "ico", {.maxPixelDimension = 257}, Loss::resolution},
+        {"no metadata are wanted", "jpeg", {}, "hdr", {.metadata = MetadataPolicy::removeAll}, {}},
+        {"only the place is unwanted", "jpeg", {}, "hdr", {.metadata = MetadataPolicy::removeLocation}, Loss::metadata},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.name);
+        EXPECT_EQ(losses(each.source, each.properties, each.target, each.options).names(), each.expected.names());
+    }
+}
+
 TEST_F(NativeImageEngineTest, edgeMayLoseWhateverItsWorstFileLoses)
 {
     SourceProperties worst{.pixelWidth = 1'000'000, .hasAlpha = true, .bitsPerComponent = 16, .hasLayers = true};
@@ -120,10 +175,10 @@ TEST_F(NativeImageEngineTest, edgeMayLoseWhateverItsWorstFileLoses)
         SCOPED_TRACE(each.source.rawValue + " to " + each.target.rawValue);
         const FileFormat& source = *registry().format(each.source);
         const FileFormat& target = *registry().format(each.target);
-        EXPECT_TRUE(each.potentialLosses.contains(engine.expectedLosses(source, {}, target)));
+        EXPECT_TRUE(each.potentialLosses.contains(engine.expectedLosses(source, {}, target, {})));
         worst.hasAlpha = source.has(FormatTrait::transparency);
         EXPECT_EQ(each.potentialLosses.contains(Loss::transparency),
-                  engine.expectedLosses(source, worst, target).contains(Loss::transparency));
+                  engine.expectedLosses(source, worst, target, {}).contains(Loss::transparency));
     }
     ASSERT_TRUE(edge("png", "jpeg"));
     EXPECT_TRUE(edge("png", "jpeg")->potentialLosses.contains(Loss::animation | Loss::transparency | Loss::colorDepth));

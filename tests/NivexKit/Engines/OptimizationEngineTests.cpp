@@ -28,10 +28,22 @@ TEST(OptimizationEngine, shrinksPicturesInTheirOwnFormat)
     for (const EngineCapability& each : engine.capabilities()) {
         EXPECT_EQ(each.source, each.target);
         EXPECT_TRUE(each.options.contains(ConversionOptionKind::targetSize));
-        EXPECT_FALSE(each.options.contains(ConversionOptionKind::removeBackground));
+        EXPECT_TRUE(each.refused.contains(ConversionOptionKind::removeBackground));
         formats.push_back(each.source.rawValue);
     }
     EXPECT_THAT(formats, ::testing::ElementsAre("jpeg", "heic", "avif", "jp2"));
+}
+
+TEST(OptimizationEngine, losesWhatEncodingIntoTheFormatLoses)
+{
+    const OptimizationEngine engine{registry(), poolOf()};
+    const ConversionLoss both = ConversionLoss::compression | ConversionLoss::resolution;
+    const auto losses = [&](const char* id, const SourceProperties& properties) {
+        const FileFormat& format = *registry().format(id);
+        return engine.expectedLosses(format, properties, format, {});
+    };
+    EXPECT_EQ(losses("heic", {.imageCount = 2}), both);
+    EXPECT_EQ(losses("avif", {.imageCount = 2}), both | ConversionLoss::pages);
 }
 
 TEST(PictureShrinker, asksOnlyForTheSizeOfFilesThatAreTooLarge)

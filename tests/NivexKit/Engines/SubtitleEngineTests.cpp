@@ -64,7 +64,7 @@ TEST_F(SubtitleEngineTest, DeclaresEveryPairThatTheRegistryKnows)
 TEST_F(SubtitleEngineTest, AnnouncesWhatIsLost)
 {
     const auto losses = [&](const char* source, const char* target) {
-        return engine.expectedLosses(format(source), {}, format(target));
+        return engine.expectedLosses(format(source), {}, format(target), {});
     };
     const ConversionLoss styles = ConversionLoss::formatting | ConversionLoss::layout;
 

@@ -35,7 +35,8 @@ std::vector<std::string> shown(const std::vector<ConversionPlan>& plans)
 std::shared_ptr<testing::FakeEngine> honestEngine(EngineID id, std::vector<EngineCapability> edges)
 {
     auto engine = fakeEngine(std::move(id), edges);
-    engine->losses = [edges](const FileFormat& source, const SourceProperties& properties, const FileFormat& target) {
+    engine->losses = [edges](const FileFormat& source, const SourceProperties& properties, const FileFormat& target,
+                             const ConversionOptions&) {
         Loss losses = LossAnalysis::inherent(source, properties, target);
         for (const EngineCapability& each : edges)
             if (each.source == source.id && each.target == target.id)
@@ -157,59 +158,73 @@ TEST(ConversionPlanner, saysWhatKeepsAnEngineFromWorking)
     EXPECT_EQ(planner.obstacle("gif", "webp"), std::nullopt) << "an engine that works is no obstacle";
 }
 
-TEST(ConversionPlanner, shrinkingStaysInTheFormat)
+TEST(ConversionPlanner, shrinkingIsPlannedByTheEngineOfTheFormat)
 {
-    const auto silent = [](const char* format) {
-        EngineCapability capability = edge(format, format);
-        capability.reportsProgress = false;
-        return capability;
+    const auto shrinking = [](const char* format) {
+        return edge(format, format, {}, {Kind::targetSize, Kind::quality});
     };
-    const auto optimizer = fakeEngine("native-optimization", {silent("jpeg"), silent("pdf"), edge("mp4", "mp4"),
-                                                              edge("bmp", "bmp"), edge("heic", "heic")});
-    const auto images =
-        fakeEngine("native-image", {edge("png", "jpeg"), edge("png", "pdf"), edge("png", "bmp"), edge("png", "jp2")});
-    images->losses = [](const FileFormat& source, const SourceProperties&, const FileFormat& target) {
-        return source == target ? Loss::metadata : Loss{};
+    EngineCapability silent = edge("mp4", "mp4", {}, {Kind::targetSize, Kind::videoQuality});
+    silent.reportsProgress = false;
+    silent.refused = {Kind::removeBackground};
+    const auto pictures =
+        fakeEngine("pictures", {edge("png", "jpeg"), edge("png", "bmp"), edge("png", "jp2"), edge("jp2", "jp2"),
+                                shrinking("jpeg"), shrinking("bmp"), shrinking("heic")});
+    pictures->losses = [](const FileFormat&, const SourceProperties&, const FileFormat&,
+                          const ConversionOptions& options) {
+        return options.maxFileBytes ? Loss::compression | Loss::resolution : Loss::compression;
     };
-    const auto media = fakeEngine("native-media", {edge("mov", "mp4")});
-    const ConversionPlanner planner{{images, optimizer, media}, registry()};
+    const auto films = fakeEngine("films", {edge("mov", "mp4"), silent});
+    const ConversionPlanner planner{{pictures, films}, registry()};
 
-    struct Case {
-        const char* format;
-        Loss losses;
-        ConversionOptionKinds options;
-        bool reportsProgress;
-    };
-    const Loss smaller = Loss::compression | Loss::resolution;
-    // clang-format off
-    const Case cases[] = {
-        {"jpeg", smaller | Loss::metadata,                        {Kind::targetSize, Kind::quality, Kind::dimensions, Kind::metadata,
-                                                                   Kind::colorProfile, Kind::removeBackground, Kind::background}, false},
-        {"pdf",  smaller | Loss::rasterization | Loss::formatting, {Kind::targetSize}, false},
-        {"mp4",  smaller,                                          {Kind::targetSize, Kind::videoQuality}, true},
-    };
-    // clang-format on
-    for (const Case& each : cases) {
-        const FileFormat& format = *registry().format(each.format);
-        EXPECT_EQ(planner.optimizationPlan(detected(each.format)),
-                  (ConversionPlan{.source = format,
-                                  .target = format,
-                                  .steps = {{"native-optimization", each.format, each.format}},
-                                  .losses = each.losses,
-                                  .options = each.options,
-                                  .reportsProgress = each.reportsProgress}))
-            << each.format;
-    }
+    const FileFormat& jpeg = *registry().format("jpeg");
+    ConversionPlan expected{.source = jpeg,
+                            .target = jpeg,
+                            .steps = {{"pictures", "jpeg", "jpeg"}},
+                            .losses = Loss::compression,
+                            .options = {Kind::targetSize, Kind::quality},
+                            .reportsProgress = true};
+    EXPECT_EQ(planner.optimizationPlan(detected("jpeg")), expected);
+    expected.losses |= Loss::resolution;
+    EXPECT_EQ(planner.optimizationPlan(detected("jpeg"), {.maxFileBytes = 1'000}), expected);
+    const FileFormat& mp4 = *registry().format("mp4");
+    EXPECT_EQ(planner.optimizationPlan(detected("mp4")),
+              (ConversionPlan{.source = mp4,
+                              .target = mp4,
+                              .steps = {{"films", "mp4", "mp4"}},
+                              .losses = {},
+                              .options = {Kind::targetSize, Kind::videoQuality},
+                              .reportsProgress = false,
+                              .refused = {Kind::removeBackground}}));
     EXPECT_EQ(planner.optimizationPlan(detected("bmp")), std::nullopt) << "offers no target size";
     EXPECT_EQ(planner.optimizationPlan(detected("heic")), std::nullopt) << "nothing here writes it";
-    EXPECT_EQ(planner.optimizationPlan(detected("jp2")), std::nullopt) << "the engine does not shrink it";
+    EXPECT_EQ(planner.optimizationPlan(detected("jp2")), std::nullopt) << "its edge takes no target size";
     DetectionResult corrupted = detected("jpeg");
     corrupted.issues = {DetectionIssue::corrupted("fin manquante")};
     EXPECT_EQ(planner.optimizationPlan(corrupted), std::nullopt);
 
-    optimizer->state = EngineAvailability::unavailable("absent");
-    const ConversionPlanner without{{images, optimizer}, registry()};
+    pictures->state = EngineAvailability::unavailable("absent");
+    const auto other = fakeEngine("other", {edge("png", "jpeg")});
+    const ConversionPlanner without{{other, pictures}, registry()};
     EXPECT_EQ(without.optimizationPlan(detected("jpeg")), std::nullopt) << "nothing here could run it";
+}
+
+TEST(ConversionPlanner, losesAndGoesAsTheOptionsHaveIt)
+{
+    // The way by PNG keeps everything, the direct one does so only at full quality.
+    const auto direct = fakeEngine("direct", {edge("bmp", "webp")});
+    direct->losses = [](const FileFormat&, const SourceProperties&, const FileFormat&,
+                        const ConversionOptions& options) { return options.quality < 1 ? Loss::transparency : Loss{}; };
+    const auto detour = fakeEngine("detour", {edge("bmp", "png"), edge("png", "webp")});
+    const ConversionPlanner planner{{direct, detour}, registry()};
+
+    const auto usual = planner.plan(detected("bmp"), "webp");
+    ASSERT_TRUE(usual);
+    EXPECT_EQ(usual->steps.size(), 2U);
+    const auto best = planner.plan(detected("bmp"), "webp", {.quality = 1});
+    ASSERT_TRUE(best);
+    EXPECT_TRUE(best->isDirect());
+    EXPECT_EQ(planner.losses(*best, {}, {}), Loss::transparency) << "the same route with other options";
+    EXPECT_EQ(shown(planner.plans(detected("bmp"), {.quality = 1})), (std::vector<std::string>{"png", "webp"}));
 }
 
 } // namespace

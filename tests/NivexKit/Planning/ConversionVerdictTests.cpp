@@ -1,5 +1,6 @@
 #include "NivexKit/Formats/FormatRegistry.hpp"
 #include "NivexKit/Planning/ConversionVerdict.hpp"
+#include "tests/Support/FakeEngine.hpp"
 
 #include <gtest/gtest.h>
 
@@ -15,9 +16,16 @@ ConversionPlan planTo(const char* target)
     return {.source = format("jpeg"),
             .target = format(target),
             .steps = {{"images", "jpeg", FormatID{target}}},
-            .losses = ConversionLoss::compression | ConversionLoss::resolution,
             .options = {Kind::quality, Kind::dimensions, Kind::metadata, Kind::colorProfile, Kind::targetSize},
             .refused = {Kind::removeBackground}};
+}
+
+/// A planner whose one engine loses so much on every edge; nothing where nothing is named.
+ConversionPlanner planner(testing::FakeEngine::Losses losses = {})
+{
+    const auto images = testing::fakeEngine("images", {});
+    images->losses = std::move(losses);
+    return {{images}, FormatRegistry::standard()};
 }
 
 OptionOverrides profile(ColorProfilePolicy policy)
@@ -53,13 +61,29 @@ TEST(ConversionVerdict, TheStrongestVoiceThatTheRouteTakesIsHeard)
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(each.name);
-        ConversionPlan plan = planTo(each.target);
-        plan.losses = {};
-        const ConversionVerdict verdict = verdictOn(plan, file, each.asked);
+        const ConversionVerdict verdict = verdictOn(planTo(each.target), planner(), file, each.asked);
         EXPECT_EQ(verdict.options, (ConversionOptions{.colorProfile = each.used}));
         EXPECT_EQ(verdict.warnings, each.warnings);
         EXPECT_FALSE(verdict.refusal);
     }
+}
+
+TEST(ConversionVerdict, AnnouncesWhatTheSettledOptionsLose)
+{
+    // What the route does not take (a target size of PNG) is no reason to announce anything.
+    const ConversionPlanner honest =
+        planner([](const auto&, const auto&, const auto&, const ConversionOptions& options) {
+            return options.maxFileBytes   ? ConversionLoss::resolution
+                   : options.quality == 1 ? ConversionLoss{}
+                                          : ConversionLoss::compression;
+        });
+    ConversionPlan toPng = planTo("png");
+    toPng.options = {Kind::quality};
+    toPng.refused = {Kind::targetSize};
+    const AskedOptions asked{.preferences = {.quality = 1, .maxFileBytes = 20'000}};
+    EXPECT_EQ(verdictOn(toPng, honest, {.format = format("jpeg")}, asked).plan.losses, ConversionLoss{});
+    EXPECT_EQ(verdictOn(planTo("avif"), honest, {.format = format("jpeg")}, asked).plan.losses,
+              ConversionLoss::resolution);
 }
 
 TEST(ConversionVerdict, OnlyWhatWasTypedRefuses)
@@ -67,9 +91,10 @@ TEST(ConversionVerdict, OnlyWhatWasTypedRefuses)
     const DetectionResult file{.format = format("jpeg")};
     OptionOverrides cutOut;
     cutOut.set(&ConversionOptions::removeBackground, true);
-    EXPECT_TRUE(verdictOn(planTo("png"), file, {.typed = cutOut}).refusal);
-    EXPECT_FALSE(verdictOn(planTo("png"), file, {.recipe = cutOut}).refusal);
-    const ConversionVerdict preferred = verdictOn(planTo("png"), file, {.preferences = {.removeBackground = true}});
+    EXPECT_TRUE(verdictOn(planTo("png"), planner(), file, {.typed = cutOut}).refusal);
+    EXPECT_FALSE(verdictOn(planTo("png"), planner(), file, {.recipe = cutOut}).refusal);
+    const ConversionVerdict preferred =
+        verdictOn(planTo("png"), planner(), file, {.preferences = {.removeBackground = true}});
     EXPECT_FALSE(preferred.refusal || preferred.options.removeBackground);
     EXPECT_EQ(preferred.warnings.back(), "L'arrière-plan reste : cette conversion ne sait pas le retirer.");
 }
@@ -79,6 +104,7 @@ TEST(ConversionVerdict, AFileThatFitsLosesOnlyWhatIsAskedOfIt)
     const DetectionResult file{
         .format = format("jpeg"), .fileSize = 50'000, .properties = {.pixelWidth = 300, .pixelHeight = 200}};
     const ConversionLoss both = ConversionLoss::compression | ConversionLoss::resolution;
+    const ConversionPlanner losing = planner([both](const auto&...) { return both; });
     const struct {
         const char* name;
         ConversionOptions asked;
@@ -96,7 +122,7 @@ TEST(ConversionVerdict, AFileThatFitsLosesOnlyWhatIsAskedOfIt)
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(each.name);
-        EXPECT_EQ(verdictOn(planTo("jpeg"), file, {.preferences = each.asked}).plan.losses, each.losses);
+        EXPECT_EQ(verdictOn(planTo("jpeg"), losing, file, {.preferences = each.asked}).plan.losses, each.losses);
     }
 }
 

@@ -11,7 +11,8 @@ public:
     {
     }
 
-    ConversionLoss expectedLosses(const FileFormat&, const SourceProperties&, const FileFormat&) const override
+    ConversionLoss expectedLosses(const FileFormat&, const SourceProperties&, const FileFormat&,
+                                  const ConversionOptions&) const override
     {
         return {};
     }
