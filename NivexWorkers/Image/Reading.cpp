@@ -4,12 +4,23 @@
 
 namespace nivex::image {
 
+namespace {
+
+/// Whether a target keeps more than the first picture of such a file.
+bool keepsMore(std::string_view source, const WrittenPictures& target)
+{
+    const PictureFormat* const row = pictureFormat(source);
+    return row && row->read && keepsAll(row->read->pictures, target.pictures);
+}
+
+} // namespace
+
 Picture readSource(const Codec& source, const WrittenPictures& target, const EngineRequest& request)
 {
     Picture picture = source.read({.file = request.input,
                                    .format = source.format,
                                    .limits = request.limits,
-                                   .wantsAllFrames = target.pictures != KeptPictures::first,
+                                   .wantsAllFrames = keepsMore(source.format, target),
                                    .longestSide = request.options.maxPixelDimension.value_or(0)});
     if (target.hasMetadata && request.options.metadata != MetadataPolicy::removeAll)
         picture.metadata = metadataOf(source, picture, request.input);

@@ -140,6 +140,13 @@ def djxl(path, scratch):
     return [out]
 
 
+def frames_of_png(path, scratch):
+    if b"acTL" not in path.read_bytes():
+        return [path]
+    run("ffmpeg", "-v", "error", "-f", "apng", "-i", path, "-vsync", "passthrough", scratch / "frame%d.png")
+    return sorted(scratch.glob("frame*.png"))
+
+
 def icns2png(path, scratch):
     run("icns2png", "-x", "-o", scratch, path)
     return sorted(scratch.glob("*.png"), key=size_of_png, reverse=True)
@@ -188,13 +195,14 @@ class Target:
 
 
 TARGETS = {
-    "png":  Target(by_ffmpeg, bits=components("PNG:BitDepth")),
+    "png":  Target(by_ffmpeg, frames_of_png, bits=components("PNG:BitDepth")),
     "jpeg": Target(by_ffmpeg, lossless=False, error=0.06, alpha=False),
     "tiff": Target(by_tiffinfo, bits=components("EXIF:BitsPerSample")),
     "bmp":  Target(by_ffmpeg),
     "gif":  Target(by_ffmpeg, error=0.04),
     "webp": Target(by_dwebp, lossless=False, error=0.06),
     "heic": Target(by_vips, heif_convert, components("QuickTime:ImagePixelDepth"), lossless=False, error=0.06),
+    "heif": Target(by_vips, heif_convert, components("QuickTime:ImagePixelDepth"), lossless=False, error=0.06),
     "avif": Target(by_vips, avifdec, components("QuickTime:ImagePixelDepth"), lossless=False, error=0.06),
     "jxl":  Target(by_ffmpeg, djxl, bits_by_jxlinfo, lossless=False, error=0.06),
     "jp2":  Target(by_opj, bits=bits_of_jp2, lossless=False, error=0.06),

@@ -26,6 +26,14 @@ ConversionOptionKinds optionsOf(const FileFormat& source, const WrittenPictures&
     return kinds;
 }
 
+/// Whether an animation goes on in a format that by its traits has none. Planners count one picture behind such a step,
+/// so a further step would lose the others without a word.
+bool hidesAnimation(const PictureFormat& source, const PictureFormat& target, const FileFormat& format)
+{
+    return source.read->pictures == KeptPictures::animation && target.written->pictures == KeptPictures::animation &&
+           !format.has(FormatTrait::animation);
+}
+
 std::vector<EngineCapability> edges(const FormatRegistry& registry)
 {
     std::vector<EngineCapability> edges;
@@ -40,6 +48,7 @@ std::vector<EngineCapability> edges(const FormatRegistry& registry)
                                  .potentialLosses = mostLossesOfPictures(*from, target),
                                  .options = optionsOf(*from, *target.written, *to),
                                  .reportsProgress = true,
+                                 .isTerminal = hidesAnimation(source, target, *to),
                                  .refused = {Kind::removeBackground}});
     }
     return edges;

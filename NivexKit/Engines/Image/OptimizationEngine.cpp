@@ -1,5 +1,7 @@
 #include "NivexKit/Engines/Image/OptimizationEngine.hpp"
 
+#include "NivexKit/Contract/OutputBudget.hpp"
+#include "NivexKit/Engines/Image/PictureFormats.hpp"
 #include "NivexKit/Engines/Image/PictureLosses.hpp"
 
 namespace nivex {
@@ -9,10 +11,21 @@ using Kind = ConversionOptionKind;
 
 constexpr ConversionLoss lossesOfShrinking = ConversionLoss::compression | ConversionLoss::resolution;
 
+/// What is read, written and offers a target size.
+std::vector<FileFormat> shrunkFormats(const FormatRegistry& registry)
+{
+    std::vector<FileFormat> formats;
+    for (const PictureFormat& row : pictureFormats())
+        if (const FileFormat* format = registry.format(FormatID{row.id});
+            format && row.read && row.written && OutputBudget::isOffered(format->id))
+            formats.push_back(*format);
+    return formats;
+}
+
 std::vector<EngineCapability> edges(const FormatRegistry& registry)
 {
     std::vector<EngineCapability> edges;
-    for (const FileFormat& format : registry.known({"jpeg", "heic", "avif", "jp2"}))
+    for (const FileFormat& format : shrunkFormats(registry))
         edges.push_back({.source = format.id,
                          .target = format.id,
                          .potentialLosses = lossesOfShrinking,

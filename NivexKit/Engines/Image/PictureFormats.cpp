@@ -13,7 +13,8 @@ constexpr ReadPictures cameraRaw{.hasMetadata = true, .usualBits = 16};
 // clang-format off
 constexpr PictureFormat formats[] = {
     {"png",  {{.pictures = animation, .hasMetadata = true, .isExact = true}},
-             {{.depth = sixteen, .hasAlpha = true, .hasProfile = true, .hasMetadata = true}}},
+             {{.depth = sixteen, .pictures = animation, .hasAlpha = true, .hasProfile = true,
+               .hasMetadata = true}}},
     {"jpeg", {{.hasMetadata = true}},
              {{.longestSide = 65'500, .isLossy = true, .hasProfile = true, .hasCmyk = true, .hasMetadata = true,
                .hasIptc = true}}},
@@ -30,7 +31,9 @@ constexpr PictureFormat formats[] = {
     {"heic", {{.pictures = pages, .mayMove = true, .hasMetadata = true}},
              {{.depth = sixteen, .mostBits = 10, .pictures = pages, .longestSide = 16'383, .isLossy = true,
                .hasAlpha = true, .hasProfile = true, .refusesGreyProfile = true, .hasMetadata = true}}},
-    {"heif", {{.pictures = pages, .mayMove = true, .hasMetadata = true}}},
+    {"heif", {{.pictures = pages, .mayMove = true, .hasMetadata = true}},
+             {{.depth = sixteen, .mostBits = 10, .pictures = pages, .longestSide = 16'383, .isLossy = true,
+               .hasAlpha = true, .hasProfile = true, .refusesGreyProfile = true, .hasMetadata = true}}},
     {"avif", {{.pictures = pages, .mayMove = true, .hasMetadata = true}},
              {{.depth = sixteen, .mostBits = 12, .longestSide = 16'383, .isLossy = true, .isExactAtBest = true,
                .hasAlpha = true, .hasProfile = true, .refusesGreyProfile = true, .hasMetadata = true}}},

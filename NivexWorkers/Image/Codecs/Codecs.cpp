@@ -46,7 +46,7 @@ constexpr Codec rows[] = {
     {"webp", readWebp, with<writeWebp, writeWebpMetadata>, within<readWebpMetadata>},
     {"hdr",  readHdr,  writeHdr},
     {"heic", readHeif, writeHeic, nullptr, searchHeic},
-    {"heif", readHeif},
+    {"heif", readHeif, writeHeic},
     {"avif", readHeif, writeAvif, nullptr, searchAvif},
     {"dng",  readRaw,  nullptr,   amongDirectories},
     {"cr2",  readRaw,  nullptr,   amongDirectories},

@@ -175,7 +175,7 @@ void writePngMetadata(const std::filesystem::path& path, const Metadata& metadat
     // Before the pixels: many programs look no further.
     PngChunks chunks{file.old()};
     while (const auto next = chunks.next()) {
-        if (next->type == "IDAT") {
+        if (next->type == "IDAT" || next->type == "fcTL") {
             if (!metadata.exif.empty())
                 file.write(pngChunk("eXIf", asText(metadata.exif)));
             if (!metadata.xmp.empty())

@@ -73,7 +73,8 @@ TEST_F(NativeImageEngineTest, announcesWhatTheWorkLoses)
         {"animation to pages", "gif", several, "tiff", Loss::animation},
         {"animation to a document", "webp", several, "pdf", Loss::animation | Loss::compression},
         {"an animated PNG to an animation", "png", several, "gif", Loss::colorPalette | Loss::metadata},
-        {"an animation to PNG, which is written with one picture", "gif", several, "png", Loss::animation},
+        {"an animation to PNG", "gif", several, "png", {}},
+        {"an animation to pictures of HEIF", "gif", several, "heif", Loss::animation | Loss::compression},
         {"stills to pages", "avif", several, "tiff", {}},
         {"stills beside a sequence", "avif", {.imageCount = 3, .durationSeconds = 0.3}, "tiff", Loss::animation},
         {"a photograph's own data on a page", "jpeg", {}, "pdf", {}},
@@ -206,6 +207,13 @@ TEST_F(NativeImageEngineTest, aPersonIsToldOfInksWhatTheWorkDoesWithThem)
         EXPECT_EQ(isTaken(OptionCombination::cmyk, each), row && row->written && row->written->hasCmyk)
             << each.id.rawValue;
     }
+}
+
+TEST_F(NativeImageEngineTest, noStepFollowsAnAnimationThatPlannersDoNotSee)
+{
+    EXPECT_TRUE(edge("gif", "png")->isTerminal) << "a detour over PNG would lose the animation without a word";
+    EXPECT_FALSE(edge("gif", "webp")->isTerminal);
+    EXPECT_FALSE(edge("jpeg", "png")->isTerminal);
 }
 
 TEST_F(NativeImageEngineTest, readsMapsAndWritesNone)

@@ -79,7 +79,7 @@ protected:
         } catch (const ConversionError& error) {
             return error.message();
         } catch (const vips::VError&) {
-            return damaged().message();
+            return damaged({}).message();
         }
     }
 

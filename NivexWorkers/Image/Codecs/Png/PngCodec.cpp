@@ -191,6 +191,12 @@ Picture readPng(const ReadRequest& request)
     return picture;
 }
 
-void writePng(const Picture& picture, const WriteRequest& request) { writePngFile(picture.first(), request); }
+void writePng(const Picture& picture, const WriteRequest& request)
+{
+    if (picture.kind == FrameKind::animation && picture.frames.size() > 1)
+        writeApngFile(picture, request);
+    else
+        writePngFile(picture.first(), request);
+}
 
 } // namespace nivex::image

@@ -42,4 +42,8 @@ private:
 /// Throws ConversionError or vips::VError.
 void writePngFile(const vips::VImage& image, const WriteRequest& request);
 
+/// Writes an animation whose frames have one size, depth and number of components. Two of them are in memory at a time.
+/// Throws ConversionError or vips::VError.
+void writeApngFile(const Picture& picture, const WriteRequest& request);
+
 } // namespace nivex::image

@@ -19,7 +19,7 @@ TEST_F(JpegReader, CallsUnsupportedWhatIsSoundButNoLibraryReads)
     EXPECT_EQ(refusal("jpeg", file), "");
     for (const std::string& told : {with(4, 12), with(1, '\xC3'), with(1, '\xC7'), with(1, '\xCB')})
         EXPECT_THAT(told, ::testing::StartsWith("Conversion non prise en charge"));
-    EXPECT_EQ(refusal("jpeg", file.substr(0, file.size() / 2)), damaged().message());
+    EXPECT_EQ(refusal("jpeg", file.substr(0, file.size() / 2)), damaged({}).message());
 }
 
 } // namespace

@@ -63,7 +63,7 @@ std::string outcome(Opener open, Bytes file)
     try {
         return described(open(sourceOf(std::move(file)), ResourceLimits{}));
     } catch (const ConversionError& error) {
-        if (error == damaged())
+        if (error == damaged({}))
             return "damaged";
         return error.kind() == ConversionError::Kind::resourceLimit ? "too large" : "refused";
     }

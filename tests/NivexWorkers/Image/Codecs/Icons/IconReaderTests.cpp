@@ -36,7 +36,7 @@ std::string outcomeOfAll(std::vector<IconPicture> (*open)(const SharedSource&, c
         }
         return text;
     } catch (const ConversionError& error) {
-        return error == damaged()                                     ? "damaged"
+        return error == damaged({})                                   ? "damaged"
                : error.kind() == ConversionError::Kind::resourceLimit ? "too large"
                                                                       : "refused";
     }

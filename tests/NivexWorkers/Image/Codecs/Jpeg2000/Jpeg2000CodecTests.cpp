@@ -114,7 +114,7 @@ TEST_F(Jpeg2000Codec, AppliesPalettesAndChannelDefinitions)
 
     const std::string outside = "00 00 00 18 63 6D 61 70 00 00 01 00 00 00 01 01 00 00 01 02 00 00 01 07";
     const std::string cut = palette.substr(0, palette.find("00 00 00 18"));
-    EXPECT_EQ(refusal("jp2", wrapped(grey, hexBytes(colors + cut + outside))), damaged().message());
+    EXPECT_EQ(refusal("jp2", wrapped(grey, hexBytes(colors + cut + outside))), damaged({}).message());
 }
 
 TEST_F(Jpeg2000Codec, RefusesWhatWasCutShort)

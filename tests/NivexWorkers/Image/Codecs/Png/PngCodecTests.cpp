@@ -1,3 +1,4 @@
+#include "NivexWorkers/Image/Codecs/Png/Apng.hpp"
 #include "NivexWorkers/Image/Codecs/Png/CheckedChunks.hpp"
 
 #include "NivexKit/Foundation/Bytes/ByteWriter.hpp"
@@ -153,6 +154,35 @@ TEST_F(PngCodec, LeavesOutAPictureThatIsNoFrame)
     EXPECT_EQ(shown(read("png", file, 0, false)), "010203 010203");
 }
 
+TEST_F(PngCodec, WritesOfEachFrameOnlyWhatChanges)
+{
+    for (const VipsBandFormat format : {VIPS_FORMAT_UCHAR, VIPS_FORMAT_USHORT}) {
+        const auto colors = format == VIPS_FORMAT_UCHAR ? VIPS_INTERPRETATION_sRGB : VIPS_INTERPRETATION_RGB16;
+        const VImage first = pixels(40, 30, 4, format, colors);
+        const VImage second = first.insert(first.extract_area(7, 5, 3, 2).invert(), 7, 5);
+        const Picture picture{.frames = {first, second, second, first},
+                              .kind = FrameKind::animation,
+                              .delays = {20, 130, 65'535, 70'000},
+                              .loops = 3};
+        const std::string file = written("png", picture);
+        const Picture back = read("png", file);
+        EXPECT_EQ(back.delays, picture.delays);
+        EXPECT_EQ(back.loops, 3);
+        ASSERT_EQ(back.frames.size(), 4u);
+        for (std::size_t i = 0; i < 4; ++i)
+            EXPECT_EQ(difference(back.frames[i], picture.frames[i]), 0) << i;
+        EXPECT_EQ(difference(read("png", file, 0, false).first(), first), 0) << "what other programs show";
+
+        const MemorySource source{std::as_bytes(std::span{file})};
+        const auto animation = openApng(source, ResourceLimits{});
+        ASSERT_TRUE(animation);
+        const ApngFrame& changed = animation->frames[1];
+        EXPECT_EQ((std::vector<int>{changed.x, changed.y, changed.width, changed.height}),
+                  (std::vector<int>{7, 5, 3, 2}));
+        EXPECT_EQ(animation->frames[2].width, 1) << "nothing changes";
+    }
+}
+
 TEST_F(PngCodec, RefusesBrokenAnimations)
 {
     const std::vector<std::string> sound =
@@ -202,7 +232,7 @@ TEST_F(PngCodec, RefusesBrokenAnimations)
          }()},
     };
     for (const auto& each : cases)
-        EXPECT_EQ(refusal("png", each.file), damaged().message()) << each.name;
+        EXPECT_EQ(refusal("png", each.file), damaged({}).message()) << each.name;
 
     std::vector<std::string> large = sound;
     std::string header = dataOf(large[0]);
