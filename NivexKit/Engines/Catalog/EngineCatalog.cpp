@@ -1,6 +1,7 @@
 #include "NivexKit/Engines/Catalog/EngineCatalog.hpp"
 
 #include "NivexKit/Contract/DeclaredEngine.hpp"
+#include "NivexKit/Engines/Data/DataEngine.hpp"
 #include "NivexKit/Engines/Image/NativeImageEngine.hpp"
 #include "NivexKit/Engines/Image/OptimizationEngine.hpp"
 #include "NivexKit/Engines/Image/PictureProbe.hpp"
@@ -30,7 +31,7 @@ EngineList EngineCatalog::standard(const FormatRegistry& registry, const std::sh
         std::make_shared<OptimizationEngine>(registry, pool),
         declared({.id = "native-media", .displayName = "Audio et vidéo macOS (AVFoundation)"_fr, .timeout = mediaLimit}),
         declared({.id = "native-document", .displayName = "Documents macOS (système de texte Cocoa)"_fr}),
-        declared({.id = "native-data", .displayName = "Données (CSV, Excel, JSON, YAML, plist)"_fr}),
+        std::make_shared<DataEngine>(registry, pool),
         std::make_shared<SubtitleEngine>(registry),
         declared({.id = "native-vector", .displayName = "Dessins vectoriels macOS (SVG)"_fr}),
         declared({.id = "native-illustrator", .displayName = "Illustrator (contenu PDF intégré)"_fr}),

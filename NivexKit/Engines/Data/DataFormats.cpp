@@ -1,0 +1,26 @@
+#include "NivexKit/Engines/Data/DataFormats.hpp"
+
+#include <algorithm>
+
+namespace nivex {
+namespace {
+
+// clang-format off
+constexpr DataFormat formats[] = {
+    {.id = "csv", .isTabular = true},
+    {.id = "tsv", .isTabular = true},
+    {.id = "json"},
+};
+// clang-format on
+
+} // namespace
+
+std::span<const DataFormat> dataFormats() { return formats; }
+
+const DataFormat* dataFormat(std::string_view id)
+{
+    const auto found = std::ranges::find(formats, id, &DataFormat::id);
+    return found == std::end(formats) ? nullptr : &*found;
+}
+
+} // namespace nivex

@@ -1,0 +1,107 @@
+#include "NivexWorkers/Data/Conversion.hpp"
+
+#include "NivexWorkers/Data/Csv/CsvReader.hpp"
+#include "NivexWorkers/Data/Csv/CsvWriter.hpp"
+#include "NivexWorkers/Data/Json/JsonReader.hpp"
+#include "NivexWorkers/Data/Json/JsonWriter.hpp"
+#include "NivexWorkers/Data/Model/Output.hpp"
+#include "NivexWorkers/Data/Model/TableToTree.hpp"
+#include "NivexWorkers/Data/Model/TreeToTable.hpp"
+
+#include "NivexKit/Foundation/Bytes/ByteSource.hpp"
+#include "NivexKit/Foundation/ConversionError.hpp"
+#include "NivexKit/Foundation/Text/StringTable.hpp"
+
+#include <algorithm>
+#include <functional>
+#include <memory>
+#include <string_view>
+
+namespace nivex::data {
+namespace {
+
+using TableReader = void (*)(const Input&, TableEvents&);
+using TreeReader = void (*)(const Input&, TreeEvents&);
+using MakeTableWriter = std::unique_ptr<TableEvents> (*)(Output&);
+/// Writes nested data that come from the given reading.
+using WriteTree = void (*)(const TreeReading&, bool isTable, Output&);
+
+/// How one format is read and written: as a table or as nested data, whichever it is.
+struct DataFormatWork {
+    std::string_view id;
+    TableReader readTable = nullptr;
+    TreeReader readTree = nullptr;
+    MakeTableWriter tableWriter = nullptr;
+    WriteTree writeTree = nullptr;
+    bool hasTypes = true; // a table of it tells numbers from texts
+};
+
+void writeJson(const TreeReading& read, bool isTable, Output& output)
+{
+    FileSink file{output.single()};
+    TextOutput text{file};
+    JsonWriter json{text, isTable ? 1 : JsonWriter::everyLevel};
+    read(json);
+    text.flush();
+    file.finish();
+}
+
+// clang-format off
+constexpr DataFormatWork formats[] = {
+    {.id = "csv",  .readTable = readCsv, .tableWriter = [](Output& output) { return csvWriter(output, ','); },
+     .hasTypes = false},
+    {.id = "tsv",  .readTable = readCsv, .tableWriter = [](Output& output) { return csvWriter(output, '\t'); },
+     .hasTypes = false},
+    {.id = "json", .readTree = readJson, .writeTree = writeJson},
+};
+// clang-format on
+
+const DataFormatWork* workOf(const FileFormat& format)
+{
+    const auto found = std::ranges::find(formats, std::string_view{format.id.rawValue}, &DataFormatWork::id);
+    return found == std::end(formats) ? nullptr : &*found;
+}
+
+/// What the conversion reads, as nested data.
+TreeReading asTree(const DataFormatWork& source, const Input& input)
+{
+    if (source.readTree)
+        return [&source, &input](TreeEvents& events) { source.readTree(input, events); };
+    return [&source, &input](TreeEvents& events) {
+        TableToTree tree{events, input.remarks};
+        source.readTable(input, tree);
+        tree.finish();
+    };
+}
+
+} // namespace
+
+std::vector<std::filesystem::path> convertData(const EngineRequest& request, Remarks& remarks,
+                                               const ProgressCallback& progress)
+{
+    const DataFormatWork* source = workOf(request.sourceFormat);
+    const DataFormatWork* target = workOf(request.targetFormat);
+    if (!source || !target || !(source->readTable || source->readTree) || !(target->tableWriter || target->writeTree))
+        throw ConversionError::unsupported(
+            filled("{} vers {}"_fr, {request.sourceFormat.name, request.targetFormat.name}));
+    const auto file = FileSource::open(request.input);
+    if (!file)
+        throw ConversionError::unreadableSource("lecture impossible"_fr);
+    const Input input{.bytes = *file,
+                      .remarks = remarks,
+                      .limits = request.limits,
+                      .wantsTypes = target->hasTypes,
+                      .isTabSeparated = request.sourceFormat.id == "tsv",
+                      .progress = [&progress](double share) { progress(share); }};
+    Output output{request, remarks};
+    if (target->writeTree) {
+        target->writeTree(asTree(*source, input), source->readTable != nullptr, output);
+    } else if (const auto writer = target->tableWriter(output); source->readTable) {
+        source->readTable(input, *writer);
+    } else {
+        writeAsTable(asTree(*source, input), *writer, remarks);
+    }
+    return output.files();
+}
+
+} // namespace nivex::data

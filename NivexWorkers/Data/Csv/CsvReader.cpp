@@ -1,0 +1,182 @@
+#include "NivexWorkers/Data/Csv/CsvReader.hpp"
+
+#include "NivexWorkers/Data/Csv/CsvRecords.hpp"
+#include "NivexWorkers/Data/Csv/CsvSurvey.hpp"
+#include "NivexWorkers/Data/Model/Errors.hpp"
+#include "NivexWorkers/Data/Model/Numbers.hpp"
+#include "NivexWorkers/Data/Text/TextSource.hpp"
+
+#include <optional>
+#include <string>
+
+namespace nivex::data {
+namespace {
+
+constexpr std::size_t sampleSize = 256 * 1024;
+constexpr std::size_t maxColumns = 1'000'000;
+
+std::string sampleOf(TextSource& text)
+{
+    std::string sample(sampleSize, '\0');
+    std::size_t filled = 0;
+    while (filled < sample.size()) {
+        const std::size_t count = text.read(std::span{sample}.subspan(filled));
+        if (count == 0)
+            break;
+        filled += count;
+    }
+    // A cut record at the end would say the wrong things of quotes and lengths.
+    const bool isWhole = filled < sample.size();
+    sample.resize(filled);
+    if (const std::size_t lineEnd = sample.rfind('\n'); !isWhole && lineEnd != sample.npos)
+        sample.resize(lineEnd + 1);
+    text.rewind();
+    return sample;
+}
+
+bool isBlank(const std::vector<CsvField>& record)
+{
+    return record.size() == 1 && record.front().text.empty() && !record.front().isQuoted;
+}
+
+/// One pass over the records of a text, reporting progress between two shares of the whole work.
+class Pass {
+public:
+    Pass(const Input& input, TextSource& text, const CsvDialect& dialect, double from, double to)
+        : records{fromTheBeginning(input, text, from, to), dialect}
+    {
+    }
+
+    CsvRecords records;
+
+private:
+    static CsvRecords::Fill fromTheBeginning(const Input& input, TextSource& text, double from, double to)
+    {
+        text.rewind();
+        return [&input, &text, from, to](std::span<char> buffer) {
+            const std::size_t count = text.read(buffer);
+            input.progress(from + (to - from) * text.share());
+            return count;
+        };
+    }
+};
+
+class Reader {
+public:
+    Reader(const Input& input, TableEvents& events)
+        : input_{input}, events_{events}, text_{input.bytes}, dialect_{dialectOf(sampleOf(text_), input.isTabSeparated)}
+    {
+    }
+
+    void read()
+    {
+        if (text_.encoding().isMixed)
+            input_.remarks.add("des lignes qui n'étaient pas en UTF-8 ont été lues en Windows-1252"_fr);
+        if (input_.wantsTypes)
+            survey();
+        Sheet sheet;
+        for (const CsvColumn& column : columns_)
+            sheet.columnWidths.push_back(column.width);
+        events_.beginSheet(sheet);
+        convert();
+        events_.endSheet();
+        if (ragged_ > 0)
+            input_.remarks.add(ragged_ == 1 ? std::string{"1 ligne n'a pas le nombre de colonnes de la première"_fr}
+                                            : filled("{} lignes n'ont pas le nombre de colonnes de la première"_fr,
+                                                     {std::to_string(ragged_)}));
+    }
+
+private:
+    static constexpr double surveyShare = 0.4; // of the time
+
+    void survey()
+    {
+        CsvSurvey survey{dialect_.hasDecimalComma};
+        Pass pass{input_, text_, dialect_, 0, surveyShare};
+        while (const std::vector<CsvField>* record = pass.records.next())
+            if (!isBlank(*record)) {
+                requireColumns(record->size());
+                survey.add(*record);
+            }
+        columns_ = survey.columns();
+        hasHeader_ = survey.rows() > 0 && survey.hasHeader();
+        quotesMeanText_ = survey.quotesMeanText();
+    }
+
+    static void requireColumns(std::size_t count)
+    {
+        if (count > maxColumns)
+            throw tooManyColumns(maxColumns);
+    }
+
+    void convert()
+    {
+        Pass pass{input_, text_, dialect_, input_.wantsTypes ? surveyShare : 0, 1};
+        std::optional<std::size_t> width; // of the first record
+        std::vector<Scalar> cells;
+        while (const std::vector<CsvField>* record = pass.records.next()) {
+            // Programs end files with empty lines; in a table of one column they may be values.
+            if (isBlank(*record) && width != 1)
+                continue;
+            requireColumns(record->size());
+            const bool isFirst = !width;
+            width = width.value_or(record->size());
+            ragged_ += record->size() != *width;
+            cells.clear();
+            if (isFirst && hasHeader_) {
+                for (const CsvField& field : *record)
+                    cells.push_back({ScalarKind::text, field.text});
+                events_.header(cells);
+                continue;
+            }
+            for (std::size_t i = 0; i < record->size(); ++i)
+                cells.push_back(input_.wantsTypes ? typed((*record)[i], columns_[i], pass.records)
+                                                  : asWritten((*record)[i]));
+            for (std::size_t i = cells.size(); i < *width; ++i)
+                cells.push_back({});
+            events_.row(cells);
+        }
+    }
+
+    static Scalar asWritten(const CsvField& field)
+    {
+        if (field.text.empty())
+            return {field.isQuoted ? ScalarKind::text : ScalarKind::null, {}};
+        return {field.isQuoted ? ScalarKind::text : ScalarKind::asWritten, field.text};
+    }
+
+    Scalar typed(const CsvField& field, const CsvColumn& column, CsvRecords& records) const
+    {
+        if (field.text.empty())
+            return {field.isQuoted ? ScalarKind::text : ScalarKind::null, {}};
+        if (field.isQuoted && quotesMeanText_)
+            return {ScalarKind::text, field.text};
+        if (column.isBoolean)
+            return {ScalarKind::boolean, field.text.size() == 4 ? "true" : "false"};
+        if (column.isDate)
+            return {ScalarKind::date, field.text};
+        if (column.keepsText)
+            return {ScalarKind::text, field.text};
+        const Look look = lookOf(field.text);
+        if (look == Look::decimalComma && dialect_.hasDecimalComma)
+            records.at(field.text.data() + field.text.find(',')) = '.';
+        else if (look != Look::number)
+            return {ScalarKind::text, field.text};
+        return {ScalarKind::number, field.text};
+    }
+
+    const Input& input_;
+    TableEvents& events_;
+    TextSource text_;
+    CsvDialect dialect_;
+    std::vector<CsvColumn> columns_; // where they were surveyed
+    bool hasHeader_ = false;
+    bool quotesMeanText_ = false;
+    std::size_t ragged_ = 0;
+};
+
+} // namespace
+
+void readCsv(const Input& input, TableEvents& events) { Reader{input, events}.read(); }
+
+} // namespace nivex::data

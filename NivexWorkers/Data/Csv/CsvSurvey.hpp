@@ -1,0 +1,64 @@
+#pragma once
+
+#include "NivexWorkers/Data/Csv/CsvRecords.hpp"
+#include "NivexWorkers/Data/Model/Numbers.hpp"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace nivex::data {
+
+/// What the values of one column are.
+struct CsvColumn {
+    bool keepsText = false; // some are digits that are no quantity, so none is a number
+    bool isBoolean = false;
+    bool isDate = false;   // all days, or all moments
+    std::size_t width = 0; // characters of the longest value
+};
+
+/// A look through a whole table before it is converted. A type is a matter of its column: one postal code with a
+/// leading zero makes all of them text.
+class CsvSurvey {
+public:
+    explicit CsvSurvey(bool hasDecimalComma) : hasDecimalComma_{hasDecimalComma} {}
+
+    void add(const std::vector<CsvField>& record);
+
+    std::size_t rows() const { return rows_; }
+    std::size_t columnCount() const { return columns_.size(); }
+    std::vector<CsvColumn> columns() const;
+
+    /// Whether the first record names the columns: it does unless its values are of the same types as those below.
+    bool hasHeader() const;
+
+    /// Records that have not as many values as the first.
+    std::size_t raggedRows() const { return ragged_; }
+
+    /// Whether quotes tell texts from numbers: numbers stand without, so what stands in quotes is text.
+    bool quotesMeanText() const { return hasBareNumbers_; }
+
+private:
+    static constexpr std::size_t lookCount = static_cast<std::size_t>(Look::text) + 1;
+
+    struct Column {
+        std::array<std::size_t, lookCount> looks{}; // of the values below the first record
+        Look first = Look::empty;
+        std::size_t width = 0;
+        bool isYear = true; // of whole numbers that can all be years
+
+        std::size_t count(Look look) const { return looks[static_cast<std::size_t>(look)]; }
+        std::size_t filled() const;
+        std::size_t numbers(bool hasDecimalComma) const;
+    };
+
+    bool hasDecimalComma_;
+    std::vector<Column> columns_;
+    std::vector<std::string> firstRecord_;
+    std::size_t rows_ = 0;
+    std::size_t ragged_ = 0;
+    bool hasBareNumbers_ = false;
+};
+
+} // namespace nivex::data
