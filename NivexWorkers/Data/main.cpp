@@ -16,7 +16,10 @@ int main(int argumentCount, char** arguments)
         .convert =
             [](const EngineID&, const EngineRequest& request, const ProgressCallback& progress) {
                 data::Remarks remarks;
-                return data::convertData(request, remarks, progress);
+                const auto files = data::convertData(request, remarks, progress);
+                for (const std::string& sentence : remarks.sentences())
+                    request.warn(sentence);
+                return files;
             },
     };
     return worker::serve(argumentCount, arguments, handlers);
