@@ -1,0 +1,69 @@
+"""Tables and nested data, as Python's own csv and json read what is written."""
+import csv
+import json
+import unittest
+from decimal import Decimal
+
+from nivex_case import NivexCase
+
+# What a spreadsheet makes of numbers is lost for good here, were one digit or zero of it dropped.
+ROWS = [["nom", "code", "montant", "note"],
+        ["Élodie", "00750", "12.50", 'dit "bonjour", puis\npart'],
+        ["=SOMME(A1)", "01200", "12345678901234567890.125", ""],
+        ["漢字", "09999", "-0", "fin"]]
+
+
+class Data(NivexCase):
+    def convert(self, name, target):
+        line, = self.json_lines("convert", name, "--to", target)
+        with open(self.folder / line["outputs"][0], encoding="utf-8", newline="") as file:
+            return line, file.read()
+
+    def table(self, separator=",", encoding="utf-8"):
+        path = self.folder / "table.csv"
+        with open(path, "w", encoding=encoding, newline="") as file:
+            csv.writer(file, delimiter=separator).writerows(ROWS)
+        return path.name
+
+    def test_a_table_becomes_records_and_comes_back(self):
+        for separator, encoding in ((",", "utf-8"), (";", "utf-8-sig"), ("\t", "utf-16")):
+            with self.subTest(separator=separator, encoding=encoding):
+                _, text = self.convert(self.table(separator, encoding), "json")
+                records = json.loads(text, parse_float=Decimal, parse_int=Decimal)
+                self.assertEqual([list(record) for record in records], [ROWS[0]] * 3)
+                self.assertEqual([record["code"] for record in records], [row[1] for row in ROWS[1:]])
+                self.assertEqual([str(record["montant"]) for record in records], [row[2] for row in ROWS[1:]])
+                self.assertEqual(records[0]["note"], ROWS[1][3])
+                self.write("back.json", text)
+                _, back = self.convert("back.json", "csv")
+                self.assertEqual(list(csv.reader(back.splitlines(keepends=True))), ROWS)
+
+    def test_nested_data_become_a_table(self):
+        self.write("tree.json", '[{"a":{"b":1,"c":[1,2]},"d":null},{"a":{"b":2},"e":9007199254740993}]')
+        _, text = self.convert("tree.json", "tsv")
+        header, *rows = csv.reader(text.splitlines(), delimiter="\t")
+        self.assertIn("a.b", header)
+        self.assertEqual([row[header.index("a.b")] for row in rows], ["1", "2"])
+        self.assertEqual(rows[1][header.index("e")], "9007199254740993")
+
+    def test_ragged_rows_are_kept_and_said(self):
+        self.write("ragged.csv", "a,b\n1,2\n3\n4,5,6\n")
+        line, text = self.convert("ragged.csv", "tsv")
+        self.assertIn("2 lignes n'ont pas le nombre de colonnes de la première", line["warnings"])
+        self.assertIn("4\t5\t6", text)
+
+    def test_broken_data_end_in_a_sentence(self):
+        for name, contents, sentence in (
+                ("quote.csv", 'a,b\n"x,1\n', "un guillemet ouvert à la ligne 2 n'est jamais fermé"),
+                ("cut.json", '{"a":\n[1,', "JSON invalide à la ligne 2"),
+                ("deep.json", "[" * 100_000, "imbriquées sur plus de 512 niveaux")):
+            with self.subTest(name=name):
+                self.write(name, contents)
+                result = self.run_nivex("convert", name, "--to", "csv" if name.endswith("json") else "json", expect=1)
+                self.assertIn(sentence, result.stderr.decode())
+                self.assertEqual(self.names(), [name])
+                (self.folder / name).unlink()
+
+
+if __name__ == "__main__":
+    unittest.main()
