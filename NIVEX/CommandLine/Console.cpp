@@ -1,6 +1,7 @@
 #include "NIVEX/CommandLine/Console.hpp"
 
 #include "NivexKit/Foundation/EnumTable.hpp"
+#include "NivexKit/Foundation/Text/Json.hpp"
 #include "NivexKit/Foundation/Text/TerminalText.hpp"
 
 #include <sys/ioctl.h>

@@ -2,13 +2,15 @@
 
 #include "NIVEX/CommandLine/Line.hpp"
 
-#include "NivexKit/Foundation/Text/Json.hpp"
-
 #include <cstddef>
 #include <cstdio>
 #include <filesystem>
 #include <string>
 #include <string_view>
+
+namespace nivex {
+class JsonValue;
+}
 
 namespace nivex::commandline {
 

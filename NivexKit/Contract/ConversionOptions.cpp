@@ -2,6 +2,7 @@
 
 #include "NivexKit/Contract/ConversionSettings.hpp"
 #include "NivexKit/Foundation/EnumTable.hpp"
+#include "NivexKit/Foundation/Text/Json.hpp"
 
 namespace nivex {
 namespace {

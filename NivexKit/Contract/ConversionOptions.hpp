@@ -1,7 +1,5 @@
 #pragma once
 
-#include "NivexKit/Foundation/Text/Json.hpp"
-
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -11,6 +9,8 @@
 #include <vector>
 
 namespace nivex {
+
+class JsonValue;
 
 enum class MetadataPolicy { keep, removeLocation, removeAll };
 enum class ColorProfilePolicy { preserve, sRGB, displayP3, cmyk };

@@ -1,5 +1,6 @@
 #include "NivexKit/Contract/ConversionOptions.hpp"
 #include "NivexKit/Foundation/Text/Ascii.hpp"
+#include "NivexKit/Foundation/Text/Json.hpp"
 
 #include <charconv>
 

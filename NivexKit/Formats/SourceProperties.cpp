@@ -1,5 +1,7 @@
 #include "NivexKit/Formats/SourceProperties.hpp"
 
+#include "NivexKit/Foundation/Text/Json.hpp"
+
 namespace nivex {
 
 JsonObject toJson(const SourceProperties& properties)

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "NivexKit/Foundation/Text/Json.hpp"
-
 #include <cstdint>
 #include <optional>
 #include <string>
 
 namespace nivex {
+
+class JsonObject;
 
 /// What detection measured of a file. An absent field was not measured.
 struct SourceProperties {

@@ -1,6 +1,7 @@
 #include "NivexKit/Workers/SandboxPosture.hpp"
 
 #include "NivexKit/Foundation/EnumTable.hpp"
+#include "NivexKit/Foundation/Text/Json.hpp"
 
 #include <sys/prctl.h>
 #include <sys/syscall.h>

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "NivexKit/Foundation/Text/Json.hpp"
-
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace nivex {
+
+class JsonValue;
 
 /// What stands between a decoder and the rest of the machine, in the order in which a child takes it on.
 enum class SandboxLayer {

@@ -1,4 +1,5 @@
 #include "NivexKit/Foundation/EnumTable.hpp"
+#include "NivexKit/Foundation/Text/Json.hpp"
 #include "NivexKit/Foundation/Text/Unicode.hpp"
 #include "NivexKit/Workers/MessageFields.hpp"
 #include "NivexKit/Workers/PropertiesMessage.hpp"

@@ -1,6 +1,7 @@
 #include "NIVEX/CommandLine/Commands/Commands.hpp"
 #include "NIVEX/CommandLine/JsonLines.hpp"
 
+#include "NivexKit/Foundation/Text/Json.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
 #include "NivexKit/Foundation/Text/Unicode.hpp"
 

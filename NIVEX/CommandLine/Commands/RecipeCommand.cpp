@@ -7,6 +7,7 @@
 #include "NivexKit/Foundation/Bytes/ByteSource.hpp"
 #include "NivexKit/Foundation/Files/OutputFile.hpp"
 #include "NivexKit/Foundation/Text/ByteCount.hpp"
+#include "NivexKit/Foundation/Text/Json.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
 #include "NivexKit/Foundation/Text/Unicode.hpp"
 #include "NivexKit/Recipes/ConversionRecipe.hpp"

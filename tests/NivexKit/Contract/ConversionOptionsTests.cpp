@@ -1,4 +1,5 @@
 #include "NivexKit/Contract/OptionCombinations.hpp"
+#include "NivexKit/Foundation/Text/Json.hpp"
 
 namespace nivex {
 namespace {

@@ -1,6 +1,7 @@
 #include "NivexKit/Formats/FormatRegistry.hpp"
 #include "NivexKit/Formats/SourceProperties.hpp"
 #include "NivexKit/Formats/UniformType.hpp"
+#include "NivexKit/Foundation/Text/Json.hpp"
 
 #include <gtest/gtest.h>
 

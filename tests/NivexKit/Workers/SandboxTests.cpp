@@ -1,3 +1,4 @@
+#include "NivexKit/Foundation/Text/Json.hpp"
 #include "tests/NivexKit/Workers/WorkerTestSupport.hpp"
 
 #include <gtest/gtest.h>

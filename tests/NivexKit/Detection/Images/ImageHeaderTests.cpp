@@ -1,4 +1,5 @@
 #include "NivexKit/Detection/Images/ImageHeader.hpp"
+#include "NivexKit/Foundation/Text/Json.hpp"
 #include "tests/Support/Bytes.hpp"
 
 #include <gtest/gtest.h>
