@@ -58,13 +58,15 @@ public:
             ::kill(process, SIGKILL);
     }
 
-    /// Returns when the application has closed the control socket, or after a while without work.
+    /// Returns when the application has closed the control socket, or after a while without work. The first request
+    /// is waited for however long it takes: a program is started for one, and one that left before it came would look
+    /// like one that does not answer.
     void run()
     {
         for (;;) {
             pollfd waited[] = {{.fd = controlDescriptor, .events = POLLIN, .revents = 0},
                                {.fd = childEnds_.get(), .events = POLLIN, .revents = 0}};
-            const int ready = ::poll(waited, 2, children_.empty() ? idleMilliseconds_ : -1);
+            const int ready = ::poll(waited, 2, hasWorked_ && children_.empty() ? idleMilliseconds_ : -1);
             if (ready == 0)
                 return;
             if (waited[1].revents != 0)
@@ -82,6 +84,7 @@ private:
             return false;
         if (packet->text != forkPacket || packet->descriptors.size() != 2)
             return true;
+        hasWorked_ = true;
         forkChild(std::move(packet->descriptors[0]), std::move(packet->descriptors[1]));
         return true;
     }
@@ -133,6 +136,7 @@ private:
 
     const Handlers& handlers_;
     int idleMilliseconds_;
+    bool hasWorked_ = false;
     sigset_t maskOfChildren_{};
     FileDescriptor childEnds_;
     std::map<pid_t, FileDescriptor> children_; // each with the channel on which its end is told
