@@ -11,7 +11,7 @@ import unittest
 PROGRAM = os.environ["NIVEX_PROGRAM"]
 SAMPLES = pathlib.Path(os.environ["NIVEX_SAMPLES"])
 
-needs_pictures = unittest.skipIf(os.environ.get("NIVEX_PICTURES") == "OFF", "built without the pictures' worker")
+needs_pictures = unittest.skipIf(os.environ.get("NIVEX_WORKERS") == "OFF", "built without the worker programs")
 
 
 def subrip(cues):
