@@ -91,7 +91,7 @@ private:
 
     void survey()
     {
-        CsvSurvey survey{dialect_.hasDecimalComma};
+        CsvSurvey survey;
         Pass pass{input_, text_, dialect_, 0, surveyShare};
         while (const std::vector<CsvField>* record = pass.records.next())
             if (!isBlank(*record)) {

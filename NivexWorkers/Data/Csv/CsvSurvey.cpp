@@ -29,11 +29,6 @@ std::size_t CsvSurvey::Column::filled() const
     return sum;
 }
 
-std::size_t CsvSurvey::Column::numbers(bool hasDecimalComma) const
-{
-    return count(Look::number) + (hasDecimalComma ? count(Look::decimalComma) : 0);
-}
-
 void CsvSurvey::add(const std::vector<CsvField>& record)
 {
     if (record.size() > columns_.size())

@@ -22,8 +22,6 @@ struct CsvColumn {
 /// leading zero makes all of them text.
 class CsvSurvey {
 public:
-    explicit CsvSurvey(bool hasDecimalComma) : hasDecimalComma_{hasDecimalComma} {}
-
     void add(const std::vector<CsvField>& record);
 
     std::size_t rows() const { return rows_; }
@@ -50,10 +48,8 @@ private:
 
         std::size_t count(Look look) const { return looks[static_cast<std::size_t>(look)]; }
         std::size_t filled() const;
-        std::size_t numbers(bool hasDecimalComma) const;
     };
 
-    bool hasDecimalComma_;
     std::vector<Column> columns_;
     std::vector<std::string> firstRecord_;
     std::size_t rows_ = 0;
