@@ -699,6 +699,8 @@ constexpr StringTable::Row rows[] = {
      "macOS text recognition (Vision)"},
     {"Reconnaît le vrai format de chaque fichier",
      "Recognises the real format of each file"},
+    {"Restes de conversions interrompues, impossibles à supprimer",
+     "Remains of interrupted conversions, which cannot be removed"},
     {"Retirer la localisation",
      "Remove the location"},
     {"Rich Text Format",

@@ -129,6 +129,20 @@ class Doctor(NivexCase):
         self.assertEqual(len(report["engines"]), 12)
         self.assertTrue(report["sandbox"])
         self.assertTrue(report["folders"]["data"].startswith(str(self.home)))
+        self.assertEqual(report["leftovers"], [])
+
+    def test_it_names_what_a_killed_run_left_and_nobody_can_remove(self):
+        self.write("ici/film.srt", subrip(1))
+        removed, held = (self.folder / "ici" / f".nivex-0F8FAD5B-D9CB-469F-A165-70867728950{end}" for end in "EF")
+        removed.mkdir()
+        self.write(held / "image.png", "half")
+        self.lose_privileges()
+        held.chmod(0)
+        self.run_nivex("convert", "ici/film.srt", "--to", "vtt")
+        report, = self.json_lines("doctor")
+        held.chmod(0o700)
+        self.assertEqual(report["leftovers"], [{"path": str(held)}])
+        self.assertFalse(removed.exists())
 
 
 if __name__ == "__main__":

@@ -1,9 +1,13 @@
 #include "NIVEX/CommandLine/Commands/Commands.hpp"
 #include "NIVEX/CommandLine/JsonLines.hpp"
 
+#include "NivexKit/Foundation/Files/TemporaryWorkspace.hpp"
 #include "NivexKit/Foundation/Text/Json.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
 #include "NivexKit/Foundation/Text/Unicode.hpp"
+
+#include <algorithm>
+#include <set>
 
 namespace nivex::commandline {
 namespace {
@@ -22,11 +26,35 @@ struct Report {
     std::vector<WorkerReport> workers;
     SandboxPosture sandbox;
     std::vector<std::pair<const char*, fs::path>> folders;
+    std::vector<fs::path> leftovers; // of killed runs, that cannot be removed
 };
+
+/// The folders where runs have worked, as far as the history tells, and the one that is looked at now.
+std::set<fs::path> foldersOfRuns(Session& session)
+{
+    std::set<fs::path> folders{fs::path{"."}};
+    for (const HistoryEntry& entry : session.model.history().entries()) {
+        folders.insert(fs::path{entry.sourcePath}.parent_path());
+        for (const fs::path& output : entry.outputURLs())
+            folders.insert(output.parent_path());
+    }
+    if (const auto* chosen = std::get_if<DestinationFolder>(&session.model.preferences().destination))
+        folders.insert(chosen->location);
+    return folders;
+}
+
+/// Removes what killed runs have left, and gives what stays.
+std::vector<fs::path> sweptLeftovers(Session& session)
+{
+    std::vector<fs::path> remaining = TemporaryWorkspace::removeLeftovers();
+    for (const fs::path& folder : foldersOfRuns(session))
+        std::ranges::move(TemporaryWorkspace::removeLeftovers(folder), std::back_inserter(remaining));
+    return remaining;
+}
 
 Report gather(Session& session)
 {
-    Report report{.workers = {}, .sandbox = SandboxPosture::ofThisKernel(), .folders = {}};
+    Report report{.workers = {}, .sandbox = SandboxPosture::ofThisKernel(), .folders = {}, .leftovers = {}};
     WorkerPool& pool = *session.model.workers();
     for (const std::string& program : pool.programs()) {
         WorkerReport worker{.program = program, .description = {}, .problem = {}};
@@ -40,6 +68,7 @@ Report gather(Session& session)
     const UserFolders folders = UserFolders::of(session.model.environment());
     report.folders = {
         {"data", folders.data}, {"configuration", folders.configuration}, {"temporary", fs::temp_directory_path()}};
+    report.leftovers = sweptLeftovers(session);
     return report;
 }
 
@@ -64,10 +93,17 @@ JsonObject toJson(Session& session, const Report& report)
     JsonObject folders;
     for (const auto& [name, folder] : report.folders)
         setPath(folders, name, folder);
+    JsonArray leftovers;
+    for (const fs::path& leftover : report.leftovers) {
+        JsonObject shown;
+        setPath(shown, "path", leftover);
+        leftovers.emplace_back(std::move(shown));
+    }
     return {{"engines", std::move(engines)},
             {"workers", std::move(workers)},
             {"sandbox", toJson(report.sandbox)},
-            {"folders", std::move(folders)}};
+            {"folders", std::move(folders)},
+            {"leftovers", std::move(leftovers)}};
 }
 
 void show(Session& session, const Report& report)
@@ -94,6 +130,11 @@ void show(Session& session, const Report& report)
     heading("Dossiers"_fr);
     for (const auto& [name, folder] : report.folders)
         console.result("  " + shownPath(folder));
+    if (report.leftovers.empty())
+        return;
+    heading("Restes de conversions interrompues, impossibles à supprimer"_fr);
+    for (const fs::path& leftover : report.leftovers)
+        console.result("  " + shownPath(leftover));
 }
 
 } // namespace

@@ -88,48 +88,69 @@ FileDescriptor newLock(const OpenFolder& folder, const std::string& name)
 
 bool isOwn(const struct stat& status) { return status.st_uid == ::geteuid(); }
 
-/// The lock file of a folder, if it is one that this user made for a folder of this very name.
-FileDescriptor ownLock(const OpenFolder& folder, const std::string& name)
+/// What a lock file in a folder says of the folder.
+struct LockFile {
+    enum class Meaning {
+        none,       // there is none, or it is not one that this user made for a folder of this very name
+        unreadable, // the folder lets nobody look
+        unwritten,  // whoever made it was killed before the name stood in it
+        own,
+    };
+    Meaning meaning = Meaning::none;
+    FileDescriptor file = {};
+};
+
+LockFile lockFile(const OpenFolder& folder, const std::string& name)
 {
     FileDescriptor file = folder.openBelow(lockName, O_RDWR | O_NOFOLLOW | O_NONBLOCK);
+    if (!file.isOpen())
+        return {errno == EACCES ? LockFile::Meaning::unreadable : LockFile::Meaning::none};
     struct stat status {};
-    if (!file.isOpen() || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) || !isOwn(status) ||
-        status.st_nlink != 1)
+    if (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) || !isOwn(status) || status.st_nlink != 1)
         return {};
+    if (status.st_size == 0)
+        return {LockFile::Meaning::unwritten, std::move(file)};
     std::array<char, 64> text{};
     const ssize_t length = ::pread(file.get(), text.data(), text.size(), 0);
     if (length < 0 || std::string_view{text.data(), static_cast<std::size_t>(length)} != name)
         return {};
-    return file;
+    return {LockFile::Meaning::own, std::move(file)};
 }
 
-void removeEntry(const OpenFolder& parent, const OpenFolder& folder, const std::string& name)
+/// False when the folder still stands under its name.
+bool removeEntry(const OpenFolder& parent, const OpenFolder& folder, const std::string& name)
 {
-    if (const auto identity = folder.identity(); identity && parent.holds(name, *identity))
-        ::unlinkat(parent.descriptor(), name.c_str(), AT_REMOVEDIR);
+    const auto identity = folder.identity();
+    return !identity || !parent.holds(name, *identity) ||
+           ::unlinkat(parent.descriptor(), name.c_str(), AT_REMOVEDIR) == 0;
 }
 
-/// The lock file goes last: without it nobody would know the rest as ours.
-void removeWhole(const OpenFolder& parent, const OpenFolder& folder, const std::string& name) noexcept
+/// The lock file goes last: without it nobody would know the rest as ours. False when the folder stays.
+bool removeWhole(const OpenFolder& parent, const OpenFolder& folder, const std::string& name) noexcept
 {
     if (emptyFolder(folder, lockName))
         ::unlinkat(folder.descriptor(), lockName.c_str(), 0);
-    removeEntry(parent, folder, name);
+    return removeEntry(parent, folder, name);
 }
 
-void removeIfLeftover(const OpenFolder& parent, const std::string& name)
+/// False when it is a leftover and stays.
+bool removeIfLeftover(const OpenFolder& parent, const std::string& name)
 {
+    const auto status = parent.entry(name);
+    if (!status || !isOwn(*status) || !S_ISDIR(status->st_mode))
+        return true;
     const auto folder = parent.folderBelow(name);
-    struct stat status {};
-    if (!folder || ::fstat(folder->descriptor(), &status) != 0 || !isOwn(status))
-        return;
-    const FileDescriptor lock = ownLock(*folder, name);
-    if (!lock.isOpen()) {
-        if (const ParentHold hold{parent, ParentHold::Purpose::removing}; hold.isHeld())
-            removeEntry(parent, *folder, name);
-    } else if (::flock(lock.get(), LOCK_EX | LOCK_NB) == 0) {
-        removeWhole(parent, *folder, name);
+    if (!folder)
+        return errno == ENOENT;
+    const LockFile lock = lockFile(*folder, name);
+    if (lock.meaning == LockFile::Meaning::own)
+        return ::flock(lock.file.get(), LOCK_EX | LOCK_NB) != 0 || removeWhole(parent, *folder, name);
+    if (const ParentHold hold{parent, ParentHold::Purpose::removing}; hold.isHeld()) {
+        if (lock.meaning == LockFile::Meaning::unwritten && folder->names() == std::vector{lockName})
+            ::unlinkat(folder->descriptor(), lockName.c_str(), 0);
+        removeEntry(parent, *folder, name);
     }
+    return lock.meaning != LockFile::Meaning::unreadable;
 }
 
 } // namespace
@@ -167,15 +188,17 @@ std::optional<LockedFolder> LockedFolder::create(const OpenFolder& parent, std::
 
 void LockedFolder::remove() noexcept { removeWhole(parent_, folder_, folder_.location().filename()); }
 
-void LockedFolder::removeLeftovers(const fs::path& parent, std::string_view prefix)
+std::vector<fs::path> LockedFolder::removeLeftovers(const fs::path& parent, std::string_view prefix)
 {
+    std::vector<fs::path> remaining;
     try {
         if (const auto opened = OpenFolder::open(parent))
             for (const std::string& name : opened->names())
-                if (isFolderName(name, prefix))
-                    removeIfLeftover(*opened, name);
+                if (isFolderName(name, prefix) && !removeIfLeftover(*opened, name))
+                    remaining.push_back(parent / name);
     } catch (const std::exception&) { // no memory for the names
     }
+    return remaining;
 }
 
 } // namespace nivex

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <optional>
 #include <string_view>
+#include <vector>
 
 namespace nivex {
 
@@ -28,10 +29,12 @@ public:
     /// failures, may be called again.
     void remove() noexcept;
 
-    /// Removes the leftovers among the folders of `parent` that bear `prefix`. A folder without a lock file of its own
-    /// goes only when it is empty: somebody may have given the name to something dear. Never throws, ignores failures;
-    /// safe against other processes that make, remove or rename folders meanwhile.
-    static void removeLeftovers(const std::filesystem::path& parent, std::string_view prefix);
+    /// Removes the leftovers among the folders of `parent` that bear `prefix`, and gives those that could not be
+    /// removed. A folder without a lock file of its own goes only when it is empty, or when all it holds is a lock file
+    /// that nobody came to write: somebody may have given the name to something dear. Never throws; safe against other
+    /// processes that make, remove or rename folders meanwhile.
+    static std::vector<std::filesystem::path> removeLeftovers(const std::filesystem::path& parent,
+                                                              std::string_view prefix);
 
 private:
     LockedFolder(OpenFolder parent, OpenFolder folder, FileDescriptor lock)

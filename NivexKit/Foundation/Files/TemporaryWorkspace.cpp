@@ -53,15 +53,17 @@ TemporaryWorkspace TemporaryWorkspace::create(const fs::path& folder)
     throw destinationError(failure, folder);
 }
 
-void TemporaryWorkspace::removeLeftovers(const fs::path& folder)
+std::vector<fs::path> TemporaryWorkspace::removeLeftovers(const fs::path& folder)
 {
-    LockedFolder::removeLeftovers(folder, LockedFolder::hiddenPrefix);
+    return LockedFolder::removeLeftovers(folder, LockedFolder::hiddenPrefix);
 }
 
-void TemporaryWorkspace::removeLeftovers()
+std::vector<fs::path> TemporaryWorkspace::removeLeftovers()
 {
+    std::vector<fs::path> remaining;
     for (const fs::path& folder : privateFolders())
-        LockedFolder::removeLeftovers(folder, {});
+        std::ranges::move(LockedFolder::removeLeftovers(folder, {}), std::back_inserter(remaining));
+    return remaining;
 }
 
 fs::path TemporaryWorkspace::subfolder(std::string_view name) const

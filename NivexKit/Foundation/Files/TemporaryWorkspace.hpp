@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <string_view>
+#include <vector>
 
 namespace nivex {
 
@@ -16,10 +17,10 @@ public:
     /// Throws ConversionError::destinationUnavailable when nothing of this is possible.
     static TemporaryWorkspace create(const std::filesystem::path& folder);
 
-    /// Removes what killed runs have left in `folder` or, without one, in the private folders. Never throws, and leaves
-    /// the workspaces of running processes alone.
-    static void removeLeftovers(const std::filesystem::path& folder);
-    static void removeLeftovers();
+    /// Removes what killed runs have left in `folder` or, without one, in the private folders, and gives what could not
+    /// be removed. Never throws, and leaves the workspaces of running processes alone.
+    static std::vector<std::filesystem::path> removeLeftovers(const std::filesystem::path& folder);
+    static std::vector<std::filesystem::path> removeLeftovers();
 
     TemporaryWorkspace(TemporaryWorkspace&& other) noexcept = default;
     TemporaryWorkspace& operator=(TemporaryWorkspace&&) = delete;

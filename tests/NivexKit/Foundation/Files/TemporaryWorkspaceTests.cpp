@@ -142,7 +142,8 @@ TEST(TemporaryWorkspace, LeftoversOfKilledRunsGoAndEverythingElseStays)
         destination.write((workspace->subfolder("step-0") / "half.png").native(), "half");
     });
     fs::create_directory(folder / ".nivex-0F8FAD5B-D9CB-469F-A165-70867728950E"); // killed before it was locked
-    ASSERT_EQ(namesIn(folder).size(), 2U);
+    destination.write(".nivex-0F8FAD5B-D9CB-469F-A165-70867728950F/lock", "");    // and before it was named
+    ASSERT_EQ(namesIn(folder).size(), 3U);
 
     const auto running = TemporaryWorkspace::create(folder);
     const TemporaryFolder precious;
@@ -160,18 +161,40 @@ TEST(TemporaryWorkspace, LeftoversOfKilledRunsGoAndEverythingElseStays)
     keep(hidden + "2", "photo", "somebody renamed a folder to look like a leftover");
     keep(hidden + "3", "lock", "a lock file of something else");
     keep(hidden + "4", "lock", running.root().filename()); // that of another workspace
+    keep(hidden + "6", "lock", "");                        // somebody's empty file, beside what is dear
+    destination.write(hidden + "6/photo", "somebody's");
     kept.push_back(hidden + "5");
     fs::create_directory_symlink(precious.path(), folder / kept.back());
     std::sort(kept.begin(), kept.end());
 
-    TemporaryWorkspace::removeLeftovers(folder);
-    TemporaryWorkspace::removeLeftovers(destination / "missing");
+    EXPECT_EQ(TemporaryWorkspace::removeLeftovers(folder), std::vector<fs::path>{});
+    EXPECT_EQ(TemporaryWorkspace::removeLeftovers(destination / "missing"), std::vector<fs::path>{});
 
     EXPECT_EQ(namesIn(folder), kept);
-    for (const char* number : {"2/photo", "3/lock", "4/lock"})
+    for (const char* number : {"2/photo", "3/lock", "4/lock", "6/lock"})
         EXPECT_TRUE(fs::exists(folder / (hidden + number))) << number;
     EXPECT_EQ(testing::contentsOf(precious / "photo.raw"), "keep");
     EXPECT_TRUE(fs::exists(running.root() / "lock"));
+}
+
+TEST(TemporaryWorkspace, SaysWhichLeftoversStay)
+{
+    const AsOrdinaryUser ordinary; // whom permissions hold back
+    const TemporaryFolder own;
+    const fs::path folder = own / "destination";
+    fs::create_directory(folder);
+    runAndKill([&] { new TemporaryWorkspace{TemporaryWorkspace::create(folder)}; });
+    runAndKill([&] { new TemporaryWorkspace{TemporaryWorkspace::create(folder)}; });
+    std::vector<std::string> names = namesIn(folder);
+    ASSERT_EQ(names.size(), 2U);
+    ::chmod((folder / names[0]).c_str(), 0); // nobody looks into it any more
+    EXPECT_EQ(TemporaryWorkspace::removeLeftovers(folder), std::vector{folder / names[0]});
+    EXPECT_EQ(namesIn(folder), std::vector{names[0]});
+
+    ::chmod((folder / names[0]).c_str(), 0700);
+    ::chmod(folder.c_str(), 0500);
+    EXPECT_EQ(TemporaryWorkspace::removeLeftovers(folder), std::vector{folder / names[0]});
+    ::chmod(folder.c_str(), 0700);
 }
 
 TEST(TemporaryWorkspace, NeverTouchesWhatSomebodyPutInItsPlace)
