@@ -210,7 +210,10 @@ void FileDetector::measure(const SourceProbes& probes, HeaderBytes& bytes, Detec
     for (const auto& probe : probes.of(result.format->id)) {
         ProbeReport report =
             probe->probe({.url = result.url, .format = result.format->id, .bytes = bytes}, result.properties);
-        if (report.isConfirmed)
+        // A decoder that stumbles takes back what a header alone had confirmed.
+        if (report.issue && report.issue->kind() == DetectionIssue::Kind::corrupted)
+            result.confidence = std::min(result.confidence, DetectionConfidence::contentCompatible);
+        else if (report.isConfirmed)
             result.confidence = DetectionConfidence::verified;
         if (report.issue)
             result.issues.push_back(std::move(*report.issue));

@@ -2,6 +2,7 @@
 
 #include "NivexWorkers/Image/Codecs/Codec.hpp"
 #include "NivexWorkers/Image/LibraryErrors.hpp"
+#include "NivexWorkers/Image/Reading.hpp"
 
 #include "NivexKit/Engines/Image/PictureFormats.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
@@ -46,9 +47,11 @@ SourceProperties probePicture(const EngineRequest& request)
     const Codec& source = codec(request.sourceFormat.id.rawValue);
     if (!source.read)
         throw ConversionError::unsupported(filled("le format {} n'est pas une image"_fr, {request.sourceFormat.name}));
+    forgetErrors();
     try {
-        return measured(source, source.read({.file = request.input, .format = source.format, .limits = request.limits}),
-                        request);
+        const Picture picture = source.read({.file = request.input, .format = source.format, .limits = request.limits});
+        pullPixels(picture);
+        return measured(source, picture, request);
     } catch (const vips::VError&) {
         throw damaged(errorsBehind());
     }

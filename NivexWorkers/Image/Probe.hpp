@@ -6,8 +6,8 @@
 namespace nivex::image {
 
 /// What the reader of request.sourceFormat finds in request.input: size, pictures, transparency, depth and whether the
-/// file tells where it was taken. Pixels are decoded only where the reader cannot open a file without them.
-/// Throws ConversionError.
+/// file tells where it was taken. Every pixel is decoded, so that a file it answers for can be converted.
+/// Throws ConversionError, `unreadableSource` for a damaged file.
 SourceProperties probePicture(const EngineRequest& request);
 
 } // namespace nivex::image

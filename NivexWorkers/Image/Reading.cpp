@@ -13,6 +13,8 @@ bool keepsMore(std::string_view source, const WrittenPictures& target)
     return row && row->read && keepsAll(row->read->pictures, target.pictures);
 }
 
+int passOver(VipsRegion*, void*, void*, void*, gboolean*) { return 0; }
+
 } // namespace
 
 Picture readSource(const Codec& source, const WrittenPictures& target, const EngineRequest& request)
@@ -27,15 +29,23 @@ Picture readSource(const Codec& source, const WrittenPictures& target, const Eng
     return picture;
 }
 
+void pullPixels(const Picture& picture)
+{
+    const OneThread thread; // see hasErrorBehind
+    for (const vips::VImage& frame : picture.frames)
+        if (vips_sink(frame.get_image(), nullptr, passOver, nullptr, nullptr, nullptr) != 0)
+            throw vips::VError();
+    if (hasGuessBehind())
+        throw damaged(errorsBehind());
+}
+
 void requireReadable(const EngineRequest& request)
 {
-    const OneThread thread; // several may lose an error: see hasErrorBehind
     forgetErrors();
     try {
         const ReadRequest reading{
             .file = request.input, .format = request.sourceFormat.id.rawValue, .limits = request.limits};
-        for (const vips::VImage& frame : codec(reading.format).read(reading).frames)
-            frame.avg();
+        pullPixels(codec(reading.format).read(reading));
     } catch (const ConversionError& error) {
         throw damaged(error.cause());
     } catch (const vips::VError&) {

@@ -11,6 +11,10 @@ namespace nivex::image {
 /// Throws what the codec's reader throws.
 Picture readSource(const Codec& source, const WrittenPictures& target, const EngineRequest& request);
 
+/// Computes every pixel of a picture, so that damage shows. One thread at a time: several may lose an error.
+/// Throws what the codec's reader throws, and what damaged() makes where the decoder went on with a guess.
+void pullPixels(const Picture& picture);
+
 /// Pulls every pixel of the source, to learn whether a failure to write was a failure to read. Throws what damaged()
 /// makes, with what the reader met as its cause.
 void requireReadable(const EngineRequest& request);

@@ -193,6 +193,7 @@ TEST(FileDetector, CompletesWithTheProbesOfTheFormat)
     EXPECT_EQ(deep.properties.pixelWidth, 37) << "what the header told stays";
     EXPECT_EQ(deep.properties.durationSeconds, 2.5);
     EXPECT_EQ(shownIssues(deep), "Le fichier semble endommagé (image illisible).\n");
+    EXPECT_EQ(deep.confidence, Confidence::contentCompatible) << "what the header told is taken back";
     EXPECT_EQ(detector.detectDeeply(deep), deep) << "nothing is measured of a file that cannot be used";
 }
 
