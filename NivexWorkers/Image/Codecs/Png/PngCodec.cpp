@@ -2,6 +2,7 @@
 #include "NivexWorkers/Image/Codecs/Bitmaps/BitmapImage.hpp"
 #include "NivexWorkers/Image/Codecs/PixelBuffer.hpp"
 #include "NivexWorkers/Image/Codecs/Png/Apng.hpp"
+#include "NivexWorkers/Image/Codecs/Png/InflateWindow.hpp"
 #include "NivexWorkers/Image/Codecs/Png/PngColors.hpp"
 #include "NivexWorkers/Image/Codecs/Png/PngWriter.hpp"
 #include "NivexWorkers/Image/Codecs/Profiles.hpp"
@@ -16,6 +17,8 @@ namespace nivex::image {
 namespace {
 
 using vips::VImage;
+
+constexpr std::uint64_t mostInMemory = 256 << 20; // of a file that is read whole to mend it
 
 /// One pixel over another, both with alpha that is not premultiplied, as the last of `bands` components.
 template <class Sample>
@@ -161,8 +164,15 @@ Picture readAnimation(const ReadRequest& request, const ByteSource& file, const 
 }
 
 /// The picture that programs show which know no animations.
-Picture readStill(const ReadRequest& request, int orientation)
+Picture readStill(const ReadRequest& request, const ByteSource& file, int orientation)
 {
+    if (namesSmallWindow(file) && file.size() <= mostInMemory) {
+        const VImage header = opened(request, "pngload", VIPS_ACCESS_SEQUENTIAL);
+        requireAcceptableSize(header.width(), header.height(), 1, request.limits);
+        const bool isUpright = orientation == 1 && numberField(header, VIPS_META_ORIENTATION, 1) == 1;
+        return {.frames = {decodedPng(file.read(0, static_cast<std::size_t>(file.size())),
+                                      isUpright ? VIPS_ACCESS_SEQUENTIAL : VIPS_ACCESS_RANDOM)}};
+    }
     Picture picture = readSingle(request, "pngload");
     if (orientation != numberField(picture.first(), VIPS_META_ORIENTATION, 1))
         picture.frames[0] = opened(request, "pngload", VIPS_ACCESS_RANDOM).copy();
@@ -178,8 +188,8 @@ Picture readPng(const ReadRequest& request)
     Metadata metadata = sorted(readPngMetadata(*file));
     const auto exif = ExifBlock::parse(metadata.exif);
     const auto animation = request.wantsAllFrames ? openApng(*file, request.limits) : std::nullopt;
-    Picture picture =
-        animation ? readAnimation(request, *file, *animation) : readStill(request, exif ? exif->orientation() : 1);
+    Picture picture = animation ? readAnimation(request, *file, *animation)
+                                : readStill(request, *file, exif ? exif->orientation() : 1);
     picture.metadata = std::move(metadata);
     const std::string colors = profileOfPngColors(*file);
     for (VImage& frame : picture.frames) {

@@ -1,5 +1,6 @@
 #include "NivexWorkers/Image/Codecs/Vips/VipsFiles.hpp"
 
+#include "NivexWorkers/Image/Codecs/Png/InflateWindow.hpp"
 #include "NivexWorkers/Image/Codecs/Progress.hpp"
 
 #include <algorithm>
@@ -38,8 +39,9 @@ Picture readSingle(const ReadRequest& request, const char* loader)
     return {.frames = {openedForOnePass(request, loader, header)}};
 }
 
-VImage decodedPng(std::span<const std::byte> file, VipsAccess access)
+VImage decodedPng(std::vector<std::byte> file, VipsAccess access)
 {
+    nameWholeWindow(file);
     VipsBlob* const blob = vips_blob_copy(file.data(), file.size());
     const auto unref = [](VipsBlob* each) { vips_area_unref(VIPS_AREA(each)); };
     const std::unique_ptr<VipsBlob, decltype(unref)> owner{blob, unref};

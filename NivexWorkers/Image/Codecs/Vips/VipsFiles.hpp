@@ -22,7 +22,7 @@ vips::VImage openedForOnePass(const ReadRequest& request, const char* loader, co
 Picture readSingle(const ReadRequest& request, const char* loader);
 
 /// The picture of a PNG file in memory, of which a copy is kept. Its size has been tested before.
-vips::VImage decodedPng(std::span<const std::byte> file, VipsAccess access);
+vips::VImage decodedPng(std::vector<std::byte> file, VipsAccess access);
 
 /// Writes by a saver of libvips, without the metadata that it took over while reading, and reports progress.
 void save(const vips::VImage& image, const WriteRequest& request, const char* saver, vips::VOption* options);

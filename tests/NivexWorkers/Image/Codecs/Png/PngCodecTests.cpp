@@ -183,6 +183,25 @@ TEST_F(PngCodec, WritesOfEachFrameOnlyWhatChanges)
     }
 }
 
+TEST_F(PngCodec, FollowsReferencesBeyondTheWindowThatAFileNames)
+{
+    const VImage row = pixels(600, 1, 3, VIPS_FORMAT_UCHAR, VIPS_INTERPRETATION_sRGB);
+    const VImage rows = row.replicate(1, 40); // each refers to the one before, 1800 bytes back
+    std::string file = written("png", {.frames = {rows}});
+    const MemorySource source{std::as_bytes(std::span{file})};
+    PngChunks chunks{source};
+    auto chunk = chunks.next();
+    while (chunk && chunk->type != "IDAT")
+        chunk = chunks.next();
+    ASSERT_TRUE(chunk);
+    std::string data = file.substr(chunk->data(), chunk->count);
+    data.replace(0, 2, "\x08\x1D"); // 256 bytes
+    file.replace(chunk->offset, chunk->count + 12, pngChunk("IDAT", data));
+    EXPECT_EQ(difference(read("png", file).first(), rows), 0);
+    file[chunk->data() + 100] ^= 1;
+    EXPECT_EQ(refusal("png", file), damaged({}).message()) << "a wrong checksum is not mended";
+}
+
 TEST_F(PngCodec, RefusesBrokenAnimations)
 {
     const std::vector<std::string> sound =
