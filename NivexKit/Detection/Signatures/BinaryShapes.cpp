@@ -104,18 +104,28 @@ bool isUnitOrZero(float x, float y, float z)
 
 float realAt(ByteReader& reader) { return std::bit_cast<float>(reader.u32()); }
 
-bool isPlausibleFacet(ByteReader& reader)
+/// What the coordinates of facets are like. Rounding leaves some next to zero, but small integers that are read as
+/// reals are all so.
+struct Coordinates {
+    int ordinary = 0;
+    int nextToZero = 0;
+};
+
+bool isPlausibleFacet(ByteReader& reader, Coordinates& seen)
 {
     constexpr float farthest = 1e9F;
+    constexpr float nearest = 1e-12F;
     const float x = realAt(reader);
     const float y = realAt(reader);
     const float z = realAt(reader);
     if (!isUnitOrZero(x, y, z))
         return false;
     for (int coordinate = 0; coordinate < 9; ++coordinate) {
-        const float value = realAt(reader);
-        if (!(std::abs(value) < farthest) || (value != 0 && std::abs(value) < 1e-12F))
+        const float value = std::abs(realAt(reader));
+        if (!(value < farthest))
             return false;
+        seen.ordinary += value >= nearest;
+        seen.nextToZero += value > 0 && value < nearest;
     }
     reader.skip(2);
     return !reader.failed();
@@ -194,13 +204,11 @@ bool isBinaryStl(Bytes head)
     const std::uint32_t checked = std::min(facets, enough);
     if (reader.left() < checked * facetLength)
         return false;
-    bool anyNonzero = false; // a head of zeros would pass every other test
-    for (const std::byte each : head.subspan(title + 4, checked * facetLength))
-        anyNonzero = anyNonzero || each != std::byte{0};
+    Coordinates seen;
     for (std::uint32_t facet = 0; facet < checked; ++facet)
-        if (!isPlausibleFacet(reader))
+        if (!isPlausibleFacet(reader, seen))
             return false;
-    return anyNonzero;
+    return seen.ordinary > 0 && seen.ordinary >= seen.nextToZero;
 }
 
 bool isTarga(Bytes head)

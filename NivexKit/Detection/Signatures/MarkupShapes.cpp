@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 
 namespace nivex::shapes {
 namespace {
@@ -37,6 +38,7 @@ struct Prolog {
     bool isDeclared = false;       // "<?xml" was seen
     std::string_view documentType; // the name after "<!doctype"
     std::string_view root;         // from "<" of the root element on; empty when the head ends before it
+    bool isNothing = false;        // the text holds nothing but what may stand there
 };
 
 /// Behind the next `end` at or after `from`; the text's length when there is none.
@@ -75,6 +77,7 @@ Prolog prologOf(std::string_view text)
         }
         text = leftTrimmed(text);
     }
+    prolog.isNothing = true;
     return prolog;
 }
 
@@ -91,17 +94,42 @@ std::string_view elementName(std::string_view text)
     return name;
 }
 
-/// XML without a declaration: a name space on the root element, or the root element closed at the very end.
+/// Behind the end of the element that `text` opens with, counting those of its name inside; none when it goes on.
+std::optional<std::size_t> behindElement(std::string_view text)
+{
+    const std::string_view name = text.substr(1, text.find_first_of(" \t\r\n/>", 1) - 1); // with its prefix
+    const auto isNamed = [&](std::size_t at) {
+        const std::string_view rest = text.substr(std::min(at + name.size(), text.size()));
+        return text.substr(at).starts_with(name) && !rest.empty() &&
+               (isAsciiSpace(rest.front()) || rest.front() == '>' || rest.front() == '/');
+    };
+    std::size_t open = 0;
+    for (std::size_t at = 0; at != npos; at = text.find('<', at + 1)) {
+        const bool isEnd = text.substr(at).starts_with("</");
+        if (!isNamed(at + (isEnd ? 2 : 1)))
+            continue;
+        const std::size_t close = text.find('>', at);
+        if (close == npos)
+            return std::nullopt;
+        const bool isEmpty = text[close - 1] == '/';
+        open += isEnd || isEmpty ? 0 : 1;
+        open -= isEnd ? 1 : 0;
+        if (open == 0)
+            return close + 1;
+    }
+    return std::nullopt;
+}
+
+/// XML without a declaration: a name space on the root element, or the root element closed, and nothing behind it.
 bool isBareXml(std::string_view root, std::string_view name)
 {
     const std::string_view tag = root.substr(0, root.find('>'));
     if (tag.size() == root.size() || name.empty())
         return false;
-    if (tag.find(" xmlns") != npos)
-        return true;
-    const std::string_view all = bothTrimmed(root);
-    return all.ends_with('>') && all.substr(0, all.size() - 1).ends_with(name) &&
-           all.substr(0, all.size() - 1 - name.size()).ends_with("</");
+    const auto end = behindElement(root);
+    if (!end)
+        return tag.find(" xmlns") != npos;
+    return (!tag.ends_with('/') || tag.find(" xmlns") != npos) && prologOf(leftTrimmed(root.substr(*end))).isNothing;
 }
 
 // Elements that the body or the head of a page holds.

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -207,6 +208,10 @@ TEST(SignatureSniffer, AsksMuchOfFormatsWithoutSignature)
     Data bent = solid;
     bent[84 + 8] = std::byte{9}; // still a unit length
     bent[84 + 11] = std::byte{0x7F};
+    Data rounded = solid; // 6e-17 beside a whole number
+    std::ranges::copy(bytes("31 8D 8D 24"), rounded.begin() + 84 + 12);
+    Data counted = solid; // integers in the place of reals
+    std::ranges::copy(bytes("07 00 00 00"), counted.begin() + 84 + 36);
     expectEach({
         {"Targa", targa, {{"tga"}}},
         {"Targa of no width", bytes("00 00 02 00 00 00 00 00 00 00 00 00 00 00 40 00 20 08 FF FF"), unknown},
@@ -215,6 +220,8 @@ TEST(SignatureSniffer, AsksMuchOfFormatsWithoutSignature)
         {"zeros are no solid", repeated(0, 400), unknown},
         {"binary solid whose title begins with the word", solid, {{"stl"}}},
         {"normal of no length", bent, unknown},
+        {"a coordinate that rounding left next to zero", rounded, {{"stl"}}},
+        {"no coordinate far from it", counted, unknown},
     });
 }
 
