@@ -131,6 +131,9 @@ std::string tellingStarted()
     return outcome(::ioctl(telling(), FIOASYNC, &on));
 }
 
+/// A system call by its number, with arguments that the kernel would refuse for a reason of its own.
+std::string called(long number) { return outcome(::syscall(number, -1L, -1L, -1L, -1L, -1L, -1L)); }
+
 /// A thread with a table of descriptors of its own, which no limit would count together with the first.
 std::string partedThread()
 {
@@ -176,6 +179,7 @@ Attempts attemptsOnProcesses()
         {"own ring",          [](auto&) { return outcome(::syscall(SYS_io_uring_setup, 1, nullptr)); }},
         {"counters",          [](auto&) { return outcome(::syscall(SYS_perf_event_open, nullptr, 0, -1, -1, 0)); }},
         {"keys",              [](auto&) { return outcome(::syscall(SYS_keyctl, 0, -3, 0)); }},
+        {"call",              [](auto& request) { return called(std::stol(request.baseName)); }},
         {"call of the future", [](auto&) { return outcome(::syscall(463, 0, 0, 0)); }},
         {"limits",            [](auto&) { return limitsInForce(); }},
         {"codec",             [](auto& request) { return didWhatCodecsDo(request); }},
