@@ -146,8 +146,19 @@ bool hasLink(std::string_view line)
     if (middle == npos || line.find(')', middle) == npos)
         return false;
     const std::size_t open = line.substr(0, middle).find_last_of('[');
+    const std::string_view address = line.substr(middle + 2, line.find(')', middle) - middle - 2);
     return open != npos && (open == 0 || (!isWordPart(line[open - 1]) && line[open - 1] != ')')) &&
-           line.substr(middle + 2, line.find(')', middle) - middle - 2).find_first_of("./#:") != npos;
+           address.find_first_of("./#:") != npos && address.find_first_of("%$\\") != 0;
+}
+
+/// "```" or "```python", but no quotes of a macro language.
+bool isFence(std::string_view line)
+{
+    if (!line.starts_with("```") && !line.starts_with("~~~"))
+        return false;
+    const std::string_view name = line.substr(std::min(line.find_first_not_of(line.front()), line.size()));
+    return name.find('`') == npos &&
+           (name.empty() || isWordPart(name.front()) || std::string_view{" {.+"}.find(name.front()) != npos);
 }
 
 MarkdownMarks markdownMarks(Lines lines)
@@ -158,7 +169,7 @@ MarkdownMarks markdownMarks(Lines lines)
     for (std::string_view line; lines.nextFilled(line);) {
         const bool isIndented = indentation(line) >= 4;
         line = bothTrimmed(line);
-        if (line.starts_with("```") || line.starts_with("~~~")) {
+        if (isFence(line)) {
             marks.fences = true;
             inFence = !inFence;
         }
@@ -183,6 +194,7 @@ struct Table {
     std::size_t spaced = 0; // delimiters with a space behind them, as in sentences
     std::size_t filledFirst = 0;
     std::size_t filledLast = 0;
+    bool namesLast = false;     // the first record, which names the columns, fills its last field
     std::size_t statements = 0; // records that end as the statements of programs do, in a semicolon
     bool hasQuotes = false;
 };
@@ -205,6 +217,8 @@ public:
                 break;
             }
             table_.fields = fields;
+            if (table_.records == 0)
+                table_.namesLast = last_ > 0;
             ++table_.records;
             table_.filledFirst += first_ > 0;
             table_.filledLast += last_ > 0;
@@ -277,7 +291,8 @@ bool isTable(std::string_view text, char delimiter)
     if (table.statements * 2 > table.records || (delimiter == ';' && table.records == 2 && table.fields == 2))
         return false; // lines of a program in step
     const bool readsAsProse = !table.hasQuotes && table.spaced * 2 > delimiters;
-    if (table.filledFirst * 2 < table.records || (table.filledLast == 0 && table.fields == 2))
+    if (table.filledFirst * 2 < table.records || (table.filledLast * 2 < table.records && table.fields == 2) ||
+        (table.records == 2 && table.filledLast == 1 && !table.namesLast))
         return false;
     return !readsAsProse || (table.records >= 4 && table.fields >= 3);
 }

@@ -120,16 +120,15 @@ std::optional<std::size_t> behindElement(std::string_view text)
     return std::nullopt;
 }
 
-/// XML without a declaration: a name space on the root element, or the root element closed, and nothing behind it.
-bool isBareXml(std::string_view root, std::string_view name)
+std::string_view tagOf(std::string_view root) { return root.substr(0, root.find('>')); }
+
+bool hasNameSpace(std::string_view root) { return tagOf(root).find(" xmlns") != npos; }
+
+/// The text is one element from its beginning to its end.
+bool isOneElement(std::string_view root)
 {
-    const std::string_view tag = root.substr(0, root.find('>'));
-    if (tag.size() == root.size() || name.empty())
-        return false;
     const auto end = behindElement(root);
-    if (!end)
-        return tag.find(" xmlns") != npos;
-    return (!tag.ends_with('/') || tag.find(" xmlns") != npos) && prologOf(leftTrimmed(root.substr(*end))).isNothing;
+    return end && !tagOf(root).ends_with('/') && prologOf(leftTrimmed(root.substr(*end))).isNothing;
 }
 
 // Elements that the body or the head of a page holds.
@@ -168,6 +167,17 @@ std::string_view behindRawElement(std::string_view text)
     return text;
 }
 
+/// XML without a declaration: a name space on the root element, or the text is that element and none of a page.
+bool isBareXml(std::string_view root, std::string_view name)
+{
+    if (tagOf(root).size() == root.size() || name.empty())
+        return false;
+    const auto end = behindElement(root);
+    if (hasNameSpace(root))
+        return !end || prologOf(leftTrimmed(root.substr(*end))).isNothing;
+    return isOneElement(root) && !opensPageElement(root);
+}
+
 } // namespace
 
 std::string_view fragmentFormats(std::string_view text)
@@ -177,6 +187,7 @@ std::string_view fragmentFormats(std::string_view text)
     text = prologOf(text).root;
     if (text.empty() || !opensPageElement(text))
         return {};
+    const std::string_view formats = isOneElement(text) ? "html xml" : "html";
     const auto lines = static_cast<std::size_t>(std::ranges::count(text, '\n'));
     std::size_t tags = 0;
     std::size_t rawLines = 0;
@@ -186,7 +197,7 @@ std::string_view fragmentFormats(std::string_view text)
         rawLines += static_cast<std::size_t>(std::ranges::count(text.substr(0, text.size() - rest.size()), '\n'));
         text = rest.size() < text.size() ? rest : text.substr(std::min(text.find('<', 1), text.size()));
     }
-    return tags >= enough && tags * linesPerTag >= lines - rawLines ? "html" : std::string_view{};
+    return tags >= enough && tags * linesPerTag >= lines - rawLines ? formats : std::string_view{};
 }
 
 std::string_view markupFormats(std::string_view text)

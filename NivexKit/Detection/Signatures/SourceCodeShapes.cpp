@@ -428,6 +428,17 @@ bool isMostlyProse(std::string_view text)
     return prose * 4 > all;
 }
 
+/// A title underlined with signs, as manuals begin and programs do not.
+bool isTitled(std::string_view text)
+{
+    Lines lines{text};
+    std::string_view title;
+    std::string_view rule;
+    return lines.next(title) && lines.next(rule) && rule.size() >= 4 &&
+           std::string_view{"=-~^*"}.find(rule.front()) != npos && rule.find_first_not_of(rule.front()) == npos &&
+           title.find_first_not_of(rule.front()) != npos && !title.starts_with('#') && !title.starts_with("//");
+}
+
 /// Names with a scope, outside comments, where the word also stands for other things.
 bool usesScopes(std::string_view text)
 {
@@ -493,7 +504,7 @@ std::string_view shebangFormats(std::string_view line)
 
 std::string_view sourceCodeFormats(std::string_view text)
 {
-    if (text.starts_with('<'))
+    if (text.starts_with('<') || isTitled(text))
         return {}; // markup, though scripts and styles may follow
     if (text.starts_with("#!"))
         return shebangFormats(text.substr(0, text.find('\n')));
