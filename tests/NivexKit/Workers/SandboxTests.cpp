@@ -73,6 +73,7 @@ TEST_P(Sandbox, RefusesWhatNoDecoderNeeds)
         {"start program", {}, "EPERM"},
         {"become program", {}, "EPERM"},
         {"fork", {}, "EPERM"},
+        {"old fork", {}, "EPERM"},
         {"signal parent", {}, "EPERM"},
         {"signal group", {}, "EPERM"},
         {"signal everybody", {}, "EPERM"},

@@ -39,6 +39,19 @@ std::string becameProgram()
     return outcome(::execv(name, arguments));
 }
 
+/// By the call that the C library no longer makes.
+std::string forkedTheOldWay()
+{
+#if defined(__x86_64__)
+    const long child = ::syscall(SYS_fork);
+    if (child == 0)
+        ::_exit(0);
+    return outcome(child);
+#else
+    return "EPERM"; // there is none
+#endif
+}
+
 /// Forks without end, children included; "done" when a single fork works.
 std::string forkedWithoutEnd()
 {
@@ -155,6 +168,7 @@ Attempts attemptsOnProcesses()
         {"start program",     [](auto&) { return startedProgram(); }},
         {"become program",    [](auto&) { return becameProgram(); }},
         {"fork",              [](auto&) { return forkedWithoutEnd(); }},
+        {"old fork",          [](auto&) { return forkedTheOldWay(); }},
         {"signal parent",     [](auto&) { return outcome(::kill(::getppid(), SIGTERM)); }},
         {"signal group",      [](auto&) { return outcome(::kill(0, SIGTERM)); }},
         {"signal everybody",  [](auto&) { return outcome(::kill(-1, SIGTERM)); }},
