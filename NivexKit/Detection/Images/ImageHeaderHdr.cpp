@@ -1,5 +1,6 @@
 // Scene-referred images: OpenEXR and Radiance.
 #include "NivexKit/Detection/Images/ImageHeaderReaders.hpp"
+#include "NivexKit/Structures/ExrAttributes.hpp"
 
 #include <algorithm>
 #include <charconv>
@@ -31,7 +32,7 @@ public:
         constexpr std::uint32_t multiPartFlag = 0x1000;
         ByteReader version = file_.reader(4, 4, ByteOrder::little);
         const bool isMultiPart = (version.u32() & multiPartFlag) != 0;
-        std::uint64_t offset = 8;
+        std::uint64_t offset = ExrAttributes::firstHeader;
         std::int64_t parts = 0;
         constexpr std::int64_t maxParts = 64;
         while (parts < maxParts) {
@@ -59,24 +60,17 @@ private:
     {
         constexpr int maxAttributes = 256;
         bool hasSize = false;
+        ExrAttributes attributes{file_, offset};
         for (int i = 0; i < maxAttributes; ++i) {
-            const std::string_view name = zeroEnded(file_, offset);
-            if (name.empty())
-                return {.isUnderstood = hasSize, .end = offset + 1};
-            const std::uint64_t typeOffset = offset + name.size() + 1;
-            const std::uint64_t sizeOffset = typeOffset + zeroEnded(file_, typeOffset).size() + 1;
-            ByteReader size = file_.reader(sizeOffset, 4, ByteOrder::little);
-            const std::uint32_t length = size.u32();
-            if (size.failed())
+            const auto attribute = attributes.next();
+            if (!attribute)
                 break;
-            const std::uint64_t value = sizeOffset + 4;
-            if (name == "dataWindow")
-                hasSize = readWindow(value, isFirst);
-            else if (name == "channels")
-                readChannels(value, length);
-            offset = value + length;
+            if (attribute->name == "dataWindow")
+                hasSize = readWindow(attribute->value, isFirst);
+            else if (attribute->name == "channels")
+                readChannels(attribute->value, attribute->length);
         }
-        return {};
+        return {.isUnderstood = hasSize && attributes.isWhole(), .end = attributes.end()};
     }
 
     /// The window of the stored pixels: its size is what decoding costs, whatever part of it is to be shown.

@@ -5,7 +5,10 @@
 #include "NivexWorkers/Image/Pixels/Colors.hpp"
 #include "NivexWorkers/Image/Pixels/Primaries.hpp"
 
+#include "NivexKit/Foundation/Bytes/ByteReader.hpp"
+#include "NivexKit/Foundation/Bytes/ByteSource.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
+#include "NivexKit/Structures/ExrAttributes.hpp"
 
 #include <ImfChannelList.h>
 #include <ImfChromaticities.h>
@@ -20,6 +23,7 @@
 #include <ImfTileDescription.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <concepts>
 #include <cstring>
@@ -85,9 +89,44 @@ void checkPart(const Imf::Header& header, const ResourceLimits& limits)
         throw damaged("EXR header: too many tiles");
 }
 
+/// Whether the value of an attribute is as long as the counts in it say. The library allocates by the counts.
+bool isHonest(const ByteSource& file, const ExrAttribute& attribute)
+{
+    constexpr std::uint64_t mostInflation = 1032; // of DEFLATE
+    const auto number = [&](std::uint64_t offset) {
+        std::array<std::byte, 4> bytes;
+        return std::uint64_t{ByteReader{std::span{bytes}.first(file.read(offset, bytes))}.u32()};
+    };
+    if (attribute.type == "preview") // width and height in front of its pixels
+        return attribute.length >= 8 &&
+               number(attribute.value) * number(attribute.value + 4) <= (attribute.length - 8) / 4;
+    if (attribute.type == "idmanifest") // its length in front of its deflated bytes
+        return number(attribute.value) <= attribute.length * mostInflation;
+    if (attribute.type != "stringvector")
+        return true;
+    std::uint64_t position = attribute.value; // of strings with their lengths in front
+    while (position < attribute.end())
+        position += 4 + number(position);
+    return position == attribute.end();
+}
+
+/// The library makes room for the values before it reads them.
+void checkAttributes(const ByteSource& file, std::uint64_t header)
+{
+    ExrAttributes attributes{file, header};
+    while (const auto attribute = attributes.next())
+        if (!isHonest(file, *attribute))
+            throw damaged("EXR header: attribute " + attribute->name);
+    if (!attributes.isWhole())
+        throw damaged("EXR header: cut short");
+}
+
 /// Reads nothing but the headers (OpenEXR File Layout): opening a file as a picture allocates what they announce.
 void checkHeaders(const ReadRequest& request)
 {
+    const auto file = FileSource::open(request.file);
+    if (!file)
+        throw damaged("EXR: cannot be opened");
     Imf::StdIFStream stream{request.file.c_str()};
     char numbers[8];
     stream.read(numbers, sizeof numbers);
@@ -98,6 +137,7 @@ void checkHeaders(const ReadRequest& request)
         version = version << 8 | static_cast<unsigned char>(numbers[4 + i]);
     const bool hasParts = (version & 0x1000) != 0;
     for (int part = 0; part < mostParts; ++part) {
+        checkAttributes(*file, stream.tellg());
         Imf::Header header;
         header.readFrom(stream, version);
         checkPart(header, request.limits);

@@ -5,6 +5,7 @@
 #include <ImfFrameBuffer.h>
 #include <ImfHeader.h>
 #include <ImfOutputFile.h>
+#include <ImfPreviewImage.h>
 #include <ImfRgbaFile.h>
 #include <ImfStandardAttributes.h>
 
@@ -117,6 +118,39 @@ TEST_F(ExrCodec, RefusesAnnouncedSizesBeforeAllocating)
         const std::size_t box = forged.find(window) + std::string_view{window}.size() + 1 + 6 + 4;
         forged.replace(box + 8, 8, "\xFF\xFF\xFF\x0F\xFF\xFF\xFF\x0F", 8);
         EXPECT_THAT(refusal("exr", forged), ::testing::HasSubstr("mégapixel"));
+    }
+
+    Imf::Header header{7, 5};
+    header.insert("notes", Imf::StringAttribute{"12345678"});
+    header.insert("list", Imf::StringVectorAttribute{{"one", "three"}});
+    header.setPreviewImage(Imf::PreviewImage{3, 2});
+    const std::string attributed = made(header, {{"R", 1}});
+    EXPECT_EQ(read("exr", attributed).first().width(), 7);
+    const struct {
+        const char* fault;
+        std::string_view before; // the forged number
+        std::string_view number;
+        std::string_view cause;
+    } lies[] = {
+        {"a text of 1.8 GB", {"notes\0string\0", 13}, "ponn", "cut short"},
+        {"a string of 1.8 GB", {"list\0stringvector\0\x10\0\0\0", 22}, "ponn", "attribute list"},
+        {"a preview of a row too many",
+         {"preview\0preview\0\x20\0\0\0\3\0\0\0", 24},
+         {"\3\0\0\0", 4},
+         "attribute preview"},
+    };
+    for (const auto& each : lies) {
+        SCOPED_TRACE(each.fault);
+        std::string forged = attributed;
+        const std::size_t place = forged.find(each.before);
+        ASSERT_NE(place, std::string::npos);
+        forged.replace(place + each.before.size(), 4, each.number);
+        try {
+            read("exr", forged);
+            ADD_FAILURE() << "taken";
+        } catch (const ConversionError& error) {
+            EXPECT_EQ(error.cause(), "EXR header: " + std::string{each.cause});
+        }
     }
 }
 
