@@ -70,9 +70,11 @@ public:
     /// more than about that much. Errors as `contents`, save that invalid data only end the result.
     std::vector<std::byte> prefix(const Entry& entry, std::size_t maxBytes) const;
 
-private:
+    /// Where the data of an entry begin, as they are stored, for who reads an entry of any size piece by piece. Whether
+    /// they lie in the archive whole, and by what method, is the caller's to check. Throws unreadableSource.
     std::uint64_t dataOffset(const Entry& entry) const;
 
+private:
     const ByteSource* archive_;
     std::int64_t maxEntryBytes_;
     std::uint64_t bytesInFront_ = 0;

@@ -7,6 +7,8 @@
 #include "NivexWorkers/Data/Model/Output.hpp"
 #include "NivexWorkers/Data/Model/TableToTree.hpp"
 #include "NivexWorkers/Data/Model/TreeToTable.hpp"
+#include "NivexWorkers/Data/Workbook/WorkbookReader.hpp"
+#include "NivexWorkers/Data/Workbook/WorkbookWriter.hpp"
 
 #include "NivexKit/Foundation/Bytes/ByteSource.hpp"
 #include "NivexKit/Foundation/ConversionError.hpp"
@@ -52,6 +54,8 @@ constexpr DataFormatWork formats[] = {
      .hasTypes = false},
     {.id = "tsv",  .readTable = readCsv, .tableWriter = [](Output& output) { return csvWriter(output, '\t'); },
      .hasTypes = false},
+    {.id = "xlsx", .readTable = readWorkbook, .tableWriter = workbookWriter},
+    {.id = "xlsm", .readTable = readWorkbook},
     {.id = "json", .readTree = readJson, .writeTree = writeJson},
 };
 // clang-format on
@@ -96,11 +100,14 @@ std::vector<std::filesystem::path> convertData(const EngineRequest& request, Rem
     Output output{request, remarks};
     if (target->writeTree) {
         target->writeTree(asTree(*source, input), source->readTable != nullptr, output);
-    } else if (const auto writer = target->tableWriter(output); source->readTable) {
-        source->readTable(input, *writer);
-    } else {
-        writeAsTable(asTree(*source, input), *writer, remarks);
+        return output.files();
     }
+    const std::unique_ptr<TableEvents> writer = target->tableWriter(output);
+    if (source->readTable)
+        source->readTable(input, *writer);
+    else
+        writeAsTable(asTree(*source, input), *writer, remarks);
+    writer->finish();
     return output.files();
 }
 

@@ -1,7 +1,11 @@
 #include "NivexWorkers/Data/Conversion.hpp"
 #include "NivexWorkers/Host/ForkServer.hpp"
 
+#include <expat.h>
+#include <isa-l.h>
 #include <rapidjson/rapidjson.h>
+
+#include <string>
 
 int main(int argumentCount, char** arguments)
 {
@@ -11,6 +15,9 @@ int main(int argumentCount, char** arguments)
             [] {
                 return std::vector<LibraryVersion>{
                     {"RapidJSON", RAPIDJSON_VERSION_STRING},
+                    {"Expat", XML_ExpatVersion()},
+                    {"ISA-L", std::to_string(ISAL_MAJOR_VERSION) + "." + std::to_string(ISAL_MINOR_VERSION) + "." +
+                                  std::to_string(ISAL_PATCH_VERSION)},
                 };
             },
         .convert =

@@ -1,6 +1,7 @@
 """Tables and nested data, as Python's own csv and json read what is written."""
 import csv
 import json
+import subprocess
 import unittest
 from decimal import Decimal
 
@@ -37,6 +38,28 @@ class Data(NivexCase):
                 self.write("back.json", text)
                 _, back = self.convert("back.json", "csv")
                 self.assertEqual(list(csv.reader(back.splitlines(keepends=True))), ROWS)
+
+    def test_other_programs_open_a_workbook_and_read_the_same(self):
+        self.run_nivex("convert", self.table(), "--to", "xlsx")
+        for command in (["xlsx2csv", "-e", "table.xlsx", "read.csv"], ["ssconvert", "table.xlsx", "read.csv"]):
+            with self.subTest(program=command[0]):
+                subprocess.run(command, cwd=self.folder, check=True, capture_output=True, timeout=120)
+                with open(self.folder / "read.csv", encoding="utf-8", newline="") as file:
+                    header, *rows = csv.reader(file)
+                self.assertEqual(header, ROWS[0])
+                rows = [row + [""] * (4 - len(row)) for row in rows]
+                self.assertEqual([[row[0], row[1], row[3]] for row in rows],
+                                 [[row[0], row[1], row[3]] for row in ROWS[1:]])
+                self.assertEqual([row[2] for row in rows], ["12.5", ROWS[2][2], "0"])
+
+    def test_a_workbook_of_another_program_is_read(self):
+        self.table()
+        subprocess.run(["ssconvert", "table.csv", "made.xlsx"], cwd=self.folder, check=True, capture_output=True,
+                       timeout=120)
+        _, text = self.convert("made.xlsx", "csv")
+        read = [[row[0], row[3]] for row in csv.reader(text.splitlines(keepends=True))]
+        self.assertEqual(read, [["#NAME?" if row[0].startswith("=") else row[0], row[3]] for row in ROWS],
+                         "the formula that the other program takes the text for has an error as its value")
 
     def test_nested_data_become_a_table(self):
         self.write("tree.json", '[{"a":{"b":1,"c":[1,2]},"d":null},{"a":{"b":2},"e":9007199254740993}]')

@@ -9,6 +9,8 @@ namespace {
 constexpr DataFormat formats[] = {
     {.id = "csv", .isTabular = true},
     {.id = "tsv", .isTabular = true},
+    {.id = "xlsx", .isTabular = true, .isWorkbook = true},
+    {.id = "xlsm", .isWritten = false, .isTabular = true, .isWorkbook = true},
     {.id = "json"},
 };
 // clang-format on

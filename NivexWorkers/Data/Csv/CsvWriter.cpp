@@ -1,5 +1,6 @@
 #include "NivexWorkers/Data/Csv/CsvWriter.hpp"
 
+#include "NivexWorkers/Data/Model/Errors.hpp"
 #include "NivexWorkers/Data/Model/Numbers.hpp"
 
 #include <optional>
@@ -17,6 +18,7 @@ public:
     {
         file_.emplace(sheet.count > 1 ? output_.forSheet(sheet.name) : output_.single());
         text_.emplace(*file_);
+        isEmpty_ = true;
     }
 
     void header(std::span<const Scalar> names) override
@@ -30,6 +32,7 @@ public:
 
     void row(std::span<const Scalar> cells) override
     {
+        isEmpty_ = false;
         std::size_t count = cells.size();
         while (count > 0 && cells[count - 1].kind == ScalarKind::missing)
             --count;
@@ -38,14 +41,20 @@ public:
                 text_->put(separator_);
             cell(cells[i]);
         }
+        if (count == 0)
+            for (std::size_t i = 1; i < cells.size(); ++i)
+                text_->put(separator_);
         // A line without characters is no row.
-        if (count == 0 || (count == 1 && cells[0].text.empty() && cells[0].kind != ScalarKind::text))
+        if ((count == 0 && cells.size() < 2) ||
+            (count == 1 && cells[0].text.empty() && cells[0].kind != ScalarKind::text))
             text_->put("\"\"");
         text_->put("\r\n");
     }
 
     void endSheet() override
     {
+        if (isEmpty_)
+            throw nothingToConvert();
         text_->flush();
         file_->finish();
     }
@@ -99,6 +108,7 @@ private:
     char separator_;
     std::optional<FileSink> file_;
     std::optional<TextOutput> text_;
+    bool isEmpty_ = true;
 };
 
 } // namespace

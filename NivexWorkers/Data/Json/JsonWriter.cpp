@@ -64,6 +64,13 @@ void JsonWriter::open(char bracket)
     isEmpty_.push_back(true);
 }
 
+void JsonWriter::beginObject()
+{
+    if (isEmpty_.empty() && indentedLevels_ == 1)
+        indentedLevels_ = 2;
+    open('{');
+}
+
 void JsonWriter::close(char bracket)
 {
     const bool isBroken = !isEmpty_.back() && isEmpty_.size() <= indentedLevels_;

@@ -16,10 +16,10 @@ public:
     static constexpr std::size_t everyLevel = std::numeric_limits<std::size_t>::max();
 
     /// indentedLevels  how many levels of nesting have their values on lines of their own; what lies deeper stands on
-    ///                 one line. With 1 a list of objects is one object a line.
+    ///                 one line. With 1 a list of objects is one object a line, and so is an object of such lists.
     JsonWriter(TextOutput& text, std::size_t indentedLevels) : text_{text}, indentedLevels_{indentedLevels} {}
 
-    void beginObject() override { open('{'); }
+    void beginObject() override;
     void key(std::string_view name) override;
     void endObject() override { close('}'); }
     void beginArray() override { open('['); }

@@ -29,6 +29,11 @@ inline ConversionError tooManyColumns(std::size_t most)
     return ConversionError::resourceLimit(filled("plus de {} colonnes"_fr, {std::to_string(most)}));
 }
 
+inline ConversionError nothingToConvert()
+{
+    return ConversionError::unreadableSource("il ne contient aucune donnée"_fr);
+}
+
 inline ConversionError damagedContent() { return ConversionError::unreadableSource("son contenu est endommagé"_fr); }
 
 } // namespace nivex::data

@@ -29,6 +29,8 @@ public:
     virtual void header(std::span<const Scalar> names) = 0;
     virtual void row(std::span<const Scalar> cells) = 0;
     virtual void endSheet() = 0;
+    /// After the last sheet of a source.
+    virtual void finish() {}
 };
 
 } // namespace nivex::data

@@ -2,6 +2,8 @@
 
 #include "NivexKit/Foundation/Text/StringTable.hpp"
 
+#include <algorithm>
+
 namespace nivex::data {
 namespace {
 
@@ -50,6 +52,9 @@ void TableToTree::row(std::span<const Scalar> cells)
 {
     while (names_.size() < cells.size())
         nameColumn({});
+    const auto isMissing = [](const Scalar& cell) { return cell.kind == ScalarKind::missing; };
+    if (std::ranges::all_of(cells, isMissing))
+        return; // a blank row between others
     events_.beginObject();
     for (std::size_t i = 0; i < cells.size(); ++i)
         if (cells[i].kind != ScalarKind::missing) {

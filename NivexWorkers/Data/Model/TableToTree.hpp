@@ -23,8 +23,7 @@ public:
     void row(std::span<const Scalar> cells) override;
     void endSheet() override;
 
-    /// After the last sheet.
-    void finish();
+    void finish() override;
 
 private:
     void nameColumn(std::string_view wanted);

@@ -1,0 +1,122 @@
+#include "NivexWorkers/Data/Xml/XmlReader.hpp"
+
+#include "NivexWorkers/Data/Model/Errors.hpp"
+#include "NivexWorkers/Data/Model/TreeEvents.hpp"
+
+#include <expat.h>
+
+#include <exception>
+#include <memory>
+#include <string>
+
+namespace nivex::data {
+namespace {
+
+constexpr std::size_t pieceSize = 1 << 16;
+
+std::string_view withoutPrefix(std::string_view name)
+{
+    const std::size_t colon = name.find(':');
+    return colon == name.npos ? name : name.substr(colon + 1);
+}
+
+struct ParserRelease {
+    void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
+};
+
+/// The library's calls, handed on. No exception passes through the library: it is kept until its call has ended.
+class Reading {
+public:
+    Reading(XmlEvents& events, std::string_view part) : events_{events}, part_{part}, parser_{XML_ParserCreate(nullptr)}
+    {
+        if (!parser_)
+            throw std::bad_alloc{};
+        XML_SetUserData(parser_.get(), this);
+        XML_SetElementHandler(
+            parser_.get(),
+            [](void* self, const char* name, const char** attributes) {
+                static_cast<Reading*>(self)->begin(name, attributes);
+            },
+            [](void* self, const char* name) {
+                auto& reading = *static_cast<Reading*>(self);
+                --reading.depth_;
+                reading.guarded([&] { reading.events_.end(withoutPrefix(name)); });
+            });
+        XML_SetCharacterDataHandler(parser_.get(), [](void* self, const char* text, int length) {
+            auto& reading = *static_cast<Reading*>(self);
+            reading.guarded([&] { reading.events_.text({text, static_cast<std::size_t>(length)}); });
+        });
+    }
+
+    /// False when the document has been read to its end.
+    bool readPiece(const std::function<std::size_t(std::span<char>)>& fill)
+    {
+        auto* buffer = static_cast<char*>(XML_GetBuffer(parser_.get(), static_cast<int>(pieceSize)));
+        if (buffer == nullptr)
+            throw std::bad_alloc{};
+        const std::size_t count = fill({buffer, pieceSize});
+        const XML_Status status = XML_ParseBuffer(parser_.get(), static_cast<int>(count), count == 0);
+        if (failure_)
+            std::rethrow_exception(failure_);
+        if (status != XML_STATUS_OK)
+            throw mistake();
+        return count > 0;
+    }
+
+private:
+    void begin(const char* name, const char** attributes)
+    {
+        guarded([&] {
+            if (++depth_ > maxDepth)
+                throw tooDeep(maxDepth);
+            events_.begin(withoutPrefix(name), XmlAttributes{attributes});
+        });
+    }
+
+    template <class Call>
+    void guarded(Call call)
+    {
+        if (failure_)
+            return;
+        try {
+            call();
+        } catch (...) {
+            failure_ = std::current_exception();
+            XML_StopParser(parser_.get(), XML_FALSE);
+        }
+    }
+
+    ConversionError mistake() const
+    {
+        const XML_Size line = XML_GetCurrentLineNumber(parser_.get());
+        const std::string cause = XML_ErrorString(XML_GetErrorCode(parser_.get()));
+        if (part_.empty())
+            return invalidAtLine("XML", line).because(cause);
+        return damagedContent().because(std::string{part_} + ", line " + std::to_string(line) + ": " + cause);
+    }
+
+    XmlEvents& events_;
+    std::string_view part_;
+    std::unique_ptr<XML_ParserStruct, ParserRelease> parser_;
+    std::size_t depth_ = 0;
+    std::exception_ptr failure_;
+};
+
+} // namespace
+
+std::string_view XmlAttributes::operator[](std::string_view name) const
+{
+    for (const char* const* pair = pairs_; *pair != nullptr; pair += 2)
+        if (withoutPrefix(pair[0]) == name)
+            return pair[1];
+    return {};
+}
+
+void readXml(const std::function<std::size_t(std::span<char>)>& fill, XmlEvents& events, std::string_view part)
+{
+    Reading reading{events, part};
+    while (reading.readPiece(fill)) {
+    }
+}
+
+} // namespace nivex::data
