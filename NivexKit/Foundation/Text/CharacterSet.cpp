@@ -1,5 +1,7 @@
 #include "NivexKit/Foundation/Text/CharacterSet.hpp"
 
+#include "NivexKit/Foundation/Text/Ascii.hpp"
+#include "NivexKit/Foundation/Text/Languages.hpp"
 #include "NivexKit/Foundation/Text/Unicode.hpp"
 
 #include <uchardet/uchardet.h>
@@ -16,6 +18,17 @@ namespace nivex {
 namespace {
 
 constexpr char32_t replacementCharacter = 0xFFFD;
+constexpr std::string_view latin10Name = "ISO-8859-16";
+
+// In the unit of plausibility.
+constexpr double lettersWeight = 6;
+constexpr double wordsWeight = 12;
+constexpr double mostWords = 0.3; // a larger share of frequent words says no more
+constexpr double trustInStatistics = 0.7;
+constexpr double trustInAlphabets = 2.5;
+constexpr double enoughEvidence = 8;          // letters beyond ASCII that make the statistics' word count in full
+constexpr double presumedEvidence = 10;       // letters and words that halve what is presumed before they are looked at
+constexpr std::size_t longestCompared = 4096; // bytes
 
 struct NameRow {
     std::string_view detected;
@@ -27,23 +40,30 @@ constexpr NameRow names[] = {
     {"ISO-8859-1",        "windows-1252"},
     {"ISO-8859-9",        "windows-1254"},
     {"ISO-8859-11",       "windows-874"},
-    {"ISO-8859-16",       "windows-1250"}, // ICU does not know the former; the letters of Romanian stand alike
     {"TIS-620",           "windows-874"},
     {"EUC-KR",            "windows-949"},
     {"UHC",               "windows-949"},
     {"GB2312",            "GB18030"},
+    {"ISO-8859-16",       "windows-1250"}, // the letters of Romanian stand alike; what differs is looked at by itself
+    {"IBM852",            "cp852"},
+    {"IBM866",            "cp866"},
     {"MAC-CENTRALEUROPE", "x-mac-centraleurroman"},
     {"MAC-CYRILLIC",      "x-mac-cyrillic"},
 };
 // clang-format on
 
-struct WesternSet {
-    const char* name;
+struct CommonSet {
+    std::string_view name;
     double head; // ahead of the others for being common, in the unit of plausibility
 };
 
-/// What stands for the West when statistics name nothing better. Statistics know neither of the last two.
-constexpr WesternSet westernSets[] = {{"windows-1252", 0.8}, {"ISO-8859-15", 0.7}, {"macintosh", 0.0}, {"cp850", 0.0}};
+constexpr CommonSet commonSets[] = {{"windows-1252", 0.8}, {"ISO-8859-15", 0.7},  {"windows-1250", 0.3},
+                                    {"windows-1251", 0.3}, {"windows-1254", 0.2}, {"windows-1257", 0.2},
+                                    {"windows-1253", 0.2}, {"windows-1255", 0.2}};
+
+// From 0xA0 on; ICU does not know this one.
+constexpr std::string_view latin10 =
+    "\u00A0ĄąŁ€„Š§š©Ș«Ź\u00ADźŻ°±ČłŽ”¶·žčș»ŒœŸżÀÁÂĂÄĆÆÇÈÉÊËÌÍÎÏĐŃÒÓÔŐÖŚŰÙÚÛÜĘȚßàáâăäćæçèéêëìíîïđńòóôőöśűùúûüęțÿ";
 
 /// The converter's name of the set that statistics see; empty when they see none.
 std::string detectedSet(std::string_view sample)
@@ -55,9 +75,13 @@ std::string detectedSet(std::string_view sample)
     // The text is known to be neither: an answer that statistics do give.
     if (name == "UTF-8" || name == "ASCII")
         return {};
-    const auto* row =
-        std::find_if(std::begin(names), std::end(names), [&](const NameRow& each) { return each.detected == name; });
-    return row == std::end(names) ? std::string{name} : row->converter;
+    for (const NameRow& row : names)
+        if (row.detected == name)
+            return row.converter;
+    for (const std::string_view set : languageSets())
+        if (equalsIgnoringCase(set, name))
+            return std::string{set};
+    return std::string{name};
 }
 
 using Converter = std::unique_ptr<UConverter, decltype(&ucnv_close)>;
@@ -68,38 +92,67 @@ Converter openConverter(const char* name)
     return {ucnv_open(name, &status), ucnv_close};
 }
 
-/// Converts byte by byte through a table of what each byte means.
-std::string convertedSingleBytes(std::string_view text, UConverter& from)
-{
-    struct Meaning {
+/// What each byte means, in UTF-8.
+class Meanings {
+public:
+    void set(std::size_t byte, char32_t scalar)
+    {
+        std::string meaning;
+        appendScalar(meaning, scalar);
+        std::copy(meaning.begin(), meaning.end(), rows_[byte].bytes);
+        rows_[byte].length = static_cast<std::uint8_t>(meaning.size());
+    }
+
+    /// A text converted byte by byte.
+    std::string of(std::string_view text) const
+    {
+        std::string result;
+        // Three bytes are the longest meaning; one more lets every step write four.
+        constexpr std::size_t chunk = 64 * 1024;
+        std::vector<char> buffer(std::min(chunk, text.size()) * 3 + 4);
+        for (std::size_t begin = 0; begin < text.size(); begin += chunk) {
+            char* out = buffer.data();
+            for (const char each : text.substr(begin, chunk)) {
+                const Row& meaning = rows_[static_cast<unsigned char>(each)];
+                std::copy_n(meaning.bytes, 4, out);
+                out += meaning.length;
+            }
+            result.append(buffer.data(), out);
+        }
+        return result;
+    }
+
+private:
+    struct Row {
         char bytes[4] = {};
         std::uint8_t length = 0;
     };
-    std::array<Meaning, 256> table;
-    for (std::size_t byte = 0; byte < table.size(); ++byte) {
+    std::array<Row, 256> rows_{};
+};
+
+Meanings meaningsIn(UConverter& from)
+{
+    Meanings meanings;
+    for (std::size_t byte = 0; byte < 256; ++byte) {
         const char source = static_cast<char>(byte);
         UChar unit[2] = {};
         UErrorCode status = U_ZERO_ERROR;
         const std::int32_t units = ucnv_toUChars(&from, unit, 2, &source, 1, &status);
-        std::string meaning;
-        appendScalar(meaning, units == 1 ? unit[0] : replacementCharacter);
-        std::copy(meaning.begin(), meaning.end(), table[byte].bytes);
-        table[byte].length = static_cast<std::uint8_t>(meaning.size());
+        meanings.set(byte, units == 1 ? unit[0] : replacementCharacter);
     }
-    std::string result;
-    // Three bytes are the longest meaning; one more lets every step write four.
-    constexpr std::size_t chunk = 64 * 1024;
-    std::vector<char> buffer(chunk * 3 + 4);
-    for (std::size_t begin = 0; begin < text.size(); begin += chunk) {
-        char* out = buffer.data();
-        for (const char each : text.substr(begin, chunk)) {
-            const Meaning& meaning = table[static_cast<unsigned char>(each)];
-            std::copy_n(meaning.bytes, 4, out);
-            out += meaning.length;
-        }
-        result.append(buffer.data(), out);
-    }
-    return result;
+    return meanings;
+}
+
+Meanings meaningsInLatin10()
+{
+    constexpr std::size_t firstOwn = 0xA0; // below it the bytes are their numbers
+    Meanings meanings;
+    for (std::size_t byte = 0; byte < firstOwn; ++byte)
+        meanings.set(byte, static_cast<char32_t>(byte));
+    std::size_t byte = firstOwn;
+    for (std::size_t at = 0; at < latin10.size(); ++byte)
+        meanings.set(byte, nextScalar(latin10, at));
+    return meanings;
 }
 
 std::string convertedCharacters(std::string_view text, UConverter& from)
@@ -166,9 +219,9 @@ int letterScore(char32_t before, char32_t scalar, char32_t after)
     if (script == USCRIPT_LATIN) {
         if (isUpper(before) && isUpper(after))
             return -4;
-        return isOneOf(scalar, U"éèàçêôîïûùëâäöüßåøæñóíáãõúœ") ? 6 : 5;
+        return 5;
     }
-    return 6;
+    return isLetter(before) || isLetter(after) ? 6 : 2;
 }
 
 /// How well a character that is no letter fits between its neighbours.
@@ -221,7 +274,21 @@ double plausibility(std::string_view text)
 bool isSingleByte(const std::string& name)
 {
     const Converter converter = openConverter(name.c_str());
-    return converter && ucnv_getMaxCharSize(converter.get()) == 1;
+    return name == latin10Name || (converter && ucnv_getMaxCharSize(converter.get()) == 1);
+}
+
+/// How much `text` reads as words of some language that was written in the set. What is presumed of the set counts the
+/// less the more there is to look at. Statistics tell alphabets apart more surely than languages of one alphabet.
+double likelihood(std::string_view text, std::string_view set, bool isDetected)
+{
+    const LanguageFit fit = languageFit(text, set);
+    const auto* common = std::ranges::find(commonSets, set, &CommonSet::name);
+    double presumed = common == std::end(commonSets) ? 0.0 : common->head;
+    if (isDetected)
+        presumed += trustInStatistics * (0.5 + 0.5 * std::min(1.0, fit.evidence / enoughEvidence));
+    return plausibility(text) + lettersWeight * fit.letters + wordsWeight * std::min(fit.words, mostWords) +
+           presumed * presumedEvidence / (presumedEvidence + fit.evidence) +
+           (isDetected && !fit.isLatin ? trustInAlphabets : 0.0);
 }
 
 } // namespace
@@ -230,41 +297,39 @@ std::optional<std::string> guessedCharacterSet(std::string_view sample)
 {
     constexpr double leastPlausible = -3.0;
     const std::string detected = detectedSet(sample);
-    // Statistics know languages, so their answer stands against a reading that is only a little more plausible. A word
-    // or two are no basis for them, and the Macintosh set that they know is their answer to the one that they do not.
-    constexpr std::ptrdiff_t fewLetters = 8;
-    const auto beyondAscii = std::count_if(sample.begin(), sample.end(), [](char each) { return each < 0; });
-    const double trustInStatistics = detected == "x-mac-centraleurroman" ? 0.0 : beyondAscii < fewLetters ? 0.5 : 1.5;
     std::string best;
     double bestScore = leastPlausible;
-    if (const auto text = converted(sample, detected)) {
-        const double score = plausibility(*text);
-        // Sets of several bytes a character have a grammar that chance rarely meets.
-        if (!isSingleByte(detected) && score > 0)
-            return detected;
-        if (score + trustInStatistics > bestScore) {
-            bestScore = score + trustInStatistics;
-            best = detected;
-        }
-    }
-    for (const auto& [name, head] : westernSets) {
-        const auto text = converted(sample, name);
-        const double score = text ? plausibility(*text) + head : leastPlausible;
+    const auto offer = [&](const std::string& name, double score) {
         if (score > bestScore) {
             bestScore = score;
             best = name;
         }
+    };
+    const auto sets = languageSets();
+    const bool isKnown = std::ranges::find(sets, detected) != sets.end();
+    if (const auto text = isKnown ? std::nullopt : converted(sample, detected)) {
+        const double score = plausibility(*text);
+        // Sets of several bytes a character have a grammar that chance rarely meets.
+        if (!isSingleByte(detected) && score > 0)
+            return detected;
+        offer(detected, score + lettersWeight + trustInStatistics);
     }
+    sample = sample.substr(0, longestCompared);
+    for (const std::string_view name : sets)
+        if (const auto text = converted(sample, std::string{name}))
+            offer(std::string{name}, likelihood(*text, name, name == detected));
     return bestScore > leastPlausible ? std::optional{best} : std::nullopt;
 }
 
 std::optional<std::string> converted(std::string_view text, const std::string& characterSet)
 {
+    if (characterSet == latin10Name)
+        return meaningsInLatin10().of(text);
     // The converter of an empty name would be that of the machine's own settings.
     const Converter from = characterSet.empty() ? Converter{nullptr, ucnv_close} : openConverter(characterSet.c_str());
     if (!from)
         return std::nullopt;
-    return ucnv_getMaxCharSize(from.get()) == 1 ? convertedSingleBytes(text, *from) : convertedCharacters(text, *from);
+    return ucnv_getMaxCharSize(from.get()) == 1 ? meaningsIn(*from).of(text) : convertedCharacters(text, *from);
 }
 
 } // namespace nivex

@@ -67,6 +67,30 @@ TEST(TextDecoder, FindsTheCharacterSetOfEachLanguage)
     }
 }
 
+TEST(TextDecoder, FindsTheCharacterSetOfOneShortLine)
+{
+    const Sample lines[] = {
+        {"Nu ştiu unde este fişierul, dar îl voi găsi.\n", {"windows-1250", "ISO-8859-2"}},
+        {"Gdzie jest twoja książka?\n", {"windows-1250", "ISO-8859-2"}},
+        {"Ne znam što će se dogoditi.\n", {"windows-1250", "ISO-8859-2"}},
+        {"Na žalost ne vem, če bo prišel.\n", {"windows-1250", "ISO-8859-2"}},
+        {"Tai yra labai gražus miestas, kurį myliu.\n", {"windows-1257", "ISO-8859-13"}},
+        {"Es nezinu, vai viņš būs mājās.\n", {"windows-1257", "ISO-8859-13"}},
+        {"Ma ei tea, kas see on õige või mitte.\n", {"windows-1257", "windows-1252"}},
+        {"Bu akşam için çok güzel bir yemek yaptım.\n", {"windows-1254"}},
+        {"Það er ekki gott að vera hér.\n", {"windows-1252"}},
+        {"Perché è così difficile?\n", {"windows-1252", "macintosh"}},
+    };
+    for (const Sample& line : lines)
+        for (const char* set : line.characterSets) {
+            SCOPED_TRACE(set);
+            EXPECT_EQ(decoded(encoded(line.text, set)), line.text);
+        }
+    // ISO 8859-16, which has quotes of its own where Windows-1250 has letters.
+    EXPECT_EQ(decoded("\xA5Nu \xBAtiu\xB5, spuse el \xBAi plec\xE3 \xEEn cas\xE3.\n"),
+              "„Nu știu”, spuse el și plecă în casă.\n");
+}
+
 TEST(TextDecoder, LooksAtTheDecisiveLinesOfALargeText)
 {
     std::string ascii;
