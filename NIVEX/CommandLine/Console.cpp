@@ -98,7 +98,11 @@ bool Console::resultFile(const std::filesystem::path& file)
 
 void Console::jsonResult(const JsonValue& object) { jsonResult(writeJson(object)); }
 
-void Console::jsonResult(std::string json) { result(terminalJson(std::move(json))); }
+void Console::jsonResult(std::string json)
+{
+    clearProgress();
+    keepWatch(write(results_.file, terminalJson(std::move(json)).append(1, '\n')));
+}
 
 void Console::page(std::string_view text)
 {

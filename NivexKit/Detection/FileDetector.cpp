@@ -113,22 +113,25 @@ DetectionResult FileDetector::detect(const fs::path& url) const
     if (declared)
         result.declaredFormat = *declared;
 
-    const auto source = openedSource(result);
-    if (!source)
+    const auto file = openedSource(result);
+    if (!file)
         return result;
     std::array<std::byte, headerLength> buffer;
-    const auto head = std::span{buffer}.first(source->read(0, std::span{buffer}));
+    const auto head = std::span{buffer}.first(file->read(0, std::span{buffer}));
     if (head.empty()) {
         result.issues.push_back(DetectionIssue::unreadable("lecture impossible"_fr).because("read: no bytes"));
         return result;
     }
 
+    const MemorySource all{head};
+    const ByteSource& source = head.size() == file->size() ? static_cast<const ByteSource&>(all) : *file;
+
     const auto recognisedAs = [&](SniffResult content) {
-        ContainerFinding inside = inspectContainer(*source, content);
+        ContainerFinding inside = inspectContainer(source, content);
         if (inside.candidates)
             content.candidates = std::move(*inside.candidates);
         if (content.container == ContainerKind::json && !namesOneOf(extensionFormats, content.candidates) &&
-            !staysJson(*source))
+            !staysJson(source))
             content = {.isText = true};
         enter(resolve(declared, extensionFormats, content, *registry_), result);
         if (inside.isEncrypted)
@@ -137,11 +140,11 @@ DetectionResult FileDetector::detect(const fs::path& url) const
     };
     SniffResult content = recognisedAs(sniffedContent(head));
     if (isRefusedUnknown(content, result))
-        if (auto behind = contentBehindJunk(*source))
+        if (auto behind = contentBehindJunk(source))
             content = recognisedAs(std::move(*behind));
 
-    HeaderBytes bytes{*source, head};
-    checkStructure(*source, result);
+    HeaderBytes bytes{source, head};
+    checkStructure(source, result);
     measure(SourceProbes::builtIn(), bytes, result);
     if (isProgram(content, result))
         result.issues.push_back(DetectionIssue::executable());

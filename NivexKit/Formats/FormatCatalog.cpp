@@ -78,7 +78,7 @@ std::span<const FormatRow> FormatCatalog::rows(FormatFamily family)
 
 const std::vector<FileFormat>& FormatCatalog::all()
 {
-    static const std::vector<FileFormat> formats = everyFormat();
+    static const auto& formats = *new std::vector<FileFormat>{everyFormat()}; // until the program ends
     return formats;
 }
 

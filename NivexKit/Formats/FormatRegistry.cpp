@@ -22,7 +22,7 @@ FormatRegistry::FormatRegistry(std::vector<FileFormat> formats) : formats_{std::
 
 const FormatRegistry& FormatRegistry::standard()
 {
-    static const FormatRegistry registry{FormatCatalog::all()};
+    static const FormatRegistry& registry = *new FormatRegistry{FormatCatalog::all()}; // until the program ends
     return registry;
 }
 

@@ -1,8 +1,10 @@
-"""Recognising files, against `file`."""
+"""Recognising files, against `file` and against what reading them costs at the very least."""
 import random
+import subprocess
+import zipfile
 import zlib
 
-from comparison import NIVEX, compare
+from comparison import BUILD, NIVEX, compare
 from subtitles import write_subrip
 
 
@@ -57,4 +59,35 @@ def identify_many(folder):
             [str(NIVEX), "identify", "--json", "--files-from", "names"], ["file", "-f", "names"], folder, rounds=7)
 
 
-PAIRS = {"identify-one": identify_one, "identify-many": identify_many}
+def identify_bare(folder):
+    """At most three times the processor time of opening, measuring, reading and closing the files."""
+    write_mixed_files(folder, 5000)
+    compare("identify-bare: 5,000 mixed files, against a program that only reads their beginnings",
+            [str(NIVEX), "identify", "--json", "--files-from", "names"],
+            [str(BUILD / "benchmarks" / "bench-bare-reading"), "names"], folder, rounds=21, peer_name="bare",
+            resources=True)
+
+
+def zip_directory(folder):
+    """Below 100 ms of processor time."""
+    with zipfile.ZipFile(folder / "long.zip", "w") as archive:
+        for i in range(20_000):
+            archive.writestr(f"{'d' * 380}/{i:06}/{'f' * 200}.txt", b"")
+    compare("zip-directory: 20,000 entries with long names", [str(NIVEX), "identify", "long.zip"],
+            ["python3", "-m", "zipfile", "-l", "long.zip"], folder, rounds=9, resources=True)
+
+
+def nested_folders(folder):
+    """Memory in proportion to the depth, not to its square."""
+    place = folder / "deep"
+    for _ in range(1_900):  # nearly as deep as a path can tell
+        place.mkdir()
+        (place / "a").write_text("bonjour")
+        place /= "n"
+    compare("nested-folders: a file in each of 1,900", [str(NIVEX), "identify", "-r", "deep"],
+            ["find", "deep", "-type", "f"], folder, rounds=5, resources=True)
+    subprocess.run(["rm", "-r", folder / "deep"], check=True)  # too deep for shutil
+
+
+PAIRS = {"identify-one": identify_one, "identify-many": identify_many, "identify-bare": identify_bare,
+         "zip-directory": zip_directory, "nested-folders": nested_folders}

@@ -49,6 +49,10 @@ std::optional<FileSource> FileSource::of(FileDescriptor file)
 
 std::size_t FileSource::read(std::uint64_t offset, std::span<std::byte> buffer) const
 {
+    if (offset >= size_)
+        return 0;
+    // No further read is needed to learn that the file ends.
+    buffer = buffer.first(static_cast<std::size_t>(std::min<std::uint64_t>(buffer.size(), size_ - offset)));
     std::size_t filled = 0;
     while (filled < buffer.size()) {
         const ssize_t count = ::pread(descriptor_.get(), buffer.data() + filled, buffer.size() - filled,

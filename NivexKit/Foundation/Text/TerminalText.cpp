@@ -29,9 +29,32 @@ constexpr Range steering[] = {
 };
 // clang-format on
 
-bool isPlain(std::string_view text)
+/// Where the printable ASCII that `text` has from `position` on ends.
+std::size_t plainEnd(std::string_view text, std::size_t position)
 {
-    return std::ranges::all_of(text, [](char byte) { return byte >= ' ' && byte < 0x7F; });
+    while (position < text.size() && text[position] >= ' ' && text[position] < 0x7F)
+        ++position;
+    return position;
+}
+
+/// `text` with `replace` appending something for each character that steers terminals.
+template <class Replace>
+std::string withoutSteering(std::string_view text, Replace replace)
+{
+    std::string shown;
+    shown.reserve(text.size());
+    for (std::size_t position = 0; position < text.size();) {
+        const std::size_t end = plainEnd(text, position);
+        shown.append(text, position, end - position);
+        if ((position = end) == text.size())
+            break;
+        const char32_t scalar = nextScalar(text, position);
+        if (steersTerminals(scalar))
+            replace(shown, scalar);
+        else
+            appendScalar(shown, scalar);
+    }
+    return shown;
 }
 
 char32_t drawn(char32_t scalar)
@@ -51,34 +74,18 @@ bool steersTerminals(char32_t scalar)
 
 std::string terminalText(std::string_view text)
 {
-    std::string shown;
-    if (isPlain(text))
-        return shown.append(text);
-    for (std::size_t position = 0; position < text.size();) {
-        const char32_t scalar = nextScalar(text, position);
-        appendScalar(shown, steersTerminals(scalar) ? drawn(scalar) : scalar);
-    }
-    return shown;
+    return withoutSteering(text, [](std::string& shown, char32_t scalar) { appendScalar(shown, drawn(scalar)); });
 }
 
 std::string terminalJson(std::string json)
 {
-    if (isPlain(json))
+    if (plainEnd(json, 0) == json.size())
         return json;
-    std::string escaped;
-    escaped.reserve(json.size());
-    for (std::size_t position = 0; position < json.size();) {
-        const std::size_t start = position;
-        const char32_t scalar = nextScalar(json, position);
-        if (!steersTerminals(scalar)) {
-            escaped.append(json, start, position - start);
-            continue;
-        }
+    return withoutSteering(json, [](std::string& escaped, char32_t scalar) {
         char unit[8];
         std::snprintf(unit, sizeof unit, "\\u%04x", static_cast<unsigned>(scalar));
         escaped.append(unit);
-    }
-    return escaped;
+    });
 }
 
 } // namespace nivex
