@@ -51,7 +51,9 @@ std::optional<std::string> problemOf(const fs::path& folder)
     std::error_code ignored;
     const fs::file_type type = fs::status(folder, ignored).type();
     if (type != fs::file_type::directory && type != fs::file_type::none) // none: we may not even look
-        return ConversionError::destinationUnavailable("le dossier n'existe plus"_fr).message();
+        return ConversionError::destinationUnavailable(type == fs::file_type::not_found ? "le dossier n'existe plus"_fr
+                                                                                        : "ce n'est pas un dossier"_fr)
+            .message();
     if (::faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0)
         return noWritePermission(folder).message();
     return std::nullopt;

@@ -903,6 +903,8 @@ constexpr StringTable::Row rows[] = {
      "it is neither a file nor a folder"},
     {"ce n'est pas un classeur",
      "it is not a workbook"},
+    {"ce n'est pas un dossier",
+     "it is not a folder"},
     {"ce n'est pas un texte",
      "it is no text"},
     {"ce programme de conversion ne connaît pas ce travail",

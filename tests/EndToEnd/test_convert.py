@@ -116,7 +116,7 @@ class Convert(NivexCase):
         convert = ["convert", "film.srt", "film.srt", "--to", "vtt"]
         self.lose_privileges()
         (self.folder / "fermé").chmod(0o500)
-        for folder, message in [("absent/plus loin", "le dossier n'existe plus"), ("film.srt", "le dossier n'existe plus"),
+        for folder, message in [("absent/plus loin", "le dossier n'existe plus"), ("film.srt", "ce n'est pas un dossier"),
                                 ("fermé", "NIVEX n'a pas le droit d'écrire dans « fermé »"),
                                 ("fermé/neuf", "NIVEX n'a pas le droit d'écrire dans « fermé »")]:
             for mode in ([], ["--dry-run"], ["--json"]):
