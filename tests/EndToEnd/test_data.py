@@ -50,7 +50,7 @@ class Data(NivexCase):
                 rows = [row + [""] * (4 - len(row)) for row in rows]
                 self.assertEqual([[row[0], row[1], row[3]] for row in rows],
                                  [[row[0], row[1], row[3]] for row in ROWS[1:]])
-                self.assertEqual([row[2] for row in rows], ["12.5", ROWS[2][2], "0"])
+                self.assertEqual([Decimal(row[2]) for row in rows], [Decimal(row[2]) for row in ROWS[1:]])
 
     def test_a_workbook_of_another_program_is_read(self):
         self.table()
