@@ -242,6 +242,24 @@ TEST(ZipArchive, ChecksAnEntryThatItReads)
     }
 }
 
+TEST(ZipArchive, HoldsNoMoreCompressedDataThanTwiceTheLimit)
+{
+    ZipArchive::Writer writer{noon};
+    writer.add("a", repeated('a', 5'000), false);
+    const Bytes archive = writer.finish();
+    const std::ptrdiff_t record = endRecord - (46 + 1);
+    ResourceLimits limits;
+    limits.maxUnzippedEntryBytes = 2'000;
+    const auto failureWith = [&](std::string_view compressedSize) {
+        const Bytes changed = patched(patched(archive, record + 24, "D0 07 00 00"), record + 20, compressedSize);
+        const MemorySource source{changed};
+        const ZipArchive::Reader reader{source, limits};
+        return failureOf([&] { reader.contents(reader.entries()[0]); });
+    };
+    EXPECT_EQ(failureWith("A1 0F 00 00"), "unreadable: archive ZIP endommagée (somme de contrôle)");
+    EXPECT_EQ(failureWith("A2 0F 00 00"), "limit: « a » trop volumineux une fois décompressé");
+}
+
 TEST(ZipArchive, TakesNamesAsTheyAre)
 {
     ZipArchive::Writer writer{noon};

@@ -74,6 +74,8 @@ TEST(ContainerInspection, LooksIntoCompressedFiles)
     };
     expectFindings(sniffed("7z"), {{"plain", sevenZip(bytes("17 06 00 21 21 01")), "-"},
                                    {"encrypted", sevenZip(bytes("17 06 24 06 F1 07 01 0A")), "- encrypted"},
+                                   {"encrypted, nothing else", sevenZip(bytes("06 F1 07 01")), "- encrypted"},
+                                   {"directory behind the end", sevenZip({}), "-"},
                                    {"offset beyond the end", at(12, repeated(0xFF, 20)), "-"}});
 }
 
@@ -163,6 +165,8 @@ TEST(ContainerInspection, TellsDataAndProgramsApart)
     expectFindings(sniffed(ContainerKind::executable),
                    {
                        {"compiled class", bytes("CA FE BA BE 00 00 00 34"), ""},
+                       {"compiled class of the first version", bytes("CA FE BA BE 00 00 00 2D"), ""},
+                       {"program for one processor less", bytes("CA FE BA BE 00 00 00 2C"), "-"},
                        {"program for two processors", bytes("CA FE BA BE 00 00 00 02"), "-"},
                        {"program", windowsProgram(0x0102), "exe dll"},
                        {"library", windowsProgram(0x2102), "dll exe"},

@@ -87,6 +87,7 @@ TEST(StructuralCheck, LooksForEndMarkersNearTheEnd)
         {"a preview behind the picture", "jpeg", joined({bytes("FF D8 FF D9 FF D8 00 FF D9"), repeated(0, 9)}), ""},
         {"no end", "jpeg", bytes("FF D8 FF E0 00 10"), noJPEGEnd},
         {"ten bytes that end well", "gif", joined({textBytes("GIF89a"), repeated(0, 3), textBytes(";")}), ""},
+        {"a screen that ends so", "gif", joined({textBytes("GIF89a"), repeated(0, 6), textBytes(";")}), noGIFEnd},
         {"bytes behind the end", "gif", joined({gif, bytes("3B"), repeated(0, 63)}), ""},
         {"cut where the end marker occurs by chance", "gif",
          joined({gif, bytes("2C 00 00 00 00 01 00 01 00 00 02 04 3B 44")}), noGIFEnd},
