@@ -60,6 +60,9 @@ TEST(IsoBoxes, EndAtWhatIsCutOrNoBox)
         {"64 bits that would wrap around",
          bytes("00000009 66726565 00 00000001 66726565 FFFFFFFFFFFFFFFF"),
          {{first}, IsoBox{free, 9, 25, std::numeric_limits<std::uint64_t>::max()}, false}},
+        {"too long, its type with a space",
+         bytes("00000010 786D6C20 00"),
+         {{}, IsoBox{boxType("xml "), 0, 8, 16}, false}},
         {"too long and unspelled: no box", bytes("00000009 66726565 00 10000000 00726565 00"), {{first}, {}, false}},
     };
     for (const auto& each : cases) {

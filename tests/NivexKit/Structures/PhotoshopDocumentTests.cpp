@@ -74,6 +74,7 @@ TEST(PhotoshopResources, EndAtWhatIsCutOrNoResource)
         {"whole", joined({first, first}), 2, true},
         {"without the last byte of padding", {first.begin(), first.end() - 1}, 1, true},
         {"without the last byte of contents", {first.begin(), first.end() - 2}, 0, false},
+        {"an empty one at the end", joined({first, textBytes("8BIM"), bytes("0405 0000 00000000")}), 2, true},
         {"something else behind", joined({first, textBytes("8BUM")}), 1, false},
     };
     for (const Case& each : cases) {
@@ -82,7 +83,7 @@ TEST(PhotoshopResources, EndAtWhatIsCutOrNoResource)
         PhotoshopResources resources{source, 0, each.blocks.size()};
         std::size_t count = 0;
         while (const auto next = resources.next()) {
-            EXPECT_EQ(next->end - next->begin, 3U);
+            EXPECT_EQ(next->end - next->begin, next->identifier == 0x0404 ? 3U : 0U);
             ++count;
         }
         EXPECT_EQ(count, each.resources);
