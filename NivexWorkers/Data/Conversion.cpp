@@ -7,8 +7,12 @@
 #include "NivexWorkers/Data/Model/Output.hpp"
 #include "NivexWorkers/Data/Model/TableToTree.hpp"
 #include "NivexWorkers/Data/Model/TreeToTable.hpp"
+#include "NivexWorkers/Data/Plist/PlistReader.hpp"
+#include "NivexWorkers/Data/Plist/PlistWriter.hpp"
 #include "NivexWorkers/Data/Workbook/WorkbookReader.hpp"
 #include "NivexWorkers/Data/Workbook/WorkbookWriter.hpp"
+#include "NivexWorkers/Data/Yaml/YamlReader.hpp"
+#include "NivexWorkers/Data/Yaml/YamlWriter.hpp"
 
 #include "NivexKit/Foundation/Bytes/ByteSource.hpp"
 #include "NivexKit/Foundation/ConversionError.hpp"
@@ -48,6 +52,27 @@ void writeJson(const TreeReading& read, bool isTable, Output& output)
     file.finish();
 }
 
+void writeYaml(const TreeReading& read, bool, Output& output)
+{
+    FileSink file{output.single()};
+    TextOutput text{file};
+    YamlWriter yaml{text};
+    read(yaml);
+    text.flush();
+    file.finish();
+}
+
+void writePlist(const TreeReading& read, bool, Output& output)
+{
+    FileSink file{output.single()};
+    TextOutput text{file};
+    PlistWriter plist{text, output.remarks()};
+    read(plist);
+    plist.finish();
+    text.flush();
+    file.finish();
+}
+
 // clang-format off
 constexpr DataFormatWork formats[] = {
     {.id = "csv",  .readTable = readCsv, .tableWriter = [](Output& output) { return csvWriter(output, ','); },
@@ -57,6 +82,8 @@ constexpr DataFormatWork formats[] = {
     {.id = "xlsx", .readTable = readWorkbook, .tableWriter = workbookWriter},
     {.id = "xlsm", .readTable = readWorkbook},
     {.id = "json", .readTree = readJson, .writeTree = writeJson},
+    {.id = "yaml", .readTree = readYaml, .writeTree = writeYaml},
+    {.id = "plist", .readTree = readPlist, .writeTree = writePlist},
 };
 // clang-format on
 

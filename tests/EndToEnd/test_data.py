@@ -1,6 +1,8 @@
 """Tables and nested data, as Python's own csv and json read what is written."""
 import csv
+import datetime
 import json
+import plistlib
 import subprocess
 import unittest
 from decimal import Decimal
@@ -68,6 +70,27 @@ class Data(NivexCase):
         self.assertIn("a.b", header)
         self.assertEqual([row[header.index("a.b")] for row in rows], ["1", "2"])
         self.assertEqual(rows[1][header.index("e")], "9007199254740993")
+
+    def test_property_lists_are_what_another_reader_writes_and_reads(self):
+        tree = {"a": [1, -5, 2**63, 1.5, True, b"\0\xff", datetime.datetime(2024, 1, 31, 9, 30)], "é": {"x": " <&> "}}
+        for kind in (plistlib.FMT_XML, plistlib.FMT_BINARY):
+            with self.subTest(kind=kind):
+                (self.folder / "in.plist").write_bytes(plistlib.dumps(tree, fmt=kind))
+                _, text = self.convert("in.plist", "json")
+                self.assertEqual(json.loads(text), {"a": [1, -5, 2**63, 1.5, True, "AP8=", "2024-01-31T09:30:00Z"],
+                                                    "é": {"x": " <&> "}})
+                self.write("back.json", text)
+                line, = self.json_lines("convert", "back.json", "--to", "plist")
+                back = plistlib.loads((self.folder / line["outputs"][0]).read_bytes())
+                self.assertEqual(back, json.loads(text))
+
+    def test_yaml_comes_back_as_it_went(self):
+        text = json.dumps({"no": "no", "list": [[], {}, [1, [2]], None, "a: b", "1e5", 1e5, "é\n"], "x": {"~": True}})
+        self.write("tree.json", text)
+        _, written = self.convert("tree.json", "yaml")
+        self.write("back.yaml", written)
+        _, back = self.convert("back.yaml", "json")
+        self.assertEqual(json.loads(back), json.loads(text))
 
     def test_ragged_rows_are_kept_and_said(self):
         self.write("ragged.csv", "a,b\n1,2\n3\n4,5,6\n")

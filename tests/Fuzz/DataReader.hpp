@@ -13,6 +13,33 @@
 
 namespace nivex::data {
 
+/// Reads bytes as nested data. Whatever they are, a reader makes a tree of them that can be written as JSON and read
+/// back, or throws a ConversionError.
+template <class ReadTree>
+int readToTheLastValue(ReadTree readTree, const std::uint8_t* bytes, std::size_t size)
+{
+    const MemorySource source{std::as_bytes(std::span{bytes, size})};
+    Remarks remarks;
+    const auto asJson = [&remarks](auto read, const ByteSource& from) {
+        std::string json;
+        StringSink sink{json};
+        TextOutput text{sink};
+        JsonWriter writer{text, 1};
+        read(Input{.bytes = from, .remarks = remarks, .limits = {}}, writer);
+        text.flush();
+        return json;
+    };
+    std::string json;
+    try {
+        json = asJson(readTree, source);
+    } catch (const ConversionError&) {
+        return 0;
+    }
+    if (asJson(readJson, MemorySource{std::as_bytes(std::span{json})}) != json)
+        std::abort();
+    return 0;
+}
+
 /// Reads bytes as a table, with types and without. Whatever they are, a reader makes a table of them that can be
 /// written as JSON and read back, or throws a ConversionError.
 template <class ReadTable>

@@ -12,6 +12,8 @@ constexpr DataFormat formats[] = {
     {.id = "xlsx", .isTabular = true, .isWorkbook = true},
     {.id = "xlsm", .isWritten = false, .isTabular = true, .isWorkbook = true},
     {.id = "json"},
+    {.id = "yaml"},
+    {.id = "plist"},
 };
 // clang-format on
 

@@ -57,8 +57,8 @@ struct ConversionCase {
     std::string_view name;
     std::string_view from;
     std::string_view to;
-    std::string_view source;
-    std::string_view expected;
+    std::string source;
+    std::string expected;
     std::vector<std::string> remarks = {};
 };
 

@@ -6,7 +6,7 @@
 namespace nivex::data {
 namespace {
 
-using namespace std::string_view_literals;
+using namespace std::string_literals;
 
 void expectAll(std::span<const ConversionCase> cases)
 {
@@ -58,12 +58,12 @@ TEST(DataConversion, ReadsDelimitedText)
         {"lines of another encoding among UTF-8", "csv", "json", "v\né\nà\n\xE8t\n",
          "[\n  {\"v\":\"é\"},\n  {\"v\":\"à\"},\n  {\"v\":\"èt\"}\n]\n",
          {"des lignes qui n'étaient pas en UTF-8 ont été lues en Windows-1252"}},
-        {"UTF-16 with a mark", "csv", "json", "\xFF\xFE" "a\0,\0b\0\n\0\xE9\0,\0001\0\n\0"sv,
+        {"UTF-16 with a mark", "csv", "json", "\xFF\xFE" "a\0,\0b\0\n\0\xE9\0,\0001\0\n\0"s,
          "[\n  {\"a\":\"é\",\"b\":1}\n]\n"},
         {"tabs with a quote that closes nothing", "tsv", "json", "a\tb\n\"x\t1\n", "[\n  {\"a\":\"\\\"x\",\"b\":1}\n]\n"},
         {"a quote that is never closed", "csv", "json", "a,b\n1,\"x\n2,3\n",
          "Le fichier source ne peut pas être lu : un guillemet ouvert à la ligne 2 n'est jamais fermé"},
-        {"bytes that are no text", "csv", "json", "a,b\n1,\0\n"sv,
+        {"bytes that are no text", "csv", "json", "a,b\n1,\0\n"s,
          "Le fichier source ne peut pas être lu : ce n'est pas un texte"},
     };
     // clang-format on
