@@ -171,7 +171,7 @@ void addSelection(CLI::App& command, FileSelection& selection)
     addFlag(command, "-r,--recursive", selection.recursive, "Parcourt les dossiers"_fr);
 }
 
-void addRun(CLI::App& command, RunArguments& run)
+void addPlaces(CLI::App& command, RunArguments& run)
 {
     addSelection(command, run.selection);
     addText(command, "--out", "DOSSIER"_fr, "Dossier des résultats ; sans lui, à côté de l'original"_fr,
@@ -196,12 +196,20 @@ void addRun(CLI::App& command, RunArguments& run)
     addFlag(command, "--quiet", run.quiet, "N'affiche ni progression ni bilan"_fr);
     addVerbose(command, run.verbose);
     addFlag(command, "--dry-run", run.dryRun, "Montre ce qui serait fait, sans rien écrire"_fr);
+}
+
+void addRun(CLI::App& command, RunArguments& run)
+{
+    addPlaces(command, run);
     addOverrides(command, run.overrides);
 }
 
-void addOverrides(CLI::App& command, OptionOverrides& overrides)
+void addOverrides(CLI::App& command, OptionOverrides& overrides, std::optional<ConversionOptionKind> only)
 {
-    forEachSetting([&](const auto& setting) { addSetting(command, setting, overrides); });
+    forEachSetting([&](const auto& setting) {
+        if (!only || setting.kind == *only)
+            addSetting(command, setting, overrides);
+    });
 }
 
 void addVerbose(CLI::App& command, bool& place)

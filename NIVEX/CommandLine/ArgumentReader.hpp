@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <charconv>
 #include <functional>
+#include <optional>
 #include <string>
 #include <type_traits>
 
@@ -42,11 +43,14 @@ void addText(CLI::App& command, const std::string& names, const std::string& pla
 /// A positional argument.
 void addWord(CLI::App& command, Text name, Text description, const TextReader& read);
 void addSelection(CLI::App& command, FileSelection& selection);
-/// The options that `convert`, `optimize` and `recipe run` share.
+/// Where files come from and results go, and how the work is told of.
+void addPlaces(CLI::App& command, RunArguments& run);
+/// The options that `convert`, `optimize` and `recipe run` share: places and settings.
 void addRun(CLI::App& command, RunArguments& run);
 void addVerbose(CLI::App& command, bool& place);
 void addSkipExisting(CLI::App& command, RunArguments& run);
-void addOverrides(CLI::App& command, OptionOverrides& overrides);
+/// The settings of conversions, all of them or those of one kind.
+void addOverrides(CLI::App& command, OptionOverrides& overrides, std::optional<ConversionOptionKind> only = {});
 
 /// "--dpi".
 template <class Field>

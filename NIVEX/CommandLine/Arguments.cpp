@@ -44,6 +44,7 @@ private:
     void addPlans(CLI::App& command);
     void addConvert(CLI::App& command);
     void addOptimize(CLI::App& command);
+    void addStrip(CLI::App& command);
     void addFormats(CLI::App& command);
     void addEngines(CLI::App& command);
     void addDoctor(CLI::App& command);
@@ -88,6 +89,7 @@ private:
     PlansArguments plans_;
     ConvertArguments convert_;
     OptimizeArguments optimize_;
+    StripArguments strip_;
     FormatsArguments formats_;
     EnginesArguments engines_;
     DoctorArguments doctor_;
@@ -110,6 +112,7 @@ const Parser::CommandRow Parser::commands[] = {
     {"plans",    "Montre ce que chaque fichier peut devenir, et ce qui serait perdu"_fr,        &Parser::addPlans},
     {"convert",  "Convertit des fichiers"_fr,                                                  &Parser::addConvert},
     {"optimize", "Allège des fichiers sans changer leur format"_fr,                            &Parser::addOptimize},
+    {"strip",    "Retire la localisation ou toutes les métadonnées, sans toucher aux pixels"_fr, &Parser::addStrip},
     {"formats",  "Liste les formats connus"_fr,                                                &Parser::addFormats},
     {"engines",  "Liste les douze moteurs de conversion"_fr,                                   &Parser::addEngines},
     {"doctor",   "Montre ce qui fonctionne sur cette machine"_fr,                              &Parser::addDoctor},
@@ -189,6 +192,13 @@ void Parser::addOptimize(CLI::App& optimize)
 {
     yields(optimize, optimize_);
     addRun(optimize, optimize_.run);
+}
+
+void Parser::addStrip(CLI::App& strip)
+{
+    yields(strip, strip_);
+    addPlaces(strip, strip_.run);
+    addOverrides(strip, strip_.run.overrides, ConversionOptionKind::metadata);
 }
 
 void Parser::addFormats(CLI::App& formats)
@@ -394,6 +404,13 @@ struct Completeness {
         if (!optimize.run.overrides.has(&ConversionOptions::maxFileBytes))
             return "il manque le poids voulu : --max-size TAILLE, par exemple --max-size 2MB"_fr;
         return places(optimize.run);
+    }
+    std::string operator()(const StripArguments& strip) const
+    {
+        const OptionOverrides& asked = strip.run.overrides;
+        if (asked.has(&ConversionOptions::metadata) && asked.values().metadata == MetadataPolicy::keep)
+            return "--metadata keep ne retire rien : removeLocation ou removeAll"_fr;
+        return places(strip.run);
     }
     std::string operator()(const RecipeNewArguments& make) const
     {

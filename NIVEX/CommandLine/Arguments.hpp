@@ -37,7 +37,7 @@ struct PlansArguments {
     bool verbose = false;
 };
 
-/// What `convert` and `optimize` share.
+/// What `convert`, `optimize` and `strip` share.
 struct RunArguments {
     FileSelection selection;
     std::optional<std::filesystem::path> outputFolder;
@@ -60,6 +60,10 @@ struct ConvertArguments {
 
 struct OptimizeArguments {
     RunArguments run; // with a target size among the overrides
+};
+
+struct StripArguments {
+    RunArguments run; // with a metadata policy among the overrides, unless it is to be all of them
 };
 
 struct FormatsArguments {
@@ -125,7 +129,7 @@ struct UsageError {
 };
 
 using Invocation = std::variant<Printout, UsageError, IdentifyArguments, PlansArguments, ConvertArguments,
-                                OptimizeArguments, FormatsArguments, EnginesArguments, DoctorArguments,
+                                OptimizeArguments, StripArguments, FormatsArguments, EnginesArguments, DoctorArguments,
                                 HistoryListArguments, HistoryClearArguments, HistoryRetentionArguments,
                                 RecipeNewArguments, RecipeFileArguments, RecipeListArguments, RecipeExportArguments>;
 

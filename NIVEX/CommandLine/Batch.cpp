@@ -76,7 +76,7 @@ private:
     void reportOutputs(const FinishedFile& file);
     std::string shownSource(const fs::path& source) const;
     std::vector<std::string> allWarnings(const std::vector<std::string>& own) const;
-    bool isOptimization() const { return !request_.target; }
+    bool keepsFormat() const { return !request_.target; }
     bool writesToStandardOutput() const { return request_.run.outputFile == standardStream; }
 
     Session& session_;
@@ -112,7 +112,7 @@ ExitStatus Batch::run()
     if (!request_.run.json)
         announceWarnings();
     convertPrepared();
-    tally_.areLighter = isOptimization();
+    tally_.areLighter = keepsFormat();
     tally_.time = std::chrono::steady_clock::now() - start_;
     if (!request_.run.quiet)
         session_.console.note({Meaning::aside, tally_.line()});
@@ -180,11 +180,10 @@ void Batch::tellLeftOut(std::size_t files)
         console.note(filled("{} fichier(s) écarté(s) par les conditions. Les originaux sont conservés."_fr,
                             {std::to_string(setAside_)}));
     if (leftOut_ > 0)
-        console.note(isOptimization()
-                         ? filled("{} fichier(s) laissé(s) de côté : leur format ne propose pas de poids cible."_fr,
-                                  {std::to_string(leftOut_)})
-                         : filled("{} fichier(s) laissé(s) de côté : sans conversion vers {}."_fr,
-                                  {std::to_string(leftOut_), request_.target->name}));
+        console.note(filled(
+            "{} fichier(s) laissé(s) de côté : {}."_fr,
+            {std::to_string(leftOut_),
+             keepsFormat() ? request_.whyLeftOut : filled("sans conversion vers {}"_fr, {request_.target->name})}));
     if (setAside_ + leftOut_ == files)
         allSucceeded_ = false;
 }
@@ -438,7 +437,7 @@ void Batch::reportOutputs(const FinishedFile& file)
 {
     for (const fs::path& output : file.outputs) {
         Line line = shownSource(file.source) + " → " + succeeded(shownPath(output));
-        if (isOptimization())
+        if (keepsFormat())
             line += filled(" ({} → {}, {})"_fr, {shownByteCount(file.sourceBytes), shownByteCount(file.totalBytes),
                                                  shownChange(file.sourceBytes, file.totalBytes)});
         session_.console.result(line);

@@ -24,13 +24,14 @@ using PlanChoice = std::variant<ConversionPlan, NoPlan>;
 /// The plan that leads a file to a target.
 PlanChoice planTo(const FileFormat& target, const ConversionPlanner& planner, const DetectionResult& detection);
 
-/// What `convert`, `optimize` and `recipe run` have in common.
+/// What `convert`, `optimize`, `strip` and `recipe run` have in common.
 struct BatchRequest {
     const RunArguments& run;
     std::optional<FileFormat> target; // absent: each file's own format
     AskedOptions options;
     std::vector<std::string> recipeWarnings = {}; // shown already; JSON has them with every file
     std::function<PlanChoice(const DetectionResult&)> choosePlan;
+    std::string whyLeftOut = {}; // of files of a walked folder that have no plan; without a target
     std::function<bool(const DetectionResult&)> accepts = {}; // absent: every file
 };
 

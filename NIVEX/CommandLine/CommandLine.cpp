@@ -30,6 +30,7 @@ struct Dispatcher {
     ExitStatus operator()(const PlansArguments& arguments) const { return plans(session, arguments); }
     ExitStatus operator()(const ConvertArguments& arguments) const { return convert(session, arguments); }
     ExitStatus operator()(const OptimizeArguments& arguments) const { return optimize(session, arguments); }
+    ExitStatus operator()(const StripArguments& arguments) const { return strip(session, arguments); }
     ExitStatus operator()(const FormatsArguments& arguments) const { return formats(session, arguments); }
     ExitStatus operator()(const EnginesArguments& arguments) const { return engines(session, arguments); }
     ExitStatus operator()(const DoctorArguments& arguments) const { return doctor(session, arguments); }
@@ -51,6 +52,8 @@ bool isQuiet(const Invocation& invocation)
         return convert->run.quiet;
     if (const auto* optimize = std::get_if<OptimizeArguments>(&invocation))
         return optimize->run.quiet;
+    if (const auto* strip = std::get_if<StripArguments>(&invocation))
+        return strip->run.quiet;
     return false;
 }
 

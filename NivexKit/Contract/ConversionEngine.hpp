@@ -36,6 +36,10 @@ public:
     virtual ConversionLoss expectedLosses(const FileFormat& source, const SourceProperties& properties,
                                           const FileFormat& target, const ConversionOptions& options) const = 0;
 
+    /// True for a format of which it writes files anew without their position or all their metadata, as the metadata
+    /// policy of a request into the same format asks, and without touching what they show.
+    virtual bool removesMetadata(const FileFormat&) const { return false; }
+
     /// A time limit of the engine's own; none leaves it to the runner.
     virtual std::optional<std::chrono::seconds> timeout(const EngineRequest&) const { return std::nullopt; }
 

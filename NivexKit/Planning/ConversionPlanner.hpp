@@ -64,6 +64,10 @@ public:
     std::optional<ConversionPlan> optimizationPlan(const DetectionResult& detection,
                                                    const ConversionOptions& options = {}) const;
 
+    /// Taking the position or all metadata out of a file that stays the same otherwise, where an engine does that. The
+    /// engine need not be available.
+    std::optional<ConversionPlan> removalPlan(const DetectionResult& detection) const;
+
 private:
     /// An edge of the graph with what its strings stand for; null formats are unknown to the registry.
     struct ResolvedEdge {

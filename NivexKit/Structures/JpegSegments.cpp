@@ -85,29 +85,30 @@ std::optional<JpegSegment> JpegSegments::next()
     return std::nullopt;
 }
 
-std::optional<std::uint64_t> jpegPictureEnd(const ByteSource& file)
+bool JpegSegments::passScan()
 {
-    JpegSegments segments{file};
-    while (segments.next()) {
-    }
-    std::uint64_t position = segments.position();
+    const auto marker = markerAt(file_, position_);
+    if (!marker || marker->code != startOfScan || !marker->payload)
+        return false;
+    position_ = scanEnd(file_, position_ + 4 + *marker->payload);
+    return true;
+}
+
+std::optional<std::uint64_t> JpegSegments::pictureEnd() const
+{
+    const auto marker = markerAt(file_, position_);
+    return marker && marker->code == endOfImage ? std::optional{position_ + 2} : std::nullopt;
+}
+
+std::optional<std::uint64_t> jpegPictureEnd(const ByteSource& file, std::uint64_t start)
+{
+    JpegSegments segments{file, start};
     bool hasScan = false;
-    while (const auto marker = markerAt(file, position)) {
-        if (marker->code == endOfImage)
-            return hasScan ? std::optional{position + 2} : std::nullopt;
-        if (marker->code == 0xFF || standsAlone(marker->code)) {
-            position += marker->code == 0xFF ? 1U : 2U;
-            continue;
+    do
+        while (segments.next()) { // tables, also between scans
         }
-        if (!marker->payload)
-            return std::nullopt;
-        position += 4 + *marker->payload; // of tables between scans, or of a scan's header
-        if (marker->code == startOfScan) {
-            hasScan = true;
-            position = scanEnd(file, position);
-        }
-    }
-    return std::nullopt;
+    while (segments.passScan() && (hasScan = true));
+    return hasScan ? segments.pictureEnd() : std::nullopt;
 }
 
 } // namespace nivex

@@ -30,14 +30,21 @@ public:
     /// Where the next segment, or what ended the walk, begins.
     std::uint64_t position() const { return position_; }
 
+    /// Steps over the scan that ended the walk, its header and its data: more segments may follow. It reads all of the
+    /// scan. False where something else ended the walk.
+    bool passScan();
+
+    /// Where the picture ends, behind the mark that ended the walk; none where something else ended it.
+    std::optional<std::uint64_t> pictureEnd() const;
+
 private:
     const ByteSource& file_;
     std::uint64_t position_;
     int left_ = 100'000;
 };
 
-/// Where the picture ends, behind its last marker; what follows is no part of it. None where that marker is missing or
-/// there is no scan. It reads all of the picture.
-std::optional<std::uint64_t> jpegPictureEnd(const ByteSource& file);
+/// Where the picture that begins at `start` ends, behind its last marker; what follows is no part of it. None where
+/// that marker is missing or there is no scan. It reads all of the picture.
+std::optional<std::uint64_t> jpegPictureEnd(const ByteSource& file, std::uint64_t start = 0);
 
 } // namespace nivex

@@ -6,9 +6,11 @@
 #include "NivexWorkers/Image/PassingThrough.hpp"
 #include "NivexWorkers/Image/Pixels/Adaptation.hpp"
 #include "NivexWorkers/Image/Reading.hpp"
+#include "NivexWorkers/Image/Removal/Removal.hpp"
 #include "NivexWorkers/Image/Writing.hpp"
 
 #include "NivexKit/Contract/OutputBudget.hpp"
+#include "NivexKit/Engines/Image/PictureLosses.hpp"
 #include "NivexKit/Foundation/Files/OutputFile.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
 
@@ -78,6 +80,10 @@ void produce(const Codec& source, const WrittenPictures& target, const EngineReq
 
 std::vector<fs::path> convertPicture(const EngineRequest& request, const ProgressCallback& progress)
 {
+    if (onlyLosesMetadata(request.sourceFormat, request.targetFormat, request.options)) {
+        removeMetadata(request);
+        return {request.outputLocation()};
+    }
     const WrittenPictures& target = writtenOf(request.targetFormat);
     const Codec& source = codec(request.sourceFormat.id.rawValue);
     if (!source.read || !codec(request.targetFormat.id.rawValue).write)

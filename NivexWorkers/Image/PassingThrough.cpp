@@ -4,6 +4,7 @@
 #include "NivexWorkers/Image/Codecs/Progress.hpp"
 #include "NivexWorkers/Image/Codecs/Vips/VipsFiles.hpp"
 #include "NivexWorkers/Image/Reading.hpp"
+#include "NivexWorkers/Image/Removal/Removal.hpp"
 
 #include <algorithm>
 #include <filesystem>
@@ -15,30 +16,47 @@ namespace {
 namespace fs = std::filesystem;
 using vips::VImage;
 
-/// True for a file that is only to become smaller, is small enough and is to be changed in no other way. Its quality
-/// is no reason to encode it again: that could only make it look worse.
-bool isAsAskedAlready(const Picture& picture, const EngineRequest& request)
+/// True where the pixels of a file are as asked, whatever is asked of its metadata.
+bool hasPixelsAsAsked(const Picture& picture, const EngineRequest& request)
 {
     const ConversionOptions& options = request.options;
-    if (request.sourceFormat.id != request.targetFormat.id || options.metadata != MetadataPolicy::keep ||
-        options.colorProfile != ColorProfilePolicy::preserve)
-        return false;
-    if (options.maxFileBytes && std::cmp_greater(fs::file_size(request.input), *options.maxFileBytes))
+    if (request.sourceFormat.id != request.targetFormat.id || options.colorProfile != ColorProfilePolicy::preserve)
         return false;
     return std::ranges::all_of(picture.frames, [&](const VImage& frame) {
         return !options.maxPixelDimension || std::max(frame.width(), frame.height()) <= *options.maxPixelDimension;
     });
 }
 
+/// The source, without the metadata that are to go.
+void copySource(const EngineRequest& request)
+{
+    if (request.options.metadata == MetadataPolicy::keep)
+        fs::copy_file(request.input, request.outputLocation());
+    else
+        removeMetadata(request);
+}
+
 } // namespace
 
 bool copiedAsItIs(const Picture& picture, const EngineRequest& request)
 {
-    if (!isAsAskedAlready(picture, request))
+    const MetadataPolicy policy = request.options.metadata;
+    const bool canHaveMetadataAsAsked =
+        policy == MetadataPolicy::keep || canRemoveMetadata(request.sourceFormat.id.rawValue);
+    if (!canHaveMetadataAsAsked || !hasPixelsAsAsked(picture, request))
+        return false;
+    const auto fits = [&request](const fs::path& file) {
+        const auto& most = request.options.maxFileBytes;
+        return !most || std::cmp_less_equal(fs::file_size(file), *most);
+    };
+    if (policy == MetadataPolicy::keep && !fits(request.input))
         return false;
     requireReadable(request);
-    fs::copy_file(request.input, request.outputLocation());
-    return true;
+    copySource(request);
+    if (fits(request.outputLocation()))
+        return true;
+    fs::remove(request.outputLocation());
+    return false;
 }
 
 std::optional<JpegSource> untouchedJpeg(const Picture& picture, const WrittenPictures& target,

@@ -9,16 +9,17 @@
 
 namespace nivex::image {
 
-// Files, or their data, that reach the output without being decoded and encoded again. All of them are decoded once,
-// for the sake of their damages alone.
+// Files, or their data, that reach the output without being decoded and encoded again.
 
-/// Copies the source to the output where it is only to become smaller, is small enough and is to be changed in no other
-/// way. Its quality is no reason to encode it again: that could only make it look worse. False where that is not so.
-/// Throws ConversionError, `unreadableSource` for a damaged file.
+/// Copies the source to the output, without the metadata that are to go, where it is only to become smaller, is small
+/// enough then, and its pixels are to be changed in no way. Its quality is no reason to encode it again: that could
+/// only make it look worse. It is decoded once, for the sake of its damages alone. False where that is not so. Throws
+/// ConversionError, `unreadableSource` for a damaged file.
 bool copiedAsItIs(const Picture& picture, const EngineRequest& request);
 
-/// The source itself where the target can show it as it is and nothing is asked that would change its data.
-/// `request.input` outlives it. Throws vips::VError for a damaged file.
+/// The source itself where the target can show it as it is and nothing is asked that would change its data. It is
+/// decoded once, for the sake of its damages alone. `request.input` outlives it. Throws vips::VError for a damaged
+/// file.
 std::optional<JpegSource> untouchedJpeg(const Picture& picture, const WrittenPictures& target,
                                         const EngineRequest& request, const ProgressCallback& progress);
 

@@ -1,5 +1,6 @@
 """Pictures under a target size, measured by other programs."""
 import re
+import shutil
 import unittest
 
 from nivex_case import NivexCase
@@ -66,8 +67,11 @@ class TargetSize(NivexCase):
         self.assertEqual(result.read_bytes(), source.read_bytes())
         smaller = self.shrunk(["optimize"], source, 1_000_000, "--max-dimension", "100")
         self.assertEqual(pixels(smaller), (100, 67))
-        bare = self.shrunk(["optimize"], source, 1_000_000, "--metadata", "removeAll")
-        self.assertNotEqual(bare.read_bytes(), source.read_bytes())
+        told = self.folder / f"dit{source.suffix}"
+        shutil.copy(source, told)
+        run("exiftool", "-overwrite_original", "-Comment=dit", told)
+        bare = self.shrunk(["optimize"], told, 1_000_000, "--metadata", "removeAll")
+        self.assertEqual(bare.read_bytes(), source.read_bytes(), "more than the metadata went")
 
     def test_conversions_keep_to_a_limit(self):
         png = self.photograph("dessin.png", size="900x600")

@@ -27,6 +27,7 @@ ExitStatus identify(Session& session, const IdentifyArguments& arguments);
 ExitStatus plans(Session& session, const PlansArguments& arguments);
 ExitStatus convert(Session& session, const ConvertArguments& arguments);
 ExitStatus optimize(Session& session, const OptimizeArguments& arguments);
+ExitStatus strip(Session& session, const StripArguments& arguments);
 ExitStatus formats(Session& session, const FormatsArguments& arguments);
 ExitStatus engines(Session& session, const EnginesArguments& arguments);
 ExitStatus doctor(Session& session, const DoctorArguments& arguments);

@@ -47,7 +47,8 @@ ExitStatus optimize(Session& session, const OptimizeArguments& arguments)
                              return std::move(*plan);
                          return NoPlan{
                              ConversionError::unsupported("ce format ne propose pas de poids cible"_fr).message()};
-                     }});
+                     },
+                     .whyLeftOut = "leur format ne propose pas de poids cible"_fr});
 }
 
 } // namespace nivex::commandline

@@ -64,9 +64,17 @@ NativeImageEngine::NativeImageEngine(const FormatRegistry& registry, std::shared
 ConversionLoss NativeImageEngine::expectedLosses(const FileFormat& source, const SourceProperties& properties,
                                                  const FileFormat& target, const ConversionOptions& options) const
 {
+    if (onlyLosesMetadata(source, target, options))
+        return {};
     const PictureFormat* row = pictureFormat(target.id.rawValue);
     return row && row->written ? lossesOfPictures(source, properties, *row, options)
                                : LossAnalysis::inherent(source, properties, target);
+}
+
+bool NativeImageEngine::removesMetadata(const FileFormat& format) const
+{
+    const PictureFormat* row = pictureFormat(format.id.rawValue);
+    return row && row->read && row->read->losesMetadataAlone;
 }
 
 std::set<FormatID> NativeImageEngine::pendingValidationSources(const FormatRegistry& registry)

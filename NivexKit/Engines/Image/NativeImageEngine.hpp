@@ -14,6 +14,7 @@ public:
 
     ConversionLoss expectedLosses(const FileFormat& source, const SourceProperties& properties,
                                   const FileFormat& target, const ConversionOptions& options) const override;
+    bool removesMetadata(const FileFormat& format) const override;
 
     /// The picture formats that the registry knows and that this engine does not read yet.
     static std::set<FormatID> pendingValidationSources(const FormatRegistry& registry);

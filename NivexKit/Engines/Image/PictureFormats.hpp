@@ -25,13 +25,14 @@ enum class KeptPictures {
 /// What a file of a format may hold when it is read, whoever wrote it, and the reader hands on.
 struct ReadPictures {
     KeptPictures pictures = KeptPictures::first;
-    bool mayMove = false;       // a sequence of frames may stand beside the pictures, with a duration; none is read
-    bool hasMetadata = false;   // Exif, XMP or IPTC
-    bool isExact = false;       // stored without loss, whoever wrote it
-    bool isFloating = false;    // always floating point, whatever its header tells
-    bool hidesAlpha = false;    // no header tells whether it is transparent
-    bool isMap = false;         // tells its place on the earth, which nothing that is written does
-    std::int64_t usualBits = 8; // of a component where nothing tells
+    bool mayMove = false;     // a sequence of frames may stand beside the pictures, with a duration; none is read
+    bool hasMetadata = false; // Exif, XMP or IPTC
+    bool losesMetadataAlone = false; // the work takes them out without touching a pixel
+    bool isExact = false;            // stored without loss, whoever wrote it
+    bool isFloating = false;         // always floating point, whatever its header tells
+    bool hidesAlpha = false;         // no header tells whether it is transparent
+    bool isMap = false;              // tells its place on the earth, which nothing that is written does
+    std::int64_t usualBits = 8;      // of a component where nothing tells
 };
 
 /// What a written file of a format holds, which the work adapts pictures to.

@@ -121,6 +121,14 @@ ReadPictures picturesRead(const FileFormat& format)
     return row && row->read ? *row->read : ReadPictures{};
 }
 
+bool onlyLosesMetadata(const FileFormat& source, const FileFormat& target, const ConversionOptions& options)
+{
+    ConversionOptions onlyMetadata;
+    onlyMetadata.metadata = options.metadata;
+    return source.id == target.id && options == onlyMetadata && options.metadata != MetadataPolicy::keep &&
+           picturesRead(source).losesMetadataAlone;
+}
+
 ConversionLoss lossesOfPictures(const FileFormat& format, const SourceProperties& properties,
                                 const PictureFormat& targetFormat, const ConversionOptions& options)
 {

@@ -16,6 +16,9 @@ ReadPictures picturesRead(const FileFormat& format);
 ConversionLoss lossesOfPictures(const FileFormat& source, const SourceProperties& properties,
                                 const PictureFormat& target, const ConversionOptions& options);
 
+/// Whether a file is to stay the same but for metadata that are to go, and its format lets them be taken out alone.
+bool onlyLosesMetadata(const FileFormat& source, const FileFormat& target, const ConversionOptions& options);
+
 /// What an edge may lose: what it loses of files that have all that such files can have, made as small as can be asked.
 ConversionLoss mostLossesOfPictures(const FileFormat& source, const PictureFormat& target);
 

@@ -27,6 +27,9 @@ void writeWebpMetadata(const std::filesystem::path& file, const Metadata& metada
 void writeTiffMetadata(const std::filesystem::path& file, const Metadata& metadata);
 void writeJpeg2000Metadata(const std::filesystem::path& file, const Metadata& metadata);
 
+/// The packet in a chunk of PNG.
+std::string pngXmpChunk(std::string_view packet);
+
 /// The most that one block of foreign metadata may hold in memory.
 constexpr std::size_t mostBlockBytes = 64 * 1024 * 1024;
 

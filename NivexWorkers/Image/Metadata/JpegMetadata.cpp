@@ -1,6 +1,7 @@
 // Metadata in the segments of JPEG: Exif 2.32 (4.7.2), Adobe's XMP "Storage in Files" (1.1.3) and Adobe's APP13.
 #include "NivexWorkers/Image/Metadata/Containers.hpp"
 #include "NivexWorkers/Image/Metadata/FileRewrite.hpp"
+#include "NivexWorkers/Image/Metadata/JpegBlocks.hpp"
 #include "NivexWorkers/Image/Metadata/XmpPacket.hpp"
 
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
@@ -15,12 +16,7 @@
 namespace nivex::image {
 namespace {
 
-using namespace std::string_view_literals;
-
-constexpr auto exifLead = "Exif\0\0"sv;
-constexpr auto xmpLead = "http://ns.adobe.com/xap/1.0/\0"sv;
-constexpr auto extensionLead = "http://ns.adobe.com/xmp/extension/\0"sv;
-constexpr auto photoshopLead = "Photoshop 3.0\0"sv;
+using namespace jpegblock;
 
 constexpr std::uint8_t app0 = 0xE0;
 constexpr std::uint8_t app1 = 0xE1;
@@ -30,21 +26,6 @@ constexpr std::size_t mostPayload = 65'533;
 std::vector<std::byte> payloadOf(const ByteSource& file, const JpegSegment& segment)
 {
     return file.read(segment.data(), segment.payload);
-}
-
-/// The kind of metadata that a segment holds: what its payload begins with; empty for none.
-std::string_view metadataLead(const ByteSource& file, const JpegSegment& segment)
-{
-    const auto leads = segment.marker == app1    ? std::vector{exifLead, xmpLead, extensionLead}
-                       : segment.marker == app13 ? std::vector{photoshopLead}
-                                                 : std::vector<std::string_view>{};
-    if (leads.empty())
-        return {};
-    const auto begin = file.read(segment.data(), std::min(segment.payload, extensionLead.size()));
-    for (const std::string_view lead : leads)
-        if (asText(begin).starts_with(lead))
-            return lead;
-    return {};
 }
 
 /// The parts of an extended packet, by where they belong in it.
@@ -70,13 +51,6 @@ std::string withExtension(const std::string& text, const std::map<std::string, P
     return packet->text();
 }
 
-std::string segment(std::uint8_t marker, std::string_view lead, std::string_view rest)
-{
-    ByteWriter writer{ByteOrder::big};
-    writer.u8(0xFF).u8(marker).u16(static_cast<std::uint16_t>(lead.size() + rest.size() + 2)).text(lead).text(rest);
-    return std::string{writer.view()};
-}
-
 std::string extensionSegments(std::string_view main, std::string_view extension)
 {
     std::string segments;
@@ -91,7 +65,7 @@ std::string extensionSegments(std::string_view main, std::string_view extension)
             .text(*identifier)
             .u32(static_cast<std::uint32_t>(extension.size()))
             .u32(static_cast<std::uint32_t>(offset));
-        segments += segment(app1, head.view(), extension.substr(offset, mostPart));
+        segments += jpegSegment(app1, head.view(), extension.substr(offset, mostPart));
     }
     return segments;
 }
@@ -100,11 +74,11 @@ std::string metadataSegments(const Metadata& metadata)
 {
     std::string segments;
     if (const auto exif = exifOfAtMost(mostPayload - exifLead.size(), metadata.exif); !exif.empty())
-        segments += segment(app1, exifLead, asText(exif));
+        segments += jpegSegment(app1, exifLead, asText(exif));
     if (!metadata.xmp.empty())
         if (const auto packet = XmpPacket::parse(metadata.xmp))
             if (const auto halves = packet->split(mostPayload - xmpLead.size())) {
-                segments += segment(app1, xmpLead, halves->main);
+                segments += jpegSegment(app1, xmpLead, halves->main);
                 segments += extensionSegments(halves->main, halves->extension);
             }
     if (!metadata.iptc.empty()) {
@@ -112,12 +86,33 @@ std::string metadataSegments(const Metadata& metadata)
         // A block may go on in the next segment.
         const std::size_t mostPart = mostPayload - photoshopLead.size();
         for (std::size_t offset = 0; offset < block.size(); offset += mostPart)
-            segments += segment(app13, photoshopLead, asText(block).substr(offset, mostPart));
+            segments += jpegSegment(app13, photoshopLead, asText(block).substr(offset, mostPart));
     }
     return segments;
 }
 
 } // namespace
+
+std::string_view jpegBlockLead(const ByteSource& file, const JpegSegment& segment)
+{
+    const auto leads = segment.marker == app1    ? std::vector{exifLead, xmpLead, extensionLead}
+                       : segment.marker == app13 ? std::vector{photoshopLead}
+                                                 : std::vector<std::string_view>{};
+    if (leads.empty())
+        return {};
+    const auto begin = file.read(segment.data(), std::min(segment.payload, extensionLead.size()));
+    for (const std::string_view lead : leads)
+        if (asText(begin).starts_with(lead))
+            return lead;
+    return {};
+}
+
+std::string jpegSegment(std::uint8_t marker, std::string_view lead, std::string_view rest)
+{
+    ByteWriter writer{ByteOrder::big};
+    writer.u8(0xFF).u8(marker).u16(static_cast<std::uint16_t>(lead.size() + rest.size() + 2)).text(lead).text(rest);
+    return std::string{writer.view()};
+}
 
 Metadata readJpegMetadata(const ByteSource& file)
 {
@@ -127,7 +122,7 @@ Metadata readJpegMetadata(const ByteSource& file)
     std::vector<std::byte> resources;
     JpegSegments segments{file};
     while (const auto segment = segments.next()) {
-        const std::string_view lead = metadataLead(file, *segment);
+        const std::string_view lead = jpegBlockLead(file, *segment);
         if (lead.empty())
             continue;
         const auto payload = payloadOf(file, *segment);
@@ -171,7 +166,7 @@ void writeJpegMetadata(const std::filesystem::path& path, const Metadata& metada
     file.copy(0, begin);
     file.write(metadataSegments(metadata));
     for (; next; next = segments.next())
-        if (metadataLead(file.old(), *next).empty())
+        if (jpegBlockLead(file.old(), *next).empty())
             file.copy(next->offset, next->end() - next->offset);
     file.copyRest(segments.position());
     file.commit();

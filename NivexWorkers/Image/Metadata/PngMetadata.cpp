@@ -168,6 +168,12 @@ Metadata readPngMetadata(const ByteSource& file)
     return metadata;
 }
 
+std::string pngXmpChunk(std::string_view packet)
+{
+    constexpr std::size_t emptyFields = 5; // ends of texts, and not compressed
+    return pngChunk("iTXt", std::string{xmpKeyword}.append(emptyFields, '\0').append(packet));
+}
+
 void writePngMetadata(const std::filesystem::path& path, const Metadata& metadata)
 {
     FileRewrite file{path};
@@ -179,7 +185,7 @@ void writePngMetadata(const std::filesystem::path& path, const Metadata& metadat
             if (!metadata.exif.empty())
                 file.write(pngChunk("eXIf", asText(metadata.exif)));
             if (!metadata.xmp.empty())
-                file.write(pngChunk("iTXt", std::string{xmpKeyword} + std::string(5, '\0') + metadata.xmp));
+                file.write(pngXmpChunk(metadata.xmp));
             file.copyRest(next->offset);
             return file.commit();
         }

@@ -108,11 +108,7 @@ void remove(xmlNode* node)
 bool isPosition(const xmlNode* node)
 {
     const Name name = nameOf(node);
-    if (name.space == geo)
-        return true;
-    const std::string local = asciiLowercased(name.local);
-    return local.starts_with("gps") || local.ends_with("latitude") || local.ends_with("longitude") ||
-           local.ends_with("longtitude") || local.ends_with("altitude");
+    return name.space == geo || namesPosition(name.local);
 }
 
 /// The parser bounds the depth of elements, and with it this recursion.
@@ -222,6 +218,13 @@ std::string_view trimmed(std::string_view text)
 }
 
 } // namespace
+
+bool namesPosition(std::string_view property)
+{
+    const std::string name = asciiLowercased(property);
+    return name.starts_with("gps") || name.ends_with("latitude") || name.ends_with("longitude") ||
+           name.ends_with("longtitude") || name.ends_with("altitude");
+}
 
 void XmpPacket::Free::operator()(_xmlDoc* document) const { xmlFreeDoc(document); }
 

@@ -10,6 +10,9 @@ struct _xmlDoc;
 
 namespace nivex::image {
 
+/// True for the name of a coordinate, without its namespace: "GPSLatitude", "FlightAltitude".
+bool namesPosition(std::string_view property);
+
 /// An XMP packet (ISO 16684-1) as a tree of XML, so that whatever is not asked to change stays word for word.
 class XmpPacket {
 public:
