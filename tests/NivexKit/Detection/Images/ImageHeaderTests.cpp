@@ -125,8 +125,9 @@ Bytes reference(std::string_view type, int from, const std::vector<int>& to)
     return box(type, ids);
 }
 
-/// A grid (1) of two tiles (2, 3) with an alpha plane (4), a thumbnail (5) and a second image (6).
-Bytes heif()
+/// A grid (1) of two tiles (2, 3) with an alpha plane (4), a thumbnail (5) and a second image (6). `depth` is the type
+/// of the box that states it.
+Bytes heif(std::string_view depth = "pixi")
 {
     const Bytes items = joined({itemInfo(1, "grid", 0), itemInfo(2, "hvc1", 1), itemInfo(3, "hvc1", 0),
                                 itemInfo(4, "hvc1", 0), itemInfo(5, "hvc1", 0), itemInfo(6, "hvc1", 0)});
@@ -135,7 +136,7 @@ Bytes heif()
     const Bytes properties =
         joined({box("ispe", joined({big(0), big(512), big(512)})), box("ispe", joined({big(0), big(1000), big(600)})),
                 box("auxC", joined({big(0), textBytes("urn:mpeg:mpegB:cicp:systems:auxiliary:alpha"), bytes("00")})),
-                box("pixi", bytes("00 00 00 00 03 0A 0A 0A"))});
+                box(depth, bytes("00 00 00 00 03 0A 0A 0A"))});
     const Bytes associations =
         joined({big(0), big(3), bytes("00 01 02 82 04"), bytes("00 02 01 81"), bytes("00 04 02 01 03")});
     const Bytes meta =
@@ -380,6 +381,15 @@ TEST(ImageHeader, ReadsLayersAndItems)
           .hasAlpha = true,
           .imageCount = 2,
           .bitsPerComponent = 10,
+          .isFloatingPoint = false,
+          .hasLocation = false}},
+        {"a depth that nothing states",
+         "heic",
+         heif("free"),
+         {.pixelWidth = 1000,
+          .pixelHeight = 600,
+          .hasAlpha = true,
+          .imageCount = 2,
           .isFloatingPoint = false,
           .hasLocation = false}},
         {"a sequence beside stills has a duration",
