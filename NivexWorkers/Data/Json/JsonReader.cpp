@@ -6,6 +6,7 @@
 
 #include "NivexKit/Foundation/Text/Unicode.hpp"
 
+#include <rapidjson/error/en.h>
 #include <rapidjson/reader.h>
 
 #include <algorithm>
@@ -203,11 +204,11 @@ void readJson(const Input& input, TreeEvents& events)
             throw ConversionError::resourceLimit(
                 filled("nombre démesuré à la ligne {}"_fr, {std::to_string(characters.line())}));
         if (result.IsError())
-            throw invalidAtLine("JSON", characters.line());
+            throw invalidAtLine("JSON", characters.line()).because(rapidjson::GetParseError_En(result.Code()));
         characters.skipSpace();
     } while (isSequence && !characters.isAtEnd());
     if (!characters.isAtEnd())
-        throw invalidAtLine("JSON", characters.line());
+        throw invalidAtLine("JSON", characters.line()).because("something follows the value");
     if (isSequence)
         events.endArray();
 }
