@@ -153,8 +153,8 @@ private:
     /// Members that were merged come last, but for those that the object has itself.
     void endObject()
     {
-        Level& level = levels_.back();
-        const Recording merged = std::move(level.merged);
+        const std::size_t own = levels_.size() - 1; // levels inside come and go
+        const Recording merged = std::move(levels_[own].merged);
         std::size_t depth = 0;
         std::size_t lists = 0; // a list of mappings is merged one after the other
         bool isMember = false;
@@ -187,9 +187,10 @@ private:
             if (depth == inside && isKey) {
                 if (event.kind != Event::Kind::scalar)
                     throw ConversionError::unreadableSource("une clé YAML est une liste ou un objet"_fr);
-                isMember = level.names.insert(event.text).second;
+                isMember = levels_[own].names.insert(event.text).second;
                 if (isMember)
                     events_.key(event.text);
+                levels_[own].wantsKey = false;
                 isKey = false;
                 continue;
             }
@@ -198,29 +199,9 @@ private:
             if (depth == inside)
                 isKey = true;
             if (isMember)
-                forward(event);
+                pass(event);
         }
         events_.endObject();
-    }
-
-    void forward(const Event& event)
-    {
-        switch (event.kind) {
-        case Event::Kind::beginObject:
-            events_.beginObject();
-            return;
-        case Event::Kind::endObject:
-            events_.endObject();
-            return;
-        case Event::Kind::beginArray:
-            events_.beginArray();
-            return;
-        case Event::Kind::endArray:
-            events_.endArray();
-            return;
-        default:
-            events_.scalar({event.type, event.text});
-        }
     }
 
     TreeEvents& events_;

@@ -38,6 +38,9 @@ TEST(Yaml, IsReadByTheCoreSchema)
         {"aliases", "yaml", "csv", "a: &x {b: &y 1}\nc: *x\nd: *y\n", "a.b,c.b,d\r\n1,1,1\r\n"},
         {"merged members give way to an object's own", "yaml", "csv", "- &x {a: 1, b: [2]}\n- {<<: *x, a: 3, c: 4}\n- {<<: [{a: 5}, *x]}\n",
          "a,b,c\r\n1,[2],\r\n3,[2],4\r\n5,[2],\r\n"},
+        {"merged members that hold objects", "yaml", "json", "- &x {a: [{b: 1}], c: {<<: {d: 2}}}\n- {<<: *x}\n",
+         "[\n  {\n    \"a\": [\n      {\n        \"b\": 1\n      }\n    ],\n    \"c\": {\n      \"d\": 2\n    }\n  },\n"
+         "  {\n    \"a\": [\n      {\n        \"b\": 1\n      }\n    ],\n    \"c\": {\n      \"d\": 2\n    }\n  }\n]\n"},
         {"an anchor that is used again later means the last", "yaml", "csv", "- &x 1\n- &x 2\n- *x\n", "valeur\r\n1\r\n2\r\n2\r\n"},
         {"several documents", "yaml", "csv", "---\na: 1\n---\na: 2\n...\n", "a\r\n1\r\n2\r\n"},
         {"a mark inside a text is no document", "yaml", "csv", "---\na: 'x\n\n  ---'\n", "a\r\n\"x\n---\"\r\n"},
