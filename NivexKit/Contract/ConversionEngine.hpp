@@ -46,8 +46,19 @@ public:
     /// What `convert` may hand back for a request; more is refused.
     virtual ExpectedOutputs expectedOutputs(const EngineRequest&) const { return {}; }
 
-    /// Converts one file, blocking. Returns what it wrote, at least one file, all below the working directory.
-    /// Throws ConversionError; `cancelled` soon after the flag is set where the edge supports cancellation.
+    /// The other files that a file refers to by name, as paths from the folder of that file ("textures/wood.png"): what
+    /// is found of them below the source's folder is open to `convert` as its companions. Asked of the input and then
+    /// of each companion, which may refer to more.
+    ///
+    /// This reads foreign bytes in the program itself, so it goes no further than a bounded walk over the structure,
+    /// and never throws: what cannot be read refers to nothing.
+    virtual std::vector<std::filesystem::path> references(const EngineRequest&, const std::filesystem::path&) const
+    {
+        return {};
+    }
+
+    /// Converts one file, or joins several, blocking. Returns what it wrote, at least one file, all below the working
+    /// directory. Throws ConversionError; `cancelled` soon after the flag is set where the edge supports cancellation.
     virtual std::vector<std::filesystem::path> convert(const EngineRequest& request, const ProgressCallback& progress,
                                                        const CancellationFlag& cancellation) const = 0;
 };

@@ -16,6 +16,7 @@ struct EngineCapability {
     bool supportsCancellation = false; // the engine polls the cancellation flag
     bool isTerminal = false;           // no further step may follow
     ConversionOptionKinds refused;     // with these the work fails rather than going without
+    bool joins = false;                // from a format to itself: makes one file of several, in their order
 
     bool operator==(const EngineCapability&) const = default;
 };

@@ -40,7 +40,7 @@ struct std::hash<nivex::EngineCapability> {
     std::size_t operator()(const nivex::EngineCapability& each) const
     {
         return nivex::combinedHash(each.source, each.target, each.potentialLosses, each.options, each.reportsProgress,
-                                   each.supportsCancellation, each.isTerminal, each.refused);
+                                   each.supportsCancellation, each.isTerminal, each.refused, each.joins);
     }
 };
 

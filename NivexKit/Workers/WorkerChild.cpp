@@ -51,8 +51,11 @@ WorkerResult WorkerChild::run(const WorkerRequest& request, const ProgressCallba
                               const CancellationFlag& cancellation, std::optional<std::chrono::milliseconds> timeLimit)
 {
     const auto deadline = timeLimit ? Clock::now() + *timeLimit : Clock::time_point::max();
-    send(written(request));
     try {
+        const std::string line = written(request);
+        if (line.size() > MessageLines::maxLineBytes)
+            throw ConversionError::resourceLimit("trop de fichiers à la fois"_fr);
+        send(line);
         for (MessageLines lines;;) {
             cancellation.check();
             if (Clock::now() >= deadline)

@@ -119,6 +119,38 @@ SourceProperties measured(const MessageFields& fields)
     return propertiesOf(fields, [](std::string_view text) { return std::string{text}; });
 }
 
+JsonValue toJson(const FurtherInput& input)
+{
+    return JsonObject{
+        {"location", escapedPath(input.location.native())},
+        {"format", input.format.rawValue},
+        {"properties", toJson(input.properties)},
+    };
+}
+
+FurtherInput furtherInput(const MessageFields& fields)
+{
+    return {.location = unescapedPath(fields.text("location")),
+            .format = fields.text("format"),
+            .properties = measured(fields.object("properties"))};
+}
+
+JsonArray furtherInputs(const EngineRequest& work)
+{
+    JsonArray result;
+    for (const FurtherInput& each : work.furtherInputs)
+        result.push_back(toJson(each));
+    return result;
+}
+
+JsonArray companions(const EngineRequest& work)
+{
+    JsonArray result;
+    for (const std::filesystem::path& each : work.companions)
+        result.push_back(escapedPath(each.native()));
+    return result;
+}
+
 ConversionOptions conversionOptions(const JsonValue& value)
 {
     try {
@@ -145,6 +177,8 @@ std::string written(const WorkerRequest& request)
         {"target", toJson(request.work.targetFormat)},
         {"options", toJson(request.work.options)},
         {"properties", toJson(request.work.properties)},
+        {"furtherInputs", furtherInputs(request.work)},
+        {"companions", companions(request.work)},
         {"page", request.page},
         {"language", storedName(request.language)},
         {"limits", limits},
@@ -168,6 +202,10 @@ WorkerRequest readWorkerRequest(std::string_view line)
     request.work.targetFormat = fileFormat(fields.object("target"));
     request.work.options = conversionOptions(fields.value("options"));
     request.work.properties = measured(fields.object("properties"));
+    for (const JsonValue& each : fields.array("furtherInputs"))
+        request.work.furtherInputs.push_back(furtherInput(MessageFields{each}));
+    for (const std::string& each : texts(fields.array("companions")))
+        request.work.companions.emplace_back(unescapedPath(each));
     request.page = fields.integer("page");
     request.language = language(fields.text("language"));
     for (const MessageFields limits = fields.object("limits"); const LimitRow& row : limitRows)

@@ -96,14 +96,22 @@ int spokenLandlockVersion(const Handlers& handlers)
     return std::min(landlockVersion(), handlers.maxLandlockVersion.value_or(landlockVersion()));
 }
 
+OpenedPlaces placesOf(const EngineRequest& work)
+{
+    OpenedPlaces places{.companions = work.companions, .writable = work.workingDirectory};
+    if (!work.input.empty())
+        places.inputs.push_back(work.input);
+    for (const FurtherInput& each : work.furtherInputs)
+        places.inputs.push_back(each.location);
+    return places;
+}
+
 SandboxPosture enter(const WorkerRequest& request, const Handlers& handlers, SandboxLayerState endsWithParent)
 {
     SandboxPosture posture;
     posture.layers.push_back(std::move(endsWithParent));
-    const SandboxPolicy policy{.readable = request.work.input,
-                               .writable = request.work.workingDirectory,
-                               .limits = request.limits,
-                               .landlockVersion = spokenLandlockVersion(handlers)};
+    const SandboxPolicy policy{
+        .places = placesOf(request.work), .limits = request.limits, .landlockVersion = spokenLandlockVersion(handlers)};
     for (SandboxLayerState& state : enterSandbox(policy))
         posture.layers.push_back(std::move(state));
     return posture;

@@ -17,7 +17,7 @@ constexpr int wrongArguments = 2;
 
 int explain(const std::string& what)
 {
-    std::fprintf(stderr, "%s\nusage: %s ENGINE INPUT SOURCE-FORMAT TARGET-FORMAT FOLDER [OPTIONS-AS-JSON]\n",
+    std::fprintf(stderr, "%s\nusage: %s ENGINE INPUT SOURCE-FORMAT TARGET-FORMAT FOLDER [OPTIONS-AS-JSON [COMPANION...]]\n",
                  what.c_str(), byHandWord);
     return wrongArguments;
 }
@@ -44,8 +44,8 @@ int jobByHand(const std::vector<std::string>& arguments, const Handlers& handler
 {
     if (!handlers.convert)
         return explain("This program converts nothing.");
-    if (arguments.size() < 5 || arguments.size() > 6)
-        return explain("Five or six arguments are needed.");
+    if (arguments.size() < 5)
+        return explain("At least five arguments are needed.");
     const FormatRegistry& registry = FormatRegistry::standard();
     const auto source = registry.format(arguments[2]);
     const auto target = registry.format(arguments[3]);
@@ -59,11 +59,13 @@ int jobByHand(const std::vector<std::string>& arguments, const Handlers& handler
     request.sourceFormat = *source;
     request.targetFormat = *target;
     try {
-        if (arguments.size() == 6)
+        if (arguments.size() > 5)
             request.options = conversionOptionsFromJson(parseJson(arguments[5]));
     } catch (const JsonError& error) {
         return explain(error.what());
     }
+    for (std::size_t i = 6; i < arguments.size(); ++i)
+        request.companions.emplace_back(arguments[i]);
     if (handlers.warmUp)
         handlers.warmUp();
     return work(EngineID{arguments[0]}, request, handlers);

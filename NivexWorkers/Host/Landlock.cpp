@@ -1,6 +1,7 @@
 #include "NivexWorkers/Host/Landlock.hpp"
 
 #include "NivexKit/Foundation/Files/FileDescriptor.hpp"
+#include "NivexKit/Foundation/Files/OpenFolder.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <fcntl.h>
@@ -113,7 +114,11 @@ public:
     /// Allows `rights` on a file or below a folder. False when that fails, also because it is not there.
     bool allow(const fs::path& place, std::uint64_t rights)
     {
-        const FileDescriptor opened{::open(place.c_str(), O_PATH | O_CLOEXEC)};
+        return allow(FileDescriptor{::open(place.c_str(), O_PATH | O_CLOEXEC)}, rights);
+    }
+
+    bool allow(const FileDescriptor& opened, std::uint64_t rights)
+    {
         struct stat status {};
         if (!opened.isOpen() || ::fstat(opened.get(), &status) != 0)
             return false;
@@ -141,25 +146,36 @@ void allowSystemPlaces(Ruleset& rules)
             rules.allow(fs::path{home} / folder, readRights);
 }
 
+void allowCompanions(Ruleset& rules, const OpenedPlaces& places)
+{
+    if (places.companions.empty() || places.inputs.empty())
+        return;
+    const auto folder = OpenFolder::open(places.inputs.front().parent_path());
+    for (const fs::path& each : places.companions)
+        if (folder)
+            rules.allow(folder->openBelow(each, O_PATH), LANDLOCK_ACCESS_FS_READ_FILE);
+}
+
 /// Why the process could not be restricted; none when it is.
-std::string restrictionFailure(int version, const fs::path& readable, const fs::path& writable)
+std::string restrictionFailure(int version, const OpenedPlaces& places)
 {
     if (version == 0)
         return "absent de ce noyau ou désactivé"_fr;
     Ruleset rules{version};
     allowSystemPlaces(rules);
-    if (!readable.empty())
-        rules.allow(readable, readRights); // an input that is gone is the work's to report
-    if (!writable.empty() && !rules.allow(writable, writeRights))
+    for (const fs::path& each : places.inputs)
+        rules.allow(each, readRights); // an input that is gone is the work's to report
+    allowCompanions(rules, places);
+    if (!places.writable.empty() && !rules.allow(places.writable, writeRights))
         return std::strerror(errno);
     return rules.restrictThisProcess() ? std::string{} : std::string{std::strerror(errno)};
 }
 
 } // namespace
 
-std::vector<SandboxLayerState> restrictFiles(int version, const fs::path& readable, const fs::path& writable)
+std::vector<SandboxLayerState> restrictFiles(int version, const OpenedPlaces& places)
 {
-    const std::string failure = restrictionFailure(version, readable, writable);
+    const std::string failure = restrictionFailure(version, places);
     const std::string name = "Landlock " + std::to_string(version);
     const auto state = [&](SandboxLayer layer, int needed) -> SandboxLayerState {
         if (!failure.empty())

@@ -1,7 +1,6 @@
 #include "NivexWorkers/Host/Sandbox.hpp"
 
 #include "NivexWorkers/Host/CallFilter.hpp"
-#include "NivexWorkers/Host/Landlock.hpp"
 #include "NivexWorkers/Host/Sanitizers.hpp"
 
 #include <linux/capability.h>
@@ -78,7 +77,7 @@ std::vector<SandboxLayerState> enterSandbox(const SandboxPolicy& policy)
     std::vector<SandboxLayerState> states;
     states.push_back(stateOf(SandboxLayer::noNewPrivileges, dropPrivileges()));
     states.push_back(stateOf(SandboxLayer::limits, setLimits(policy.limits)));
-    for (SandboxLayerState& state : restrictFiles(policy.landlockVersion, policy.readable, policy.writable))
+    for (SandboxLayerState& state : restrictFiles(policy.landlockVersion, policy.places))
         states.push_back(std::move(state));
     states.push_back(stateOf(SandboxLayer::calls, refuseCalls(policy.landlockVersion)));
     return states;

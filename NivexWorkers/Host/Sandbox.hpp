@@ -1,17 +1,17 @@
 #pragma once
 
+#include "NivexWorkers/Host/Landlock.hpp"
+
 #include "NivexKit/Workers/WorkerProtocol.hpp"
 
 #include <sys/types.h>
 
-#include <filesystem>
 #include <vector>
 
 namespace nivex::worker {
 
 struct SandboxPolicy {
-    std::filesystem::path readable; // the one input, a file or a folder; empty for none
-    std::filesystem::path writable; // the one folder to write in; empty for none
+    OpenedPlaces places;
     WorkerLimits limits;
     int landlockVersion = nivex::landlockVersion();
 };

@@ -159,6 +159,38 @@ TEST_P(Sandbox, LeavesWhatDecodersNeed)
     EXPECT_EQ(house.attempt("create elsewhere", house.workingDirectory / "more"), "done");
 }
 
+TEST_P(Sandbox, OpensTheCompanionsOfTheInputAndNothingElseOfItsFolder)
+{
+    house.folder.write("scene.bin", "buffer");
+    house.folder.write("maps/wood.png", "wood");
+    house.folder.write("maps/private.png", "private");
+    house.folder.write("scene.bin2", "neighbour");
+    fs::create_symlink(house.foreign, house.folder / "linked.bin");
+    house.folder.write("second/b.pdf", "second");
+    house.folder.write("second/c.pdf", "third");
+    const struct {
+        const char* attempt;
+        fs::path object;
+        std::string expected;
+    } cases[] = {
+        {"read elsewhere", "scene.bin", "done"},       {"read elsewhere", "maps/wood.png", "done"},
+        {"read elsewhere", "second/b.pdf", "done"},    {"read elsewhere", "scene.bin2", "EACCES"},
+        {"read elsewhere", "second/c.pdf", "EACCES"},  {"read elsewhere", "maps/private.png", "EACCES"},
+        {"read elsewhere", "linked.bin", "EACCES"},    {"read elsewhere", "foreign/secret", "EACCES"},
+        {"write elsewhere", "scene.bin", "EACCES"},    {"write elsewhere", "second/b.pdf", "EACCES"},
+        {"remove elsewhere", "scene.bin", "EACCES"},   {"list elsewhere", "scene.bin", "EACCES"},
+        {"list elsewhere", "maps/wood.png", "EACCES"},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(std::string{each.attempt} + " " + each.object.string());
+        WorkerCall call = house.call(each.attempt, house.folder.path() / each.object);
+        call.request.companions = {"scene.bin", "maps/wood.png", "linked.bin", "../foreign", "gone.bin"};
+        call.request.furtherInputs = {{house.folder / "second/b.pdf", "pdf", {}}};
+        EXPECT_EQ(house.attempt(call), each.expected);
+    }
+    EXPECT_EQ(contentsOf(house.folder / "scene.bin"), "buffer");
+}
+
 TEST_P(Sandbox, ChangesNoPermissionsAndTakesNoLockThoughItSaysSo)
 {
     for (const auto& [misdeed, file] : {std::pair{"permit input", house.input}, {"permit elsewhere", house.foreign}}) {

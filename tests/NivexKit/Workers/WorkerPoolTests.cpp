@@ -134,5 +134,14 @@ TEST(WorkerPool, GivesUpOnAProgramThatIsNoWorker)
     EXPECT_THROW(pool.describe("true"), ConversionError);
 }
 
+TEST(WorkerPool, RefusesMoreInputsThanAMessageHolds)
+{
+    HostileHouse house;
+    WorkerCall call = house.call("copy");
+    call.request.furtherInputs.assign(1'000, {std::filesystem::path{"/" + std::string(3'000, 'a')}, "pdf", {}});
+    EXPECT_EQ(house.failure(call), ConversionError::resourceLimit("trop de fichiers à la fois"));
+    EXPECT_TRUE(house.worksOn());
+}
+
 } // namespace
 } // namespace nivex::testing

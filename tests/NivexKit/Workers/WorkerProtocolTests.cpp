@@ -22,6 +22,8 @@ TEST(WorkerProtocol, CarriesARequestUnchanged)
     request.work.options.quality = 0.3;
     request.work.options.maxFileBytes = 1'000'000;
     request.work.properties = {.pixelWidth = 3, .hasAlpha = false, .durationSeconds = 1.5, .videoCodec = "h264"};
+    request.work.furtherInputs = {{"/b/\xE9.pdf", "pdf", {.pageCount = 4}}, {"/c.png", "png", {}}};
+    request.work.companions = {"maps/caf\xE9.png", "scene.mtl"};
     request.work.limits.maxImagePixels = 7;
     request.work.limits.stepTimeout = std::chrono::seconds{8};
     request.page = 12;
@@ -41,6 +43,8 @@ TEST(WorkerProtocol, CarriesARequestUnchanged)
     EXPECT_EQ(read.work.targetFormat, request.work.targetFormat);
     EXPECT_EQ(read.work.options, request.work.options);
     EXPECT_EQ(read.work.properties, request.work.properties);
+    EXPECT_EQ(read.work.furtherInputs, request.work.furtherInputs);
+    EXPECT_EQ(read.work.companions, request.work.companions);
     EXPECT_EQ(read.work.limits, request.work.limits);
     EXPECT_EQ(read.page, request.page);
     EXPECT_EQ(read.language, request.language);

@@ -34,9 +34,10 @@ WorkerCall HostileHouse::call(std::string misdeed, std::string object) const
 
 std::string HostileHouse::attempt(std::string misdeed, std::string object)
 {
-    const auto outputs = pool.convert(call(std::move(misdeed), std::move(object)), {}, {});
-    return contentsOf(outputs.at(0));
+    return attempt(call(std::move(misdeed), std::move(object)));
 }
+
+std::string HostileHouse::attempt(const WorkerCall& call) { return contentsOf(pool.convert(call, {}, {}).at(0)); }
 
 ConversionError HostileHouse::failure(const WorkerCall& call, const ProgressCallback& progress,
                                       const CancellationFlag& cancellation)

@@ -25,6 +25,7 @@ public:
 
     /// Asks for an attempt and returns what became of it: "done" or the name of the error.
     std::string attempt(std::string misdeed, std::string object = "result");
+    std::string attempt(const WorkerCall& call);
 
     /// Asks for a misdeed and returns the error that it ends in; fails the test when there is none.
     ConversionError failure(const WorkerCall& call, const ProgressCallback& progress = {},
