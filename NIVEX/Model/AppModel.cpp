@@ -54,8 +54,7 @@ HistoryStore& AppModel::history()
 ConversionQueue& AppModel::queue()
 {
     if (!queue_) {
-        queue_ = std::make_unique<ConversionQueue>(ConversionRunner{engines(), registry(), ResourceLimits::standard(),
-                                                                    EngineCatalog::budgetShrinker(workers())},
+        queue_ = std::make_unique<ConversionQueue>(ConversionRunner{engines(), registry(), ResourceLimits::standard()},
                                                    mainLoop_);
         queue_->onJobFinished = [this](const ConversionJob& job) {
             if (keepsHistory_)

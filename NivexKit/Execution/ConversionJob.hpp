@@ -5,16 +5,18 @@
 #include "NivexKit/Execution/ConversionOutcome.hpp"
 #include "NivexKit/Execution/OutputPlacement.hpp"
 #include "NivexKit/Foundation/Text/Uuid.hpp"
+#include "NivexKit/Planning/CombinationPlan.hpp"
 #include "NivexKit/Planning/ConversionPlan.hpp"
 
 #include <chrono>
 #include <optional>
 #include <string>
 #include <variant>
+#include <vector>
 
 namespace nivex {
 
-/// One file on its way to one target. The jobs of one call of the queue are a batch.
+/// One file, or several that are joined, on the way to one target. The jobs of one call of the queue are a batch.
 struct ConversionJob {
     struct Waiting {
         bool operator==(const Waiting&) const = default;
@@ -49,8 +51,9 @@ struct ConversionJob {
     OutputPlacement placement;
     State state;
     Time createdAt;
-    std::optional<Time> startedAt;  // set when a run begins
-    std::optional<Time> finishedAt; // set with a finished state
+    std::optional<Time> startedAt;         // set when a run begins
+    std::optional<Time> finishedAt;        // set with a finished state
+    std::vector<JoinedSource> others = {}; // joined with the source, behind it and in this order
 
     /// True for Succeeded, Failed and Cancelled, which never change again.
     bool isFinished() const

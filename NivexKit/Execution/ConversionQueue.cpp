@@ -21,7 +21,8 @@ struct ConversionQueue::Task {
                            .input = job.source.url,
                            .properties = job.source.properties,
                            .options = job.options,
-                           .placement = job.placement},
+                           .placement = job.placement,
+                           .others = job.others},
           queueIsAlive{std::move(queue)}
     {
     }
@@ -95,7 +96,8 @@ Uuid ConversionQueue::enqueue(std::vector<JobRequest> requests)
                                                   .plan = std::move(request.plan),
                                                   .options = std::move(request.options),
                                                   .placement = std::move(request.placement),
-                                                  .createdAt = now}));
+                                                  .createdAt = now,
+                                                  .others = std::move(request.others)}));
         index_.emplace(id, jobs_.back().get());
         waiting_.push_back(id);
         batch.members.push_back(id);

@@ -41,6 +41,7 @@ public:
         ConversionPlan plan;
         ConversionOptions options;
         OutputPlacement placement;
+        std::vector<JoinedSource> others = {}; // joined with the source, behind it and in this order
     };
 
     /// `maxConcurrentJobs` is the runner's limit when absent, and 1 when smaller. `mainLoop` must outlive the queue and

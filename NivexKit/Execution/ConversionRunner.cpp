@@ -13,7 +13,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <string>
 #include <system_error>
@@ -63,6 +62,13 @@ void checkSource(const fs::path& input)
         throw ConversionError::unreadableSource("le fichier n'existe plus"_fr);
 }
 
+void checkSources(const ConversionTask& task)
+{
+    checkSource(task.input);
+    for (const JoinedSource& each : task.others)
+        checkSource(each.source.url);
+}
+
 OpenFolder openDestination(const fs::path& folder)
 {
     auto opened = OpenFolder::open(folder);
@@ -73,6 +79,8 @@ OpenFolder openDestination(const fs::path& folder)
 
 std::string baseNameFor(const ConversionTask& task)
 {
+    if (!task.others.empty() && !task.placement.fileName)
+        return "Document combiné"_fr;
     const fs::path named = task.placement.fileName ? fs::path{*task.placement.fileName} : task.input;
     return OutputNaming::sanitizedBaseName(named.stem().native());
 }
@@ -133,21 +141,20 @@ struct RunEnd {
 
 } // namespace
 
-ConversionRunner::ConversionRunner(const EngineList& engines, const FormatRegistry& registry,
-                                   const ResourceLimits& limits, std::shared_ptr<const BudgetShrinker> shrinker)
-    : registry_{&registry}, limits_{limits}, shrinker_{std::move(shrinker)}
+ConversionRunner::ConversionRunner(EngineList engines, const FormatRegistry& registry, const ResourceLimits& limits)
+    : engineList_{std::move(engines)}, registry_{&registry}, limits_{limits}
 {
-    for (const auto& engine : engines)
+    for (const auto& engine : engineList_)
         engines_[engine->id()] = engine;
 }
 
 ConversionOutcome ConversionRunner::run(const ConversionTask& task, const ProgressCallback& progress,
                                         const std::stop_token& cancellation) const
 {
-    const auto& [plan, input, properties, options, placement] = task;
+    const auto& [plan, input, properties, options, placement, others] = task;
     checkTargetSize(plan, options);
     const fs::path folder = writableFolder(input, placement.destination);
-    checkSource(input);
+    checkSources(task);
     leftovers_->visit(folder);
     const OpenFolder opened = openDestination(folder);
     const RunEnd end{std::make_shared<TemporaryWorkspace>(TemporaryWorkspace::create(fs::absolute(folder))),
@@ -180,16 +187,25 @@ ConversionOutcome ConversionRunner::run(const ConversionTask& task, const Progre
 /// What the steps make, within the target size.
 std::vector<MadeFile> ConversionRunner::made(const StepRun& steps, const ConversionTask& task) const
 {
-    Files files = steps.run(task.plan.steps);
-    const auto maximum = task.options.maxFileBytes;
-    if (!maximum)
+    Files files = steps.run(task.plan, task.others);
+    if (!task.options.maxFileBytes)
         return files;
-    const bool exceeds =
-        std::ranges::any_of(files, [&](const MadeFile& each) { return size(each.location) > *maximum; });
-    if (exceeds && shrinker_ && task.plan.target.belongs(FormatFamily::image))
-        files = steps.shrink(shrinker_, files, task.plan.target);
-    OutputBudget::verify(locationsOf(files), *maximum);
+    files = shrunk(steps, task, std::move(files));
+    OutputBudget::verify(locationsOf(files), *task.options.maxFileBytes);
     return files;
+}
+
+/// By whoever makes files of the format smaller, unless the route ends with just that.
+std::vector<MadeFile> ConversionRunner::shrunk(const StepRun& steps, const ConversionTask& task, Files files) const
+{
+    const FileFormat& format = task.plan.target;
+    const Optimizer optimizer = optimizerOf(format.id, engineList_);
+    const auto isLastStep = [&] {
+        return !task.plan.joins && task.plan.steps.back() == PlannedStep{optimizer.engine->id(), format.id, format.id};
+    };
+    if (!optimizer.engine || isLastStep())
+        return files;
+    return steps.shrink(optimizer, std::move(files), format);
 }
 
 std::int64_t ConversionRunner::size(const fs::path& of)

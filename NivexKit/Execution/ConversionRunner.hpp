@@ -1,6 +1,5 @@
 #pragma once
 
-#include "NivexKit/Contract/BudgetShrinker.hpp"
 #include "NivexKit/Contract/ConversionEngine.hpp"
 #include "NivexKit/Execution/ConversionOutcome.hpp"
 #include "NivexKit/Execution/ConversionTask.hpp"
@@ -18,15 +17,16 @@
 
 namespace nivex {
 
-/// Carries out a plan for one file: every step by its engine in a private workspace, checks, and only at the end the
-/// move into the destination. A plain value; several runs may go on at once. The registry must outlive it.
+/// Carries out a plan for one file, or for several that are joined: every step by its engine in a private workspace,
+/// checks, and only at the end the move into the destination. A plain value; several runs may go on at once. The
+/// registry must outlive it.
 class ConversionRunner {
 public:
     using Engines = StepRun::Engines;
 
-    /// `shrinker` makes images that miss their target size smaller; without one they are only measured.
-    ConversionRunner(const EngineList& engines, const FormatRegistry& registry, const ResourceLimits& limits,
-                     std::shared_ptr<const BudgetShrinker> shrinker = {});
+    /// What misses its target size is made smaller by the optimizer of its format among the engines; where there is
+    /// none it is only measured.
+    ConversionRunner(EngineList engines, const FormatRegistry& registry, const ResourceLimits& limits);
 
     const ResourceLimits& limits() const { return limits_; }
 
@@ -43,12 +43,16 @@ public:
     static std::int64_t size(const std::filesystem::path& of);
 
 private:
-    std::vector<MadeFile> made(const StepRun& steps, const ConversionTask& task) const;
+    using Files = std::vector<MadeFile>;
 
-    Engines engines_;
+    Files made(const StepRun& steps, const ConversionTask& task) const;
+
+    Files shrunk(const StepRun& steps, const ConversionTask& task, Files files) const;
+
+    EngineList engineList_;
+    Engines engines_; // the same by their identifiers
     const FormatRegistry* registry_;
     ResourceLimits limits_;
-    std::shared_ptr<const BudgetShrinker> shrinker_;
     std::shared_ptr<LeftoverSweep> leftovers_ = std::make_shared<LeftoverSweep>();
     std::shared_ptr<NameNumbers> numbers_ = std::make_shared<NameNumbers>();
 };

@@ -21,7 +21,7 @@ struct std::hash<nivex::ConversionPlan> {
     std::size_t operator()(const nivex::ConversionPlan& plan) const
     {
         return nivex::combinedHash(plan.source.id, plan.steps, plan.losses, plan.options, plan.reportsProgress,
-                                   plan.refused);
+                                   plan.refused, plan.joins);
     }
 };
 

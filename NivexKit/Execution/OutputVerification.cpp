@@ -124,6 +124,8 @@ public:
     {
         const Entry entry = entryOf(output, workspace_);
         requireOther(entry, request_.input);
+        for (const FurtherInput& each : request_.furtherInputs)
+            requireOther(entry, each.location);
         const bool isFolder = S_ISDIR(entry.status.st_mode);
         if (!isFolder && !S_ISREG(entry.status.st_mode))
             throw refused("ce n'est ni un fichier ni un dossier"_fr);

@@ -1,14 +1,18 @@
 #include "NivexKit/Execution/StepRun.hpp"
 
 #include "NivexKit/Contract/LossAnalysis.hpp"
+#include "NivexKit/Execution/Companions.hpp"
 #include "NivexKit/Execution/OutputVerification.hpp"
+#include "NivexKit/Execution/Placing/OutputNaming.hpp"
 #include "NivexKit/Foundation/ConversionError.hpp"
 #include "NivexKit/Foundation/Running/WithTimeout.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <string>
+#include <system_error>
 #include <utility>
 
 namespace nivex {
@@ -29,6 +33,22 @@ std::vector<MadeFile> withoutCompanions(std::vector<MadeFile> files)
     return files;
 }
 
+bool isSmallEnough(const fs::path& file, std::int64_t maximumBytes)
+{
+    std::error_code failure;
+    const std::uintmax_t size = fs::file_size(file, failure);
+    return !failure && std::cmp_less_equal(size, maximumBytes);
+}
+
+/// The files have been made as asked: all that is left to ask for is their size.
+ConversionOptions onlySize(const ConversionOptions& asked)
+{
+    ConversionOptions options;
+    options.quality = asked.quality;
+    options.maxFileBytes = asked.maxFileBytes;
+    return options;
+}
+
 } // namespace
 
 std::optional<double> ProgressShare::of(std::optional<double> fraction) const
@@ -44,58 +64,95 @@ ProgressShare ProgressShare::part(std::size_t index, std::size_t count) const
     return {.begin = begin + static_cast<double>(index) * each, .width = each};
 }
 
-std::vector<MadeFile> StepRun::run(const std::vector<PlannedStep>& steps) const
+std::vector<MadeFile> StepRun::run(const ConversionPlan& plan, const std::vector<JoinedSource>& others) const
 {
-    Files files = {{.location = common_.input, .baseName = common_.baseName}};
-    SourceProperties properties = common_.properties;
-    for (std::size_t index = 0; index < steps.size(); ++index) {
-        checkCancellation(cancellation_);
-        EngineRequest request = common_;
-        request.workingDirectory = workspace_->subfolder("step-" + std::to_string(index));
-        request.sourceFormat = knownFormat(steps[index].source);
-        request.targetFormat = knownFormat(steps[index].target);
-        request.properties = properties;
-        properties = LossAnalysis::propagate(properties, request.sourceFormat, request.targetFormat);
-        files = runStep(steps[index], std::move(request), ProgressShare{}.part(index, steps.size()), files);
-    }
-    return files;
+    return plan.joins ? runJoin(plan.steps, others) : runRoute(common_, plan.steps, ProgressShare{}).files;
 }
 
-std::vector<MadeFile> StepRun::shrink(std::shared_ptr<const BudgetShrinker> shrinker,
-                                      const std::vector<MadeFile>& files, const FileFormat& format) const
+/// common  with the input, its properties and the base name of the results
+StepRun::Stage StepRun::runRoute(const EngineRequest& common, std::span<const PlannedStep> steps, ProgressShare share,
+                                 const std::string& folderPrefix) const
 {
-    EngineRequest request = common_;
-    request.input = files.front().location;
-    request.sourceFormat = request.targetFormat = format;
-    request.workingDirectory = workspace_->subfolder("final-image-budget");
-    std::vector<fs::path> locations;
-    for (const MadeFile& each : files)
-        locations.push_back(each.location);
-    const auto work = [shrinker, locations, request, workspace = workspace_](const CancellationFlag& cancellation) {
-        return shrinker->shrinkToBudget(locations, request, cancellation);
+    Stage stage{{{.location = common.input, .baseName = common.baseName}}, common.properties};
+    for (std::size_t index = 0; index < steps.size(); ++index) {
+        checkCancellation(cancellation_);
+        EngineRequest request = common;
+        request.workingDirectory = workspace_->subfolder(folderPrefix + "step-" + std::to_string(index));
+        request.sourceFormat = knownFormat(steps[index].source);
+        request.targetFormat = knownFormat(steps[index].target);
+        request.properties = stage.properties;
+        stage.properties = LossAnalysis::propagate(stage.properties, request.sourceFormat, request.targetFormat);
+        stage.files = runStep(steps[index], std::move(request), share.part(index, steps.size()), stage.files);
+    }
+    return stage;
+}
+
+std::vector<MadeFile> StepRun::runJoin(std::span<const PlannedStep> steps,
+                                       const std::vector<JoinedSource>& others) const
+{
+    const PlannedStep& join = steps.back();
+    const std::size_t parts = others.size() + 2; // a route for each source, and the join
+    std::vector<FurtherInput> inputs;
+    const auto add = [&](const Stage& stage) {
+        for (const MadeFile& each : withoutCompanions(stage.files)) {
+            inputs.push_back({each.location, join.source, stage.properties});
+            if (stage.files.size() > 1)
+                inputs.back().properties.pageCount = inputs.back().properties.imageCount = 1;
+        }
     };
-    const std::vector<fs::path> shrunk = withTimeout(request.limits.stepTimeout, cancellation_, work);
-    if (shrunk.size() != files.size())
-        throw ConversionError::encodingFailed("aucun fichier produit"_fr);
-    request.input = common_.input; // a file that was small enough comes back as it is
-    Files results = verifiedOutputs(shrunk, request, {.maxFiles = static_cast<std::int64_t>(files.size())},
-                                    workspace_->folder(), registry_);
-    for (std::size_t i = 0; i < results.size(); ++i)
-        results[i].baseName = files[i].baseName;
-    return results;
+    EngineRequest each = common_;
+    each.options.maxFileBytes.reset(); // the whole is to keep to it, not each part
+    add(runRoute(each, steps.first(steps.size() - 1), ProgressShare{}.part(0, parts)));
+    for (std::size_t i = 0; i < others.size(); ++i) {
+        const DetectionResult& source = others[i].source;
+        each.input = fs::absolute(source.url);
+        each.baseName = OutputNaming::sanitizedBaseName(source.url.stem().native());
+        each.properties = source.properties;
+        add(runRoute(each, others[i].route, ProgressShare{}.part(i + 1, parts),
+                     "source-" + std::to_string(i + 1) + "-"));
+    }
+
+    checkCancellation(cancellation_);
+    EngineRequest request = common_;
+    request.workingDirectory = workspace_->subfolder("step-" + std::to_string(steps.size() - 1));
+    request.sourceFormat = knownFormat(join.source);
+    request.targetFormat = knownFormat(join.target);
+    request.input = inputs.front().location;
+    request.properties = inputs.front().properties;
+    request.furtherInputs.assign(inputs.begin() + 1, inputs.end());
+    return convert(knownEngine(join.engine), std::move(request), ProgressShare{}.part(parts - 1, parts));
+}
+
+std::vector<MadeFile> StepRun::shrink(const Optimizer& optimizer, std::vector<MadeFile> files,
+                                      const FileFormat& format) const
+{
+    const std::string folder = workspace_->subfolder("final-image-budget").filename();
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        if (files[i].isCompanion || isSmallEnough(files[i].location, common_.options.maxFileBytes.value()))
+            continue;
+        checkCancellation(cancellation_);
+        EngineRequest request = common_;
+        request.input = files[i].location;
+        request.sourceFormat = request.targetFormat = format;
+        request.options = onlySize(common_.options);
+        request.properties = {}; // the settings have changed what was measured of the source
+        request.workingDirectory = workspace_->subfolder((fs::path{folder} / std::to_string(i)).native());
+        request.baseName = files[i].baseName;
+        const Files smaller = convert(optimizer.engine, std::move(request), ProgressShare{.begin = 1, .width = 0});
+        files[i].location = smaller.front().location;
+    }
+    return files;
 }
 
 std::vector<MadeFile> StepRun::runStep(const PlannedStep& step, EngineRequest request, ProgressShare share,
                                        const Files& inputs) const
 {
-    const auto engine = engines_.find(step.engine);
-    if (engine == engines_.end())
-        throw ConversionError::engineUnavailable(step.engine.rawValue);
+    const Engine& engine = knownEngine(step.engine);
     const Files converted = withoutCompanions(inputs);
     if (converted.size() != 1)
-        return convertEach(engine->second, request, share, converted);
+        return convertEach(engine, request, share, converted);
     request.input = converted.front().location;
-    return convert(engine->second, std::move(request), share);
+    return convert(engine, std::move(request), share);
 }
 
 /// A step that made several files (the pages of a document) hands on all of them.
@@ -123,11 +180,21 @@ std::vector<MadeFile> StepRun::convert(const Engine& engine, EngineRequest reque
     const auto limit = engine->timeout(request).value_or(request.limits.stepTimeout);
     const auto work = [engine, request, share, progress = progress_,
                        workspace = workspace_](const CancellationFlag& cancellation) {
+        EngineRequest whole = request;
+        whole.companions = companionsOf(request, *engine);
         return engine->convert(
-            request, [&](std::optional<double> fraction) { progress->report(share.of(fraction)); }, cancellation);
+            whole, [&](std::optional<double> fraction) { progress->report(share.of(fraction)); }, cancellation);
     };
     return verifiedOutputs(withTimeout(limit, cancellation_, work), request, engine->expectedOutputs(request),
                            workspace_->folder(), registry_);
+}
+
+const StepRun::Engine& StepRun::knownEngine(const EngineID& id) const
+{
+    const auto engine = engines_.find(id);
+    if (engine == engines_.end())
+        throw ConversionError::engineUnavailable(id.rawValue);
+    return engine->second;
 }
 
 FileFormat StepRun::knownFormat(const FormatID& id) const

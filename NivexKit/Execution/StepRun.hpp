@@ -1,17 +1,20 @@
 #pragma once
 
-#include "NivexKit/Contract/BudgetShrinker.hpp"
 #include "NivexKit/Contract/ConversionEngine.hpp"
+#include "NivexKit/Contract/Optimizers.hpp"
 #include "NivexKit/Execution/Placing/MadeFile.hpp"
 #include "NivexKit/Execution/ProgressGate.hpp"
 #include "NivexKit/Formats/FormatRegistry.hpp"
 #include "NivexKit/Foundation/Files/TemporaryWorkspace.hpp"
+#include "NivexKit/Planning/CombinationPlan.hpp"
 #include "NivexKit/Planning/ConversionPlan.hpp"
 
 #include <cstddef>
 #include <memory>
 #include <optional>
+#include <span>
 #include <stop_token>
+#include <string>
 #include <unordered_map>
 #include <vector>
 
@@ -43,16 +46,29 @@ public:
     }
 
     /// What the last step made, checked. Throws ConversionError.
-    std::vector<MadeFile> run(const std::vector<PlannedStep>& steps) const;
+    ///
+    /// others  what a plan that joins takes behind the input
+    std::vector<MadeFile> run(const ConversionPlan& plan, const std::vector<JoinedSource>& others) const;
 
-    /// The files made small enough for the target size that is asked for, under the same names. Throws ConversionError.
-    std::vector<MadeFile> shrink(std::shared_ptr<const BudgetShrinker> shrinker, const std::vector<MadeFile>& files,
+    /// The same files, those that exceed the target size that is asked for made smaller by an optimizer of their
+    /// format, each under its time limit. Throws ConversionError.
+    std::vector<MadeFile> shrink(const Optimizer& optimizer, std::vector<MadeFile> files,
                                  const FileFormat& format) const;
 
 private:
     using Engine = std::shared_ptr<const ConversionEngine>;
     using Files = std::vector<MadeFile>;
 
+    /// What a route has made so far, and what is known of it.
+    struct Stage {
+        Files files;
+        SourceProperties properties;
+    };
+
+    Stage runRoute(const EngineRequest& common, std::span<const PlannedStep> steps, ProgressShare share,
+                   const std::string& folderPrefix = {}) const;
+    Files runJoin(std::span<const PlannedStep> steps, const std::vector<JoinedSource>& others) const;
+    const Engine& knownEngine(const EngineID& id) const;
     Files runStep(const PlannedStep& step, EngineRequest request, ProgressShare share, const Files& inputs) const;
     Files convertEach(const Engine& engine, const EngineRequest& common, ProgressShare share,
                       const Files& inputs) const;

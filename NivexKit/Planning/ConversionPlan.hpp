@@ -28,6 +28,7 @@ struct ConversionPlan {
     ConversionOptionKinds options;  // union over the steps
     bool reportsProgress = false;   // every step reports progress
     ConversionOptionKinds refused;  // with these the conversion fails; union over the steps
+    bool joins = false;             // the last step makes one file of all that those before it made
 
     const FormatID& id() const { return target.id; }
     bool isDirect() const { return steps.size() == 1; }

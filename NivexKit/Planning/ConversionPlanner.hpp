@@ -3,6 +3,7 @@
 #include "NivexKit/Contract/ConversionEngine.hpp"
 #include "NivexKit/Detection/DetectionResult.hpp"
 #include "NivexKit/Formats/FormatRegistry.hpp"
+#include "NivexKit/Planning/CombinationPlan.hpp"
 #include "NivexKit/Planning/ConversionGraph.hpp"
 #include "NivexKit/Planning/ConversionPlan.hpp"
 
@@ -68,6 +69,14 @@ public:
     /// engine need not be available.
     std::optional<ConversionPlan> removalPlan(const DetectionResult& detection) const;
 
+    /// Whether several files can become one of that format.
+    bool joins(const FormatID& format) const;
+
+    /// How the files become one file of a format, in their order: each by its own route to that format, and all of
+    /// these joined. None where nothing joins files of the format, or where one of the files cannot become one.
+    std::optional<CombinationPlan> combinationPlan(std::span<const DetectionResult> sources, const FormatID& target,
+                                                   const ConversionOptions& options = {}) const;
+
 private:
     /// An edge of the graph with what its strings stand for; null formats are unknown to the registry.
     struct ResolvedEdge {
@@ -78,6 +87,8 @@ private:
 
     const ResolvedEdge& resolved(const ConversionGraph::Edge& edge) const { return edges_[graph_.indexOf(edge)]; }
     std::vector<ConversionGraph::Path> routes(const DetectionResult& file, const ConversionOptions& options) const;
+    std::optional<ConversionPlan> wayTo(const DetectionResult& source, const FormatID& joined,
+                                        const ConversionOptions& options) const;
     std::optional<ConversionPlan> makePlan(const DetectionResult& file, const ConversionGraph::Path& path,
                                            const ConversionOptions& options) const;
 

@@ -25,18 +25,21 @@ inline std::vector<std::string> namesIn(const std::filesystem::path& folder)
     return names;
 }
 
-/// A folder, one fake engine that knows every edge, and a runner of it.
+/// A folder, one fake engine that knows every edge, and a runner of it and what other engines a test adds.
 struct ConversionScene {
     TemporaryFolder folder;
     std::shared_ptr<FakeEngine> engine = fakeEngine("fake", {});
+    std::vector<std::shared_ptr<FakeEngine>> others = {}; // engines besides that one
 
     std::filesystem::path input() const { return folder.write("film.srt", "source"); }
 
-    ConversionRunner runner(std::shared_ptr<const BudgetShrinker> shrinker = {}) const
+    ConversionRunner runner() const
     {
         ResourceLimits limits;
         limits.stepTimeout = std::chrono::hours{1};
-        return {EngineList{engine}, FormatRegistry::standard(), limits, std::move(shrinker)};
+        EngineList engines{engine};
+        engines.insert(engines.end(), others.begin(), others.end());
+        return {std::move(engines), FormatRegistry::standard(), limits};
     }
 
     /// The route over these formats.
@@ -51,10 +54,9 @@ struct ConversionScene {
     }
 
     ConversionOutcome run(const ConversionPlan& plan, const std::filesystem::path& input,
-                          const ConversionOptions& options = {}, const ProgressCallback& progress = {},
-                          std::shared_ptr<const BudgetShrinker> shrinker = {}) const
+                          const ConversionOptions& options = {}, const ProgressCallback& progress = {}) const
     {
-        return runner(std::move(shrinker)).run({.plan = plan, .input = input, .options = options}, progress, {});
+        return runner().run({.plan = plan, .input = input, .options = options}, progress, {});
     }
 
     /// The error of a run; one that no test expects when there is none.

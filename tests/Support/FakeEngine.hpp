@@ -36,6 +36,8 @@ class FakeEngine : public ConversionEngine {
 public:
     using Losses = std::function<ConversionLoss(const FileFormat&, const SourceProperties&, const FileFormat&,
                                                 const ConversionOptions&)>;
+    using References =
+        std::function<std::vector<std::filesystem::path>(const EngineRequest&, const std::filesystem::path& file)>;
     using Work = std::function<std::vector<std::filesystem::path>(const EngineRequest&, const ProgressCallback&,
                                                                   const CancellationFlag&)>;
 
@@ -46,6 +48,7 @@ public:
     std::optional<std::chrono::seconds> timeLimit;
     ExpectedOutputs outputs;
     Losses losses;
+    References referred;
     Work work;
 
     EngineID id() const override { return id_; }
@@ -64,6 +67,12 @@ public:
             if (each.source == source.id && each.target == target.id)
                 return each.potentialLosses;
         return {};
+    }
+
+    std::vector<std::filesystem::path> references(const EngineRequest& request,
+                                                  const std::filesystem::path& file) const override
+    {
+        return referred ? referred(request, file) : std::vector<std::filesystem::path>{};
     }
 
     std::vector<std::filesystem::path> convert(const EngineRequest& request, const ProgressCallback& progress,

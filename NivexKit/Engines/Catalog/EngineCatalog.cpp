@@ -5,7 +5,6 @@
 #include "NivexKit/Engines/Image/NativeImageEngine.hpp"
 #include "NivexKit/Engines/Image/OptimizationEngine.hpp"
 #include "NivexKit/Engines/Image/PictureProbe.hpp"
-#include "NivexKit/Engines/Image/PictureShrinker.hpp"
 #include "NivexKit/Engines/InDesign/InDesignEngine.hpp"
 #include "NivexKit/Engines/Subtitle/SubtitleEngine.hpp"
 #include "NivexKit/Planning/ConversionGraph.hpp"
@@ -41,11 +40,6 @@ EngineList EngineCatalog::standard(const FormatRegistry& registry, const std::sh
         declared({.id = "native-3d", .displayName = "3D (FBX, glTF, USD, OBJ, STL, PLY)"_fr}),
     };
     // clang-format on
-}
-
-std::shared_ptr<const BudgetShrinker> EngineCatalog::budgetShrinker(const std::shared_ptr<WorkerPool>& pool)
-{
-    return std::make_shared<PictureShrinker>(pool);
 }
 
 SourceProbes EngineCatalog::deepProbes(const FormatRegistry& registry, const ResourceLimits& limits,

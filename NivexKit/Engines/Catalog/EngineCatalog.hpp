@@ -1,6 +1,5 @@
 #pragma once
 
-#include "NivexKit/Contract/BudgetShrinker.hpp"
 #include "NivexKit/Contract/ConversionEngine.hpp"
 #include "NivexKit/Detection/SourceProbe.hpp"
 #include "NivexKit/Formats/FormatRegistry.hpp"
@@ -17,9 +16,6 @@ struct EngineCatalog {
     /// All twelve in their fixed order, those that do not work on this machine among them. The order settles which of
     /// two equal routes is taken.
     static EngineList standard(const FormatRegistry& registry, const std::shared_ptr<WorkerPool>& pool);
-
-    /// What makes finished pictures keep to a target size.
-    static std::shared_ptr<const BudgetShrinker> budgetShrinker(const std::shared_ptr<WorkerPool>& pool);
 
     /// The decoders that complete what detection reads from headers. Starts nothing; the registry outlives the probes.
     static SourceProbes deepProbes(const FormatRegistry& registry, const ResourceLimits& limits,

@@ -138,6 +138,8 @@ void HistoryStore::record(const ConversionJob& job)
     entry.id = job.id;
     entry.date = job.finishedAt ? historyDate(*job.finishedAt) : clock_();
     entry.sourceName = shownPath(job.source.fileName());
+    if (!job.others.empty())
+        entry.sourceName += " + " + std::to_string(job.others.size());
     const fs::path sourcePath = fullPath(job.source.url);
     entry.sourcePath = shownPath(sourcePath);
     entry.sourcePathBytes = bytesBeside(sourcePath);

@@ -1,8 +1,6 @@
 #include "NivexKit/Detection/FileDetector.hpp"
 #include "NivexKit/Engines/Catalog/EngineCatalog.hpp"
 #include "NivexKit/Engines/Image/OptimizationEngine.hpp"
-#include "NivexKit/Engines/Image/PictureShrinker.hpp"
-#include "tests/Support/TemporaryFolder.hpp"
 
 namespace nivex::testing {
 namespace {
@@ -44,32 +42,6 @@ TEST(OptimizationEngine, losesWhatEncodingIntoTheFormatLoses)
     };
     EXPECT_EQ(losses("heic", {.imageCount = 2}), both);
     EXPECT_EQ(losses("avif", {.imageCount = 2}), both | ConversionLoss::pages);
-}
-
-TEST(PictureShrinker, asksOnlyForTheSizeOfFilesThatAreTooLarge)
-{
-    TemporaryFolder folder;
-    fs::create_directory(folder / "workers");
-    fs::create_symlink(fs::path{NIVEX_TEST_WORKERS_FOLDER} / "nivex-worker-hostile",
-                       folder / "workers/nivex-worker-image"); // which copies its input
-    const std::vector<fs::path> files = {folder.write("a/page.jpg", std::string(100, 'a')),
-                                         folder.write("b/page.jpg", "b"),
-                                         folder.write("c/page.jpg", std::string(200, 'c'))};
-    EngineRequest request;
-    request.sourceFormat = request.targetFormat = *registry().format("jpeg");
-    request.options.maxFileBytes = 99;
-    request.workingDirectory = folder / "work";
-    fs::create_directory(request.workingDirectory);
-
-    const auto results = PictureShrinker{poolOf(folder / "workers")}.shrinkToBudget(files, request, {});
-    ASSERT_EQ(results.size(), 3U);
-    EXPECT_EQ(results[1], files[1]) << "small enough, and yet encoded again";
-    EXPECT_EQ(contentsOf(results[0]), std::string(100, 'a'));
-    EXPECT_EQ(contentsOf(results[2]), std::string(200, 'c')) << "two files of one name";
-    for (const fs::path& result : {results[0], results[2]}) {
-        EXPECT_EQ(result.filename(), "page.jpg");
-        EXPECT_TRUE(result.native().starts_with(request.workingDirectory.native()));
-    }
 }
 
 TEST(EngineCatalog, detectsDeeplyWhatItsPictureEngineReads)

@@ -557,32 +557,99 @@ TEST(ConversionRunner, AbandonsAnEngineThatIsTooLateOrCancelled)
 
 std::string jpegOf(std::size_t bytes) { return "\xFF\xD8\xFF" + std::string(bytes - 3, 'x'); }
 
-struct Halving : BudgetShrinker {
-    Files shrinkToBudget(const Files& files, const EngineRequest& request, const CancellationFlag&) const override
-    {
-        EXPECT_EQ(request.workingDirectory.filename(), "final-image-budget");
-        return {written(request, files.front().filename(), jpegOf(500))};
-    }
-};
+/// An engine that halves files of a format within it.
+std::shared_ptr<testing::FakeEngine> halving(const FormatID& format)
+{
+    auto engine =
+        testing::fakeEngine("halving", {testing::edge(format, format, {}, {ConversionOptionKind::targetSize})});
+    engine->work = [](const EngineRequest& request, const ProgressCallback&, const CancellationFlag&) {
+        EXPECT_EQ(request.workingDirectory.parent_path().filename(), "final-image-budget");
+        EXPECT_EQ(request.options.maxPixelDimension, std::nullopt) << "what was done already is asked for again";
+        return Files{written(request, "smaller.jpg", jpegOf(fs::file_size(request.input) / 2))};
+    };
+    return engine;
+}
 
 TEST(ConversionRunner, KeepsToTheTargetSize)
 {
     ConversionScene scene;
+    scene.engine->outputs.maxFiles = 2;
     scene.engine->work = [](const EngineRequest& request, const ProgressCallback&, const CancellationFlag&) {
-        return Files{written(request, "picture.jpg", jpegOf(1000))};
+        return Files{written(request, "film-1.jpg", jpegOf(1000)), written(request, "film-2.jpg", jpegOf(400))};
     };
     const ConversionPlan plan = scene.plan({"png", "jpeg"});
-    ConversionOptions options;
-    for (const auto& [maximum, size] : {std::pair{1000, 1000}, {999, 500}, {500, 500}}) {
+    ConversionOptions options{.maxPixelDimension = 100};
+    const auto run = [&](std::int64_t maximum) {
         options.maxFileBytes = maximum;
-        EXPECT_EQ(scene.run(plan, scene.input(), options, {}, std::make_shared<Halving>()).totalBytes, size);
-    }
+        return scene.run(plan, scene.input(), options).totalBytes;
+    };
+    EXPECT_EQ(run(1000), 1400);
+    EXPECT_THROW(run(999), ConversionError) << "without an optimizer of the format it is only measured";
+    scene.others = {halving("heic")};
+    EXPECT_THROW(run(999), ConversionError) << "taken from another format";
+    scene.others = {halving("jpeg")};
+    EXPECT_EQ(run(999), 900) << "only what is too large is made smaller";
+    EXPECT_EQ(run(500), 900);
+    EXPECT_EQ(namesIn(scene.folder.path()).back(), "film.srt");
+    EXPECT_TRUE(fs::exists(scene.folder / "film 2-1.jpg")) << "a smaller file keeps its name";
     options.maxFileBytes = 499;
-    const auto tooLarge = ConversionError::encodingFailed(
-        "poids cible impossible avec ces réglages ; réduisez les dimensions ou augmentez la limite");
-    EXPECT_THROW(scene.run(plan, scene.input(), options, {}, std::make_shared<Halving>()), ConversionError);
-    options.maxFileBytes = 999;
-    EXPECT_EQ(scene.failure(plan, scene.input(), options), tooLarge) << "without a shrinker it is only measured";
+    EXPECT_EQ(scene.failure(plan, scene.input(), options),
+              ConversionError::encodingFailed("poids cible impossible avec ces réglages ; réduisez les dimensions ou "
+                                              "augmentez la limite"));
+}
+
+TEST(ConversionRunner, GivesShrinkingTheTimeOfItsOwnEngine)
+{
+    ConversionScene scene;
+    scene.engine->work = [](const EngineRequest& request, const ProgressCallback&, const CancellationFlag&) {
+        return Files{written(request, "film.jpg", jpegOf(1000))};
+    };
+    scene.others = {halving("jpeg")};
+    scene.others.front()->timeLimit = std::chrono::seconds{0};
+    EXPECT_EQ(scene.failure(scene.plan({"png", "jpeg"}), scene.input(), {.maxFileBytes = 500}),
+              ConversionError::timedOut());
+    EXPECT_TRUE(operationsHaveEnded(std::chrono::seconds{60}));
+}
+
+TEST(ConversionRunner, JoinsTheResultsOfSeveralSources)
+{
+    ConversionScene scene;
+    std::vector<std::string> calls;
+    scene.engine->outputs.maxFiles = 2;
+    scene.engine->work = [&](const EngineRequest& request, const ProgressCallback& progress, const CancellationFlag&) {
+        progress(1);
+        std::string call = request.input.filename().string();
+        for (const FurtherInput& each : request.furtherInputs)
+            call += " " + each.location.filename().string() + ":" + each.format.rawValue + ":" +
+                    std::to_string(each.properties.pageCount.value_or(0));
+        calls.push_back(call + " > " + request.baseName + (request.options.maxFileBytes ? " sized" : ""));
+        if (request.sourceFormat.id == "vtt" && request.targetFormat.id == "txt") // a route of several results
+            return Files{written(request, request.baseName + "-1.txt"), written(request, request.baseName + "-2.txt")};
+        return Files{written(request, request.baseName + "." + request.targetFormat.id.rawValue)};
+    };
+    const auto source = [&](const std::string& name, std::int64_t pages) {
+        DetectionResult result;
+        result.url = scene.folder.write(name, "x");
+        result.properties.pageCount = pages;
+        return result;
+    };
+    ConversionTask task{.plan = scene.plan({"srt", "txt", "txt"}), .input = scene.input()};
+    task.plan.joins = true;
+    task.others = {{source("b.txt", 7), {}}, {source("c.vtt", 1), {{"fake", "vtt", "txt"}}}};
+    std::vector<std::optional<double>> fractions;
+    const auto note = [&](std::optional<double> fraction) { fractions.push_back(fraction); };
+
+    EXPECT_EQ(scene.runner().run(task, note, {}).outputs, Files{scene.folder / "Document combiné.txt"});
+    EXPECT_EQ(calls, (std::vector<std::string>{
+                         "film.srt > Document combiné", "c.vtt > c",
+                         "Document combiné.txt b.txt:txt:7 c-1.txt:txt:1 c-2.txt:txt:1 > Document combiné"}));
+    EXPECT_EQ(fractions, (std::vector<std::optional<double>>{0.25, 0.75, 1}));
+
+    task.placement.fileName = "Tout.txt";
+    EXPECT_EQ(scene.runner().run(task, {}, {}).outputs, Files{scene.folder / "Tout.txt"});
+    fs::remove(scene.folder / "c.vtt");
+    EXPECT_THROW(scene.runner().run(task, {}, {}), ConversionError) << "one of the sources is gone";
+    EXPECT_EQ(testing::contentsOf(scene.folder / "b.txt"), "x");
 }
 
 } // namespace

@@ -158,6 +158,42 @@ TEST(ConversionPlanner, saysWhatKeepsAnEngineFromWorking)
     EXPECT_EQ(planner.obstacle("gif", "webp"), std::nullopt) << "an engine that works is no obstacle";
 }
 
+TEST(ConversionPlanner, joinsSourcesThatCanAllBecomeTheTarget)
+{
+    const auto joining = [](const char* format) {
+        EngineCapability edge = testing::edge(format, format, ConversionLoss::pages);
+        edge.joins = true;
+        return edge;
+    };
+    const auto pictures = fakeEngine("pictures", {testing::edge("png", "pdf", ConversionLoss::transparency)});
+    const auto pages = fakeEngine("pages", {joining("pdf")});
+    const auto source = [](const char* format) {
+        DetectionResult result;
+        result.url = std::string{"/"} + format;
+        result.format = *FormatRegistry::standard().format(format);
+        return result;
+    };
+    const std::vector<DetectionResult> sources = {source("pdf"), source("png"), source("pdf")};
+    const ConversionPlanner planner{{pictures, pages}, FormatRegistry::standard()};
+
+    EXPECT_TRUE(planner.joins("pdf"));
+    EXPECT_FALSE(planner.joins("png"));
+    const auto combination = planner.combinationPlan(sources, "pdf");
+    ASSERT_TRUE(combination);
+    EXPECT_TRUE(combination->plan.joins);
+    EXPECT_EQ(combination->plan.steps, (std::vector<PlannedStep>{{"pages", "pdf", "pdf"}}));
+    EXPECT_EQ(combination->plan.losses, ConversionLoss::pages | ConversionLoss::transparency);
+    EXPECT_EQ(combination->others,
+              (std::vector<JoinedSource>{{sources[1], {{"pictures", "png", "pdf"}}}, {sources[2], {}}}));
+    EXPECT_EQ(planner.plan(sources[0], "pdf"), std::nullopt) << "joining is no conversion of one file";
+
+    EXPECT_EQ(planner.combinationPlan(std::vector{source("pdf"), source("mp3")}, "pdf"), std::nullopt);
+    EXPECT_EQ(planner.combinationPlan(std::vector{source("png")}, "png"), std::nullopt);
+    EXPECT_EQ(planner.combinationPlan({}, "pdf"), std::nullopt);
+    pages->state = EngineAvailability::unavailable("Non.");
+    EXPECT_EQ(planner.combinationPlan(sources, "pdf"), std::nullopt);
+}
+
 TEST(ConversionPlanner, shrinkingIsPlannedByTheEngineOfTheFormat)
 {
     const auto shrinking = [](const char* format) {
