@@ -1,5 +1,7 @@
 #include "NivexKit/Workers/PropertiesMessage.hpp"
 
+#include "NivexKit/Formats/SourcePropertyFields.hpp"
+
 #include <cmath>
 #include <cstdint>
 #include <optional>
@@ -35,26 +37,7 @@ void read(const MessageFields& fields, std::string (*text)(std::string_view), st
 SourceProperties propertiesOf(const MessageFields& fields, std::string (*text)(std::string_view))
 {
     SourceProperties result;
-    const auto read = [&](std::string_view name, auto& field) { nivex::read(fields, text, name, field); };
-    read("pixelWidth", result.pixelWidth);
-    read("pixelHeight", result.pixelHeight);
-    read("hasAlpha", result.hasAlpha);
-    read("imageCount", result.imageCount);
-    read("pageCount", result.pageCount);
-    read("bitsPerComponent", result.bitsPerComponent);
-    read("isFloatingPoint", result.isFloatingPoint);
-    read("hasLocation", result.hasLocation);
-    read("isEncrypted", result.isEncrypted);
-    read("decoderTypeIdentifier", result.decoderTypeIdentifier);
-    read("durationSeconds", result.durationSeconds);
-    read("hasVideoTrack", result.hasVideoTrack);
-    read("hasAudioTrack", result.hasAudioTrack);
-    read("audioChannelCount", result.audioChannelCount);
-    read("audioBitDepth", result.audioBitDepth);
-    read("videoCodec", result.videoCodec);
-    read("hasTextLayer", result.hasTextLayer);
-    read("hasRigOrAnimation", result.hasRigOrAnimation);
-    read("hasLayers", result.hasLayers);
+    forEachSourceProperty([&](std::string_view name, auto field) { read(fields, text, name, result.*field); });
     return result;
 }
 

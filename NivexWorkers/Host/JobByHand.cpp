@@ -17,7 +17,8 @@ constexpr int wrongArguments = 2;
 
 int explain(const std::string& what)
 {
-    std::fprintf(stderr, "%s\nusage: %s ENGINE INPUT SOURCE-FORMAT TARGET-FORMAT FOLDER [OPTIONS-AS-JSON [COMPANION...]]\n",
+    std::fprintf(stderr,
+                 "%s\nusage: %s ENGINE INPUT SOURCE-FORMAT TARGET-FORMAT FOLDER [OPTIONS-AS-JSON [COMPANION...]]\n",
                  what.c_str(), byHandWord);
     return wrongArguments;
 }

@@ -1,10 +1,11 @@
 #include "NivexKit/Engines/Catalog/EngineCatalog.hpp"
 
 #include "NivexKit/Contract/DeclaredEngine.hpp"
+#include "NivexKit/Engines/Catalog/WorkerProbe.hpp"
 #include "NivexKit/Engines/Data/DataEngine.hpp"
 #include "NivexKit/Engines/Image/NativeImageEngine.hpp"
 #include "NivexKit/Engines/Image/OptimizationEngine.hpp"
-#include "NivexKit/Engines/Image/PictureProbe.hpp"
+#include "NivexKit/Engines/Image/PictureMeasurements.hpp"
 #include "NivexKit/Engines/InDesign/InDesignEngine.hpp"
 #include "NivexKit/Engines/Subtitle/SubtitleEngine.hpp"
 #include "NivexKit/Planning/ConversionGraph.hpp"
@@ -45,8 +46,16 @@ EngineList EngineCatalog::standard(const FormatRegistry& registry, const std::sh
 SourceProbes EngineCatalog::deepProbes(const FormatRegistry& registry, const ResourceLimits& limits,
                                        const std::shared_ptr<WorkerPool>& pool)
 {
+    const WorkerProbe::Row rows[] = {
+        {.program = "image",
+         .engine = "native-image",
+         .formats = measuredPictures(registry),
+         .enter = enterPicture,
+         .decodesImages = true},
+    };
     SourceProbes probes;
-    probes.add(std::make_shared<PictureProbe>(registry, limits, pool), PictureProbe::formats(registry));
+    for (const WorkerProbe::Row& row : rows)
+        probes.add(std::make_shared<WorkerProbe>(row, registry, limits, pool), row.formats);
     return probes;
 }
 

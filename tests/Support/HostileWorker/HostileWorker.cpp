@@ -199,6 +199,20 @@ std::optional<int> landlockVersionIn(std::string_view program)
     return version;
 }
 
+SourceProperties measure(const EngineID& what, const EngineRequest& request)
+{
+    if (what == "damaged")
+        throw ConversionError::unreadableSource("la fin manque");
+    if (what == "too much")
+        throw ConversionError::resourceLimit("trop de pages");
+    if (what == "cannot")
+        throw ConversionError::unsupported("autre chose");
+    SourceProperties properties{.pixelWidth = static_cast<std::int64_t>(fs::file_size(request.input))};
+    if (what == "locked")
+        properties.isEncrypted = true;
+    return properties;
+}
+
 int serveHostile(int argumentCount, char** arguments)
 {
     const worker::Handlers handlers{
@@ -208,10 +222,7 @@ int serveHostile(int argumentCount, char** arguments)
                 return std::vector<LibraryVersion>{{"libhostile", "1.0"}};
             },
         .convert = convert,
-        .probe =
-            [](const auto&, const auto& request) {
-                return SourceProperties{.pixelWidth = static_cast<std::int64_t>(fs::file_size(request.input))};
-            },
+        .probe = measure,
         .render = {},
         .maxLandlockVersion = landlockVersionIn(arguments[0]),
     };
