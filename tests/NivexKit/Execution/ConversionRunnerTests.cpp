@@ -606,6 +606,12 @@ TEST(ConversionRunner, GivesShrinkingTheTimeOfItsOwnEngine)
     };
     scene.others = {halving("jpeg")};
     scene.others.front()->timeLimit = std::chrono::seconds{0};
+    scene.others.front()->work = [](const EngineRequest&, const ProgressCallback&,
+                                    const CancellationFlag& cancellation) {
+        while (!cancellation.isSet())
+            std::this_thread::yield();
+        return Files{};
+    };
     EXPECT_EQ(scene.failure(scene.plan({"png", "jpeg"}), scene.input(), {.maxFileBytes = 500}),
               ConversionError::timedOut());
     EXPECT_TRUE(operationsHaveEnded(std::chrono::seconds{60}));
