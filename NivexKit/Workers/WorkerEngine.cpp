@@ -15,7 +15,7 @@ WorkerEngine::WorkerEngine(Identity identity, std::shared_ptr<WorkerPool> pool, 
 std::vector<std::filesystem::path> WorkerEngine::convert(const EngineRequest& request, const ProgressCallback& progress,
                                                          const CancellationFlag& cancellation) const
 {
-    return pool_->convert({.program = identity_.program, .engine = identity_.id, .request = request}, progress,
+    return pool_->convert({.program = programFor(request), .engine = identity_.id, .request = request}, progress,
                           cancellation);
 }
 

@@ -32,6 +32,9 @@ protected:
     /// Every edge can be cancelled, whatever it says: the child that does its work is killed.
     WorkerEngine(Identity identity, std::shared_ptr<WorkerPool> pool, std::vector<EngineCapability> edges);
 
+    /// The program that does the work of a request, where an engine has several; else its own.
+    virtual std::string programFor(const EngineRequest&) const { return identity_.program; }
+
 private:
     Identity identity_;
     std::shared_ptr<WorkerPool> pool_; // shared: work that was left behind may outlive the pool's maker

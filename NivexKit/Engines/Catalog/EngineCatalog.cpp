@@ -7,6 +7,7 @@
 #include "NivexKit/Engines/Image/OptimizationEngine.hpp"
 #include "NivexKit/Engines/Image/PictureMeasurements.hpp"
 #include "NivexKit/Engines/InDesign/InDesignEngine.hpp"
+#include "NivexKit/Engines/Pages/TextRecognitionEngine.hpp"
 #include "NivexKit/Engines/Subtitle/SubtitleEngine.hpp"
 #include "NivexKit/Planning/ConversionGraph.hpp"
 
@@ -37,7 +38,7 @@ EngineList EngineCatalog::standard(const FormatRegistry& registry, const std::sh
         declared({.id = "native-illustrator", .displayName = "Illustrator (contenu PDF intégré)"_fr}),
         std::make_shared<InDesignEngine>(InDesignEngine::installedApplication()),
         declared({.id = "native-indesign-preview", .displayName = "Aperçus enregistrés par InDesign"_fr}),
-        declared({.id = "native-text", .displayName = "Reconnaissance de texte macOS (Vision)"_fr}),
+        std::make_shared<TextRecognitionEngine>(registry, pool),
         declared({.id = "native-3d", .displayName = "3D (FBX, glTF, USD, OBJ, STL, PLY)"_fr}),
     };
     // clang-format on
@@ -52,6 +53,7 @@ SourceProbes EngineCatalog::deepProbes(const FormatRegistry& registry, const Res
          .formats = measuredPictures(registry),
          .enter = enterPicture,
          .decodesImages = true},
+        {.program = "pages", .engine = "native-image", .formats = {"pdf"}},
     };
     SourceProbes probes;
     for (const WorkerProbe::Row& row : rows)

@@ -34,6 +34,29 @@ bool hidesAnimation(const PictureFormat& source, const PictureFormat& target, co
            !format.has(FormatTrait::animation);
 }
 
+bool isDocument(const FileFormat& format) { return format.id == "pdf"; }
+
+void addEdgesOfPages(const FormatRegistry& registry, std::vector<EngineCapability>& edges)
+{
+    const FileFormat* const pdf = registry.format("pdf");
+    if (!pdf)
+        return;
+    for (const PictureFormat& target : pictureFormats()) {
+        const FileFormat* to = registry.format(FormatID{target.id});
+        if (!to || !target.written || isDocument(*to))
+            continue;
+        ConversionOptionKinds options = optionsOf(*pdf, *target.written, *to);
+        options.insert(Kind::background);
+        options.insert(Kind::renderResolution);
+        edges.push_back({.source = pdf->id,
+                         .target = to->id,
+                         .potentialLosses = mostLossesOfDrawing(*pdf, target),
+                         .options = options,
+                         .reportsProgress = true,
+                         .refused = {Kind::removeBackground}});
+    }
+}
+
 std::vector<EngineCapability> edges(const FormatRegistry& registry)
 {
     std::vector<EngineCapability> edges;
@@ -51,6 +74,7 @@ std::vector<EngineCapability> edges(const FormatRegistry& registry)
                                  .isTerminal = hidesAnimation(source, target, *to),
                                  .refused = {Kind::removeBackground}});
     }
+    addEdgesOfPages(registry, edges);
     return edges;
 }
 
@@ -67,8 +91,22 @@ ConversionLoss NativeImageEngine::expectedLosses(const FileFormat& source, const
     if (onlyLosesMetadata(source, target, options))
         return {};
     const PictureFormat* row = pictureFormat(target.id.rawValue);
-    return row && row->written ? lossesOfPictures(source, properties, *row, options)
-                               : LossAnalysis::inherent(source, properties, target);
+    if (!row || !row->written)
+        return LossAnalysis::inherent(source, properties, target);
+    return isDocument(source) ? lossesOfDrawing(source, properties, *row, options)
+                              : lossesOfPictures(source, properties, *row, options);
+}
+
+ExpectedOutputs NativeImageEngine::expectedOutputs(const EngineRequest& request) const
+{
+    // Not as many as were measured: what a document announces and what it has may differ.
+    const bool isFilePerPage = isDocument(request.sourceFormat) && request.targetFormat.id != "tiff";
+    return {.maxFiles = isFilePerPage ? request.limits.maxPDFPages : 1};
+}
+
+std::string NativeImageEngine::programFor(const EngineRequest& request) const
+{
+    return isDocument(request.sourceFormat) ? "pages" : WorkerEngine::programFor(request);
 }
 
 bool NativeImageEngine::removesMetadata(const FileFormat& format) const

@@ -159,4 +159,26 @@ ConversionLoss mostLossesOfPictures(const FileFormat& source, const PictureForma
     return atRest | lossesOfPictures(source, properties, target, leastAsked);
 }
 
+ConversionLoss lossesOfDrawing(const FileFormat& source, const SourceProperties& properties,
+                               const PictureFormat& target, const ConversionOptions& options)
+{
+    const SourceProperties drawn{.pixelWidth = properties.pixelWidth,
+                                 .pixelHeight = properties.pixelHeight,
+                                 .hasAlpha = properties.hasAlpha,
+                                 .bitsPerComponent = 8,
+                                 .hasLayers = properties.hasLayers};
+    return ConversionLoss::rasterization | lossesOfPictures(source, drawn, target, options);
+}
+
+ConversionLoss mostLossesOfDrawing(const FileFormat& source, const PictureFormat& target)
+{
+    constexpr ConversionOptions leastAsked{.quality = 0, .maxFileBytes = 1};
+    return lossesOfDrawing(source,
+                           {.pixelWidth = std::numeric_limits<std::int64_t>::max(),
+                            .pixelHeight = std::numeric_limits<std::int64_t>::max(),
+                            .hasAlpha = source.traits.has(transparency),
+                            .hasLayers = true},
+                           target, leastAsked);
+}
+
 } // namespace nivex

@@ -32,6 +32,20 @@ protected:
     NativeImageEngine engine{registry(), pool};
 };
 
+TEST_F(NativeImageEngineTest, makesAFileOfEachPageSaveInTiff)
+{
+    EngineRequest request;
+    request.sourceFormat = format("pdf");
+    request.properties.pageCount = 1; // as announced, which need not be true
+    request.targetFormat = format("png");
+    EXPECT_EQ(engine.expectedOutputs(request).maxFiles, request.limits.maxPDFPages);
+    request.targetFormat = format("tiff");
+    EXPECT_EQ(engine.expectedOutputs(request).maxFiles, 1);
+    ASSERT_TRUE(edge("pdf", "png"));
+    EXPECT_TRUE(edge("pdf", "png")->options.contains(Kind::renderResolution));
+    EXPECT_FALSE(edge("pdf", "png")->options.contains(Kind::metadata));
+}
+
 struct LossCase {
     const char* name;
     const char* source;
@@ -77,6 +91,8 @@ TEST_F(NativeImageEngineTest, announcesWhatTheWorkLoses)
         {"an animation to pictures of HEIF", "gif", several, "heif", Loss::animation | Loss::compression},
         {"stills to pages", "avif", several, "tiff", {}},
         {"stills beside a sequence", "avif", {.imageCount = 3, .durationSeconds = 0.3}, "tiff", Loss::animation},
+        {"pages as files of their own", "pdf", {.pageCount = 3}, "png", Loss::rasterization},
+        {"a page's layers", "pdf", {.hasLayers = true}, "jpeg", Loss::rasterization | Loss::layers | Loss::compression},
         {"a photograph's own data on a page", "jpeg", {}, "pdf", {}},
         {"what is stored without loss on a page", "png", {}, "pdf", {}},
         {"what is stored with loss on a page", "webp", {}, "pdf", Loss::compression},
