@@ -228,10 +228,12 @@ class PictureMatrix(NivexCase):
         self.faults = []
 
     def edges(self):
+        """Of pictures alone: pages of documents are drawn by another program, and judged with it."""
         lines = self.json_lines("engines")
         engine, = [line for line in lines if line["id"] == "native-image"]
         self.assertTrue(engine["available"], engine["reason"])
-        return {(edge["source"], edge["target"]): set(edge["losses"]) for edge in engine["edges"]}
+        return {(edge["source"], edge["target"]): set(edge["losses"]) for edge in engine["edges"]
+                if edge["source"] != "pdf"}
 
     def fault(self, source, target, text, announced=(), found=()):
         told = (f" (announced: {', '.join(sorted(announced)) or 'nothing'}; "
