@@ -16,6 +16,8 @@ template <class... Cases>
 struct Overloaded : Cases... {
     using Cases::operator()...;
 };
+template <class... Cases>
+Overloaded(Cases...) -> Overloaded<Cases...>; // for the fuzzers' compiler
 
 } // namespace
 
