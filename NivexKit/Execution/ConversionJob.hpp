@@ -4,6 +4,7 @@
 #include "NivexKit/Detection/DetectionResult.hpp"
 #include "NivexKit/Execution/ConversionOutcome.hpp"
 #include "NivexKit/Execution/OutputPlacement.hpp"
+#include "NivexKit/Execution/RunProgress.hpp"
 #include "NivexKit/Foundation/Text/Uuid.hpp"
 #include "NivexKit/Planning/CombinationPlan.hpp"
 #include "NivexKit/Planning/ConversionPlan.hpp"
@@ -21,11 +22,7 @@ struct ConversionJob {
     struct Waiting {
         bool operator==(const Waiting&) const = default;
     };
-    struct Running {
-        std::optional<double> fraction; // 0…1; absent while the amount of work is unknown
-
-        bool operator==(const Running&) const = default;
-    };
+    using Running = RunProgress;
     struct Succeeded {
         ConversionOutcome outcome;
 

@@ -33,8 +33,8 @@ struct ConversionQueue::Task {
     std::stop_source cancellation;
 
     std::mutex mutex;
-    std::optional<double> fraction; // the latest report
-    bool reportIsPosted = false;    // one at a time: an engine may report faster than the main thread reads
+    RunProgress progress;        // the latest report
+    bool reportIsPosted = false; // one at a time: an engine may report faster than the main thread reads
 };
 
 namespace {
@@ -202,7 +202,7 @@ void ConversionQueue::start(Job& job)
 void ConversionQueue::work(const std::shared_ptr<Task>& task)
 {
     const std::stop_token cancellation = task->cancellation.get_token();
-    const auto onProgress = [this, &task](std::optional<double> fraction) { report(task, fraction); };
+    const auto onProgress = [this, &task](const RunProgress& progress) { report(task, progress); };
     Job::State state = Job::Cancelled{};
     try {
         state = Job::Succeeded{runner_.run(task->work, onProgress, cancellation)};
@@ -219,11 +219,11 @@ void ConversionQueue::work(const std::shared_ptr<Task>& task)
     });
 }
 
-void ConversionQueue::report(const std::shared_ptr<Task>& task, std::optional<double> fraction)
+void ConversionQueue::report(const std::shared_ptr<Task>& task, const RunProgress& progress)
 {
     {
         const std::lock_guard lock{task->mutex};
-        task->fraction = fraction;
+        task->progress = progress;
         if (std::exchange(task->reportIsPosted, true))
             return;
     }
@@ -235,16 +235,16 @@ void ConversionQueue::report(const std::shared_ptr<Task>& task, std::optional<do
 
 void ConversionQueue::reported(Task& task)
 {
-    std::optional<double> fraction;
+    RunProgress progress;
     {
         const std::lock_guard lock{task.mutex};
-        fraction = task.fraction;
+        progress = task.progress;
         task.reportIsPosted = false;
     }
     Job* const job = find(task.id);
-    if (!job || !std::holds_alternative<Job::Running>(job->state) || job->state == Job::State{Job::Running{fraction}})
+    if (!job || !std::holds_alternative<Job::Running>(job->state) || job->state == Job::State{progress})
         return;
-    job->state = Job::Running{fraction};
+    job->state = std::move(progress);
     untold_.updated.push_back(job->id);
     tellChanges();
 }

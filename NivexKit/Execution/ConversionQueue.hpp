@@ -119,7 +119,7 @@ private:
 
     // On a job's thread:
     void work(const std::shared_ptr<Task>& task);
-    void report(const std::shared_ptr<Task>& task, std::optional<double> fraction);
+    void report(const std::shared_ptr<Task>& task, const RunProgress& progress);
     // What they post to the main thread:
     void reported(Task& task);
     void finished(const Uuid& id, ConversionJob::State state);

@@ -148,7 +148,7 @@ ConversionRunner::ConversionRunner(EngineList engines, const FormatRegistry& reg
         engines_[engine->id()] = engine;
 }
 
-ConversionOutcome ConversionRunner::run(const ConversionTask& task, const ProgressCallback& progress,
+ConversionOutcome ConversionRunner::run(const ConversionTask& task, const RunProgressCallback& progress,
                                         const std::stop_token& cancellation) const
 {
     const auto& [plan, input, properties, options, placement, others] = task;
@@ -171,6 +171,7 @@ ConversionOutcome ConversionRunner::run(const ConversionTask& task, const Progre
     Files files = withDestination(opened, [&] { return made(steps, task); });
     if (cancellation.stop_requested())
         throw ConversionError::cancelled();
+    end.progress->enter("Mise en place"_fr);
     if (placement.fileName && files.size() == 1)
         rename(files.front(), *placement.fileName);
     if (placement.keepsDate)

@@ -5,6 +5,7 @@
 #include "NivexKit/Execution/ConversionTask.hpp"
 #include "NivexKit/Execution/Placing/LeftoverSweep.hpp"
 #include "NivexKit/Execution/Placing/NameNumbers.hpp"
+#include "NivexKit/Execution/RunProgress.hpp"
 #include "NivexKit/Execution/StepRun.hpp"
 #include "NivexKit/Formats/FormatRegistry.hpp"
 #include "NivexKit/Foundation/ResourceLimits.hpp"
@@ -36,7 +37,7 @@ public:
     /// progress      called on any thread, one call at a time and none after the return
     /// cancellation  ends the run with ConversionError::cancelled, at once even when an engine does not notice
     /// errors        ConversionError; what else an engine throws is passed on
-    ConversionOutcome run(const ConversionTask& task, const ProgressCallback& progress,
+    ConversionOutcome run(const ConversionTask& task, const RunProgressCallback& progress,
                           const std::stop_token& cancellation) const;
 
     /// The bytes of a file, or of the files in a folder; what cannot be measured counts as nothing.

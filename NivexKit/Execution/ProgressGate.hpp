@@ -1,9 +1,10 @@
 #pragma once
 
-#include "NivexKit/Contract/EngineRequest.hpp"
+#include "NivexKit/Execution/RunProgress.hpp"
 
 #include <mutex>
 #include <optional>
+#include <string>
 #include <utility>
 
 namespace nivex {
@@ -12,13 +13,21 @@ namespace nivex {
 /// to nobody. Any thread.
 class ProgressGate {
 public:
-    explicit ProgressGate(ProgressCallback receiver) : receiver_{std::move(receiver)} {}
+    explicit ProgressGate(RunProgressCallback receiver) : receiver_{std::move(receiver)} {}
+
+    /// The fraction stands until the work of the new phase tells another.
+    void enter(std::string phase)
+    {
+        const std::lock_guard lock{mutex_};
+        now_.phase = std::move(phase);
+        tell();
+    }
 
     void report(std::optional<double> fraction)
     {
         const std::lock_guard lock{mutex_};
-        if (receiver_)
-            receiver_(fraction);
+        now_.fraction = fraction;
+        tell();
     }
 
     /// Nothing is passed on once this has returned.
@@ -29,8 +38,15 @@ public:
     }
 
 private:
+    void tell()
+    {
+        if (receiver_)
+            receiver_(now_);
+    }
+
     std::mutex mutex_;
-    ProgressCallback receiver_;
+    RunProgressCallback receiver_;
+    RunProgress now_;
 };
 
 } // namespace nivex

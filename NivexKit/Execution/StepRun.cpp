@@ -33,6 +33,17 @@ std::vector<MadeFile> withoutCompanions(std::vector<MadeFile> files)
     return files;
 }
 
+std::string phaseOf(const FileFormat& source, const FileFormat& target)
+{
+    return filled(source.id == target.id ? "Réécriture en {}"_fr : "Conversion en {}"_fr, {target.name});
+}
+
+/// The same phase for one of several: " (étape 1 sur 2)".
+std::string phaseOf(Text pattern, const std::string& phase, std::size_t index, std::size_t count)
+{
+    return count == 1 ? phase : filled(pattern, {phase, std::to_string(index + 1), std::to_string(count)});
+}
+
 bool isSmallEnough(const fs::path& file, std::int64_t maximumBytes)
 {
     std::error_code failure;
@@ -61,7 +72,7 @@ std::optional<double> ProgressShare::of(std::optional<double> fraction) const
 ProgressShare ProgressShare::part(std::size_t index, std::size_t count) const
 {
     const double each = width / static_cast<double>(count);
-    return {.begin = begin + static_cast<double>(index) * each, .width = each};
+    return {.begin = begin + static_cast<double>(index) * each, .width = each, .phase = phase};
 }
 
 std::vector<MadeFile> StepRun::run(const ConversionPlan& plan, const std::vector<JoinedSource>& others) const
@@ -82,7 +93,11 @@ StepRun::Stage StepRun::runRoute(const EngineRequest& common, std::span<const Pl
         request.targetFormat = knownFormat(steps[index].target);
         request.properties = stage.properties;
         stage.properties = LossAnalysis::propagate(stage.properties, request.sourceFormat, request.targetFormat);
-        stage.files = runStep(steps[index], std::move(request), share.part(index, steps.size()), stage.files);
+        ProgressShare part = share.part(index, steps.size());
+        if (part.phase.empty())
+            part.phase = phaseOf(request.sourceFormat, request.targetFormat);
+        part.phase = phaseOf("{} (étape {} sur {})"_fr, part.phase, index, steps.size());
+        stage.files = runStep(steps[index], std::move(request), std::move(part), stage.files);
     }
     return stage;
 }
@@ -91,7 +106,13 @@ std::vector<MadeFile> StepRun::runJoin(std::span<const PlannedStep> steps,
                                        const std::vector<JoinedSource>& others) const
 {
     const PlannedStep& join = steps.back();
-    const std::size_t parts = others.size() + 2; // a route for each source, and the join
+    const std::size_t sources = others.size() + 1;
+    const auto preparation = [&](std::size_t source) {
+        ProgressShare share = ProgressShare{}.part(source, sources + 1); // a part for each source, and one for the join
+        share.phase =
+            filled("Préparation du fichier {} sur {}"_fr, {std::to_string(source + 1), std::to_string(sources)});
+        return share;
+    };
     std::vector<FurtherInput> inputs;
     const auto add = [&](const Stage& stage) {
         for (const MadeFile& each : withoutCompanions(stage.files)) {
@@ -102,14 +123,13 @@ std::vector<MadeFile> StepRun::runJoin(std::span<const PlannedStep> steps,
     };
     EngineRequest each = common_;
     each.options.maxFileBytes.reset(); // the whole is to keep to it, not each part
-    add(runRoute(each, steps.first(steps.size() - 1), ProgressShare{}.part(0, parts)));
+    add(runRoute(each, steps.first(steps.size() - 1), preparation(0)));
     for (std::size_t i = 0; i < others.size(); ++i) {
         const DetectionResult& source = others[i].source;
         each.input = fs::absolute(source.url);
         each.baseName = OutputNaming::sanitizedBaseName(source.url.stem().native());
         each.properties = source.properties;
-        add(runRoute(each, others[i].route, ProgressShare{}.part(i + 1, parts),
-                     "source-" + std::to_string(i + 1) + "-"));
+        add(runRoute(each, others[i].route, preparation(i + 1), "source-" + std::to_string(i + 1) + "-"));
     }
 
     checkCancellation(cancellation_);
@@ -120,7 +140,9 @@ std::vector<MadeFile> StepRun::runJoin(std::span<const PlannedStep> steps,
     request.input = inputs.front().location;
     request.properties = inputs.front().properties;
     request.furtherInputs.assign(inputs.begin() + 1, inputs.end());
-    return convert(knownEngine(join.engine), std::move(request), ProgressShare{}.part(parts - 1, parts));
+    ProgressShare share = ProgressShare{}.part(sources, sources + 1);
+    share.phase = "Assemblage"_fr;
+    return convert(knownEngine(join.engine), std::move(request), std::move(share));
 }
 
 std::vector<MadeFile> StepRun::shrink(const Optimizer& optimizer, std::vector<MadeFile> files,
@@ -138,7 +160,8 @@ std::vector<MadeFile> StepRun::shrink(const Optimizer& optimizer, std::vector<Ma
         request.properties = {}; // the settings have changed what was measured of the source
         request.workingDirectory = workspace_->subfolder((fs::path{folder} / std::to_string(i)).native());
         request.baseName = files[i].baseName;
-        const Files smaller = convert(optimizer.engine, std::move(request), ProgressShare{.begin = 1, .width = 0});
+        const Files smaller = convert(optimizer.engine, std::move(request),
+                                      ProgressShare{.begin = 1, .width = 0, .phase = "Réduction au poids cible"_fr});
         files[i].location = smaller.front().location;
     }
     return files;
@@ -168,7 +191,9 @@ std::vector<MadeFile> StepRun::convertEach(const Engine& engine, const EngineReq
         request.properties.pageCount = request.properties.imageCount = 1; // the others are files of their own
         request.workingDirectory =
             workspace_->subfolder((common.workingDirectory.filename() / std::to_string(i)).native());
-        for (MadeFile& output : convert(engine, std::move(request), share.part(i, inputs.size())))
+        ProgressShare part = share.part(i, inputs.size());
+        part.phase = phaseOf("{} (fichier {} sur {})"_fr, share.phase, i, inputs.size());
+        for (MadeFile& output : convert(engine, std::move(request), std::move(part)))
             outputs.push_back(std::move(output));
     }
     return outputs;
@@ -177,6 +202,7 @@ std::vector<MadeFile> StepRun::convertEach(const Engine& engine, const EngineReq
 /// Runs the engine under its time limit. It may be left behind, so it owns all that it is given.
 std::vector<MadeFile> StepRun::convert(const Engine& engine, EngineRequest request, ProgressShare share) const
 {
+    progress_->enter(share.phase);
     const auto limit = engine->timeout(request).value_or(request.limits.stepTimeout);
     const auto work = [engine, request, share, progress = progress_,
                        workspace = workspace_](const CancellationFlag& cancellation) {

@@ -24,6 +24,7 @@ namespace nivex {
 struct ProgressShare {
     double begin = 0;
     double width = 1;
+    std::string phase = {}; // what is done in it, as the user reads it
 
     /// Where a fraction of the part lies in the whole; none for none and for what is no number.
     std::optional<double> of(std::optional<double> fraction) const;

@@ -54,7 +54,7 @@ struct ConversionScene {
     }
 
     ConversionOutcome run(const ConversionPlan& plan, const std::filesystem::path& input,
-                          const ConversionOptions& options = {}, const ProgressCallback& progress = {}) const
+                          const ConversionOptions& options = {}, const RunProgressCallback& progress = {}) const
     {
         return runner().run({.plan = plan, .input = input, .options = options}, progress, {});
     }
@@ -62,7 +62,7 @@ struct ConversionScene {
     /// The error of a run; one that no test expects when there is none.
     ConversionError failure(const ConversionPlan& plan, const std::filesystem::path& input,
                             const ConversionOptions& options = {}, const OutputDestination& destination = {},
-                            const ProgressCallback& progress = {}, const std::stop_token& cancellation = {}) const
+                            const RunProgressCallback& progress = {}, const std::stop_token& cancellation = {}) const
     {
         try {
             runner().run({.plan = plan, .input = input, .options = options, .placement = destination}, progress,

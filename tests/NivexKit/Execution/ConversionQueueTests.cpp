@@ -95,7 +95,7 @@ TEST(ConversionQueue, SumsUpABatchAndCancelsWhatIsLeft)
     scene.permits = 1;
     const Uuid batch = scene.enqueue(queue, 3);
     const auto jobs = queue.jobsInBatch(batch);
-    scene.loop.runUntil([&] { return jobs[1]->state == Job::State{Job::Running{0.5}}; });
+    scene.loop.runUntil([&] { return jobs[1]->state == Job::State{Job::Running{0.5, "Conversion en VTT"}}; });
     EXPECT_EQ(queue.progress(batch), (BatchProgress{.total = 3, .finished = 1, .succeeded = 1, .fraction = 0.5}));
 
     queue.remove(jobs[1]->id);
@@ -229,7 +229,7 @@ TEST(ConversionQueue, TellsItsObserversOfEveryChange)
 
     const Uuid first = scene.enqueue(queue, 3);
     whenCurrent("queuing and starting");
-    scene.loop.runUntil([&] { return queue.jobs()[0].state == Job::State{Job::Running{0.5}}; });
+    scene.loop.runUntil([&] { return queue.jobs()[0].state == Job::State{Job::Running{0.5, "Conversion en VTT"}}; });
     whenCurrent("progress");
     EXPECT_EQ(other->rows.size(), 3U);
     other.reset();

@@ -87,7 +87,13 @@ TEST(ConversionRunner, HandsEachStepWhatThePreviousOneMade)
         return Files{written(request, request.baseName + "." + request.targetFormat.id.rawValue)};
     };
     std::vector<std::optional<double>> fractions;
-    const auto note = [&](std::optional<double> fraction) { fractions.push_back(fraction); };
+    std::vector<std::string> phases;
+    const auto note = [&](const RunProgress& progress) {
+        if (phases.empty() || phases.back() != progress.phase)
+            phases.push_back(progress.phase); // told without a new fraction
+        else
+            fractions.push_back(progress.fraction);
+    };
 
     ConversionTask task{.plan = scene.plan({"srt", "vtt", "srt", "vtt", "txt"}), .input = scene.input()};
     task.properties.hasLayers = true;
@@ -98,6 +104,9 @@ TEST(ConversionRunner, HandsEachStepWhatThePreviousOneMade)
     const std::optional<double> none;
     EXPECT_EQ(fractions, (std::vector<std::optional<double>>{0.125, none, none, 0.25, 0.375, none, none, 0.5, 0.625,
                                                              none, none, 0.75, 0.875, none, none, 1}));
+    EXPECT_EQ(phases, (std::vector<std::string>{
+                          "Conversion en VTT (étape 1 sur 4)", "Conversion en SRT (étape 2 sur 4)",
+                          "Conversion en VTT (étape 3 sur 4)", "Conversion en TXT (étape 4 sur 4)", "Mise en place"}));
     EXPECT_EQ(layers, (std::vector<std::optional<bool>>{true, false, false, false}))
         << "what was measured does not travel, or not as the steps change it";
     EXPECT_TRUE(fs::exists(scene.folder / "film.txt"));
@@ -539,7 +548,7 @@ TEST(ConversionRunner, AbandonsAnEngineThatIsTooLateOrCancelled)
         progress(1.0); // to nobody: the run has ended
         return Files{written(request, "late.vtt")};
     };
-    const auto count = [&](std::optional<double>) { ++reports; };
+    const auto count = [&](const RunProgress& progress) { reports += progress.fraction.has_value(); };
     const ConversionPlan plan = scene.plan({"srt", "vtt"});
 
     EXPECT_EQ(scene.failure(plan, input, {}, SameFolderAsSource{}, count), ConversionError::timedOut());
@@ -642,14 +651,20 @@ TEST(ConversionRunner, JoinsTheResultsOfSeveralSources)
     ConversionTask task{.plan = scene.plan({"srt", "txt", "txt"}), .input = scene.input()};
     task.plan.joins = true;
     task.others = {{source("b.txt", 7), {}}, {source("c.vtt", 1), {{"fake", "vtt", "txt"}}}};
-    std::vector<std::optional<double>> fractions;
-    const auto note = [&](std::optional<double> fraction) { fractions.push_back(fraction); };
+    std::vector<RunProgress> told;
+    const auto note = [&](const RunProgress& progress) { told.push_back(progress); };
 
     EXPECT_EQ(scene.runner().run(task, note, {}).outputs, Files{scene.folder / "Document combiné.txt"});
     EXPECT_EQ(calls, (std::vector<std::string>{
                          "film.srt > Document combiné", "c.vtt > c",
                          "Document combiné.txt b.txt:txt:7 c-1.txt:txt:1 c-2.txt:txt:1 > Document combiné"}));
-    EXPECT_EQ(fractions, (std::vector<std::optional<double>>{0.25, 0.75, 1}));
+    EXPECT_EQ(told, (std::vector<RunProgress>{{{}, "Préparation du fichier 1 sur 3"},
+                                              {0.25, "Préparation du fichier 1 sur 3"},
+                                              {0.25, "Préparation du fichier 3 sur 3"},
+                                              {0.75, "Préparation du fichier 3 sur 3"},
+                                              {0.75, "Assemblage"},
+                                              {1, "Assemblage"},
+                                              {1, "Mise en place"}}));
 
     task.placement.fileName = "Tout.txt";
     EXPECT_EQ(scene.runner().run(task, {}, {}).outputs, Files{scene.folder / "Tout.txt"});
