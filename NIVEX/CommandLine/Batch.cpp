@@ -1,14 +1,14 @@
 #include "NIVEX/CommandLine/Batch.hpp"
 
 #include "NIVEX/CommandLine/Descriptions.hpp"
-#include "NIVEX/CommandLine/Destination.hpp"
 #include "NIVEX/CommandLine/FileList.hpp"
 #include "NIVEX/CommandLine/Interrupts.hpp"
-#include "NIVEX/CommandLine/JobCount.hpp"
 #include "NIVEX/CommandLine/JsonLines.hpp"
 #include "NIVEX/CommandLine/ProgressLine.hpp"
 #include "NIVEX/CommandLine/StandardStreams.hpp"
 #include "NIVEX/CommandLine/Tally.hpp"
+#include "NIVEX/Model/Destination.hpp"
+#include "NIVEX/Model/JobCount.hpp"
 
 #include "NivexKit/Execution/Placing/OutputNaming.hpp"
 #include "NivexKit/Foundation/ConversionError.hpp"

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "NIVEX/CommandLine/Line.hpp"
+#include "NIVEX/Model/Wording.hpp"
 
 #include "NivexKit/Detection/DetectionResult.hpp"
-#include "NivexKit/Planning/ConversionPlan.hpp"
 
 #include <string>
 
@@ -18,8 +18,5 @@ std::string describe(const DetectionResult& detection);
 Line describe(const DetectionIssue& issue, bool verbose);
 /// What follows a message that has a cause: " [IDAT: checksum]"; nothing for an empty one.
 Line describeCause(const std::string& cause);
-
-/// "WebVTT, directement" or "… en passant par PNG".
-std::string describeRoute(const ConversionPlan& plan);
 
 } // namespace nivex::commandline

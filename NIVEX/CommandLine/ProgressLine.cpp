@@ -1,6 +1,6 @@
 #include "NIVEX/CommandLine/ProgressLine.hpp"
 
-#include "NIVEX/CommandLine/Tally.hpp"
+#include "NIVEX/Model/Wording.hpp"
 
 #include "NivexKit/Foundation/Text/ByteCount.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
@@ -16,10 +16,6 @@ namespace {
 constexpr int barCells = 20;
 constexpr std::array<std::string_view, 10> wheel = {"⠋", "⠙", "⠹", "⠸", "⠼", "⠴", "⠦", "⠧", "⠇", "⠏"};
 constexpr std::array<std::string_view, 8> eighths = {"", "▏", "▎", "▍", "▌", "▋", "▊", "▉"};
-
-/// Before this share is done, or this time has passed, nobody can tell what is left.
-constexpr double leastShare = 0.01;
-constexpr std::chrono::seconds leastTime{2};
 
 std::string bar(double share)
 {
@@ -85,14 +81,9 @@ Pieces piecesOf(const ProgressState& state, unsigned turn)
                             filled("{} %"_fr, {std::to_string(static_cast<int>(100 * share))}),
                   .sizes = filled("{} sur {}"_fr, {shownByteCount(static_cast<std::int64_t>(state.doneBytes)),
                                                    shownByteCount(static_cast<std::int64_t>(state.totalBytes))}),
-                  .left = {},
+                  .left = shownTimeLeft(share, state.elapsed),
                   .name = state.atWork,
                   .others = {}};
-    if (share >= leastShare && state.elapsed >= leastTime) {
-        const std::chrono::duration<double> left{std::chrono::duration<double>{state.elapsed}.count() * (1 - share) /
-                                                 share};
-        pieces.left = filled("reste {}"_fr, {shownTime(std::chrono::round<std::chrono::seconds>(left))});
-    }
     if (state.othersAtWork > 0)
         pieces.others = " (+" + std::to_string(state.othersAtWork) + ")";
     return pieces;

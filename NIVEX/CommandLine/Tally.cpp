@@ -1,29 +1,20 @@
 #include "NIVEX/CommandLine/Tally.hpp"
 
+#include "NIVEX/Model/Wording.hpp"
+
 #include "NivexKit/Foundation/Text/ByteCount.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
 
-#include <cmath>
 #include <vector>
 
 namespace nivex::commandline {
 namespace {
-
-/// The wording for one or for several.
-struct Counted {
-    Text one;
-    Text several;
-
-    std::string of(std::size_t count) const { return filled(count == 1 ? one : several, {std::to_string(count)}); }
-};
 
 constexpr Counted convertedInto{"{} fichier converti en"_fr, "{} fichiers convertis en"_fr};
 constexpr Counted lightened{"{} fichier traité"_fr, "{} fichiers traités"_fr};
 constexpr Counted failures{"{} en échec"_fr, "{} en échec"_fr};
 constexpr Counted cancellations{"{} annulé"_fr, "{} annulés"_fr};
 constexpr Counted skipped{"{} déjà là"_fr, "{} déjà là"_fr};
-
-std::string twoDigits(std::int64_t number) { return (number < 10 ? "0" : "") + std::to_string(number); }
 
 } // namespace
 
@@ -63,29 +54,6 @@ std::string Tally::line() const
     for (const std::string& part : parts)
         line.append(line.empty() ? "" : " · ").append(part);
     return line;
-}
-
-std::string shownChange(std::int64_t bytesBefore, std::int64_t bytesAfter)
-{
-    if (bytesBefore <= 0)
-        return {};
-    const double change = static_cast<double>(bytesAfter - bytesBefore) / static_cast<double>(bytesBefore);
-    const std::int64_t percent = std::llround(100 * change);
-    return (percent < 0 ? "−" : percent > 0 ? "+" : "") + std::to_string(std::abs(percent)) + " %";
-}
-
-std::string shownTime(std::chrono::steady_clock::duration time)
-{
-    using namespace std::chrono;
-    const std::int64_t tenths = duration_cast<milliseconds>(time).count() / 100;
-    if (tenths < 100)
-        return filled("{},{} s"_fr, {std::to_string(tenths / 10), std::to_string(tenths % 10)});
-    const std::int64_t seconds = tenths / 10;
-    if (seconds < 60)
-        return filled("{} s"_fr, {std::to_string(seconds)});
-    if (seconds < 3600)
-        return filled("{} min {} s"_fr, {std::to_string(seconds / 60), twoDigits(seconds % 60)});
-    return filled("{} h {} min"_fr, {std::to_string(seconds / 3600), twoDigits(seconds / 60 % 60)});
 }
 
 } // namespace nivex::commandline

@@ -24,10 +24,4 @@ struct Tally {
     std::string line() const;
 };
 
-/// "−65 %", "+12 %"; empty where there was nothing before.
-std::string shownChange(std::int64_t bytesBefore, std::int64_t bytesAfter);
-
-/// "0,4 s", "42 s", "3 min 05 s", "2 h 07 min".
-std::string shownTime(std::chrono::steady_clock::duration time);
-
 } // namespace nivex::commandline

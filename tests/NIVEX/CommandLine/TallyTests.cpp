@@ -1,6 +1,6 @@
-#include "NIVEX/CommandLine/JobCount.hpp"
 #include "NIVEX/CommandLine/ProgressLine.hpp"
 #include "NIVEX/CommandLine/Tally.hpp"
+#include "NIVEX/Model/JobCount.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "NIVEX/CommandLine/JobCount.hpp"
+#include "NIVEX/Model/JobCount.hpp"
 
 #include <unistd.h>
 
@@ -7,7 +7,7 @@
 #include <limits>
 #include <thread>
 
-namespace nivex::commandline {
+namespace nivex {
 namespace {
 
 constexpr std::uint64_t bytesOfOneJob = std::uint64_t{1} << 30;
@@ -39,4 +39,4 @@ int jobsFor(unsigned processors, std::uint64_t memoryBytes)
 
 int jobsOfThisMachine() { return jobsFor(std::thread::hardware_concurrency(), memoryOfThisMachine()); }
 
-} // namespace nivex::commandline
+} // namespace nivex

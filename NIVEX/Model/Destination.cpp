@@ -1,4 +1,4 @@
-#include "NIVEX/CommandLine/Destination.hpp"
+#include "NIVEX/Model/Destination.hpp"
 
 #include "NivexKit/Foundation/Files/DestinationError.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
@@ -7,7 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace nivex::commandline {
+namespace nivex {
 namespace {
 
 namespace fs = std::filesystem;
@@ -59,4 +59,4 @@ std::optional<std::string> problemOf(const fs::path& folder)
     return std::nullopt;
 }
 
-} // namespace nivex::commandline
+} // namespace nivex

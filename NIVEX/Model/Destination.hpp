@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-namespace nivex::commandline {
+namespace nivex {
 
 /// Makes the folder that a person chose for results, where only the last part of its path is missing and the folder
 /// above is the person's own: a mistyped path must not grow a tree. With `isOnlyAsked` nothing is made. Returns the
@@ -19,4 +19,4 @@ std::filesystem::path folderOf(const OutputDestination& destination, const std::
 /// Why nothing can be written in a folder, in the words of the conversion that would fail; none when it can.
 std::optional<std::string> problemOf(const std::filesystem::path& folder);
 
-} // namespace nivex::commandline
+} // namespace nivex
