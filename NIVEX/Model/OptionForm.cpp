@@ -178,4 +178,18 @@ OptionOverrides honouredOf(const OptionOverrides& settings, ConversionOptionKind
     return result;
 }
 
+OptionOverrides initialSettings(const TargetOffer& offer, const OptionOverrides& remembered,
+                                std::span<const SharedDetection> files)
+{
+    OptionOverrides settings = honouredOf(remembered, offer.options);
+    if (offer.purpose != OfferPurpose::lighten || settings.has(&ConversionOptions::maxFileBytes))
+        return settings;
+    std::int64_t largest = 0;
+    for (const SharedDetection& file : files)
+        largest = std::max(largest, file->fileSize);
+    const auto& range = *settingOf<&ConversionOptions::maxFileBytes>().range;
+    settings.set(&ConversionOptions::maxFileBytes, std::clamp(largest / 2, range.lowest, range.highest));
+    return settings;
+}
+
 } // namespace nivex

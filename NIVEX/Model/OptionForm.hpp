@@ -1,9 +1,12 @@
 #pragma once
 
+#include "NIVEX/Model/TargetOffer.hpp"
+
 #include "NivexKit/Contract/ConversionSettings.hpp"
 #include "NivexKit/Formats/FileFormat.hpp"
 
 #include <cstddef>
+#include <span>
 #include <string>
 #include <variant>
 #include <vector>
@@ -61,5 +64,10 @@ void apply(const OptionControl& control, OptionOverrides& settings);
 
 /// The settings whose kinds are honoured: what was remembered may come from files that were of another format.
 OptionOverrides honouredOf(const OptionOverrides& settings, ConversionOptionKinds honoured);
+
+/// The settings to begin with for an offer: those it was taken with last, as far as it honours them. Making files
+/// smaller needs a size; where none is remembered it is half that of the largest file.
+OptionOverrides initialSettings(const TargetOffer& offer, const OptionOverrides& remembered,
+                                std::span<const SharedDetection> files);
 
 } // namespace nivex

@@ -11,7 +11,7 @@ TargetOffer offerOf(const ConversionPlan& plan, OfferPurpose purpose)
 {
     return {.purpose = purpose,
             .target = plan.target,
-            .route = describeRoute(plan),
+            .route = describeWay(plan),
             .losses = plan.losses,
             .options = plan.options};
 }
@@ -74,7 +74,7 @@ void OfferTable::keepCommon(const Known& known)
         if (!isLighter && found == converting.end())
             return true;
         const ConversionPlan& plan = isLighter ? known.plans.back() : *found;
-        offer.hasSeveralRoutes = offer.hasSeveralRoutes || describeRoute(plan) != offer.route;
+        offer.hasSeveralRoutes = offer.hasSeveralRoutes || describeWay(plan) != offer.route;
         offer.losses |= plan.losses;
         offer.options |= plan.options;
         return false;

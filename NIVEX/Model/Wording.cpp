@@ -13,6 +13,17 @@ constexpr std::chrono::seconds leastTime{2};
 
 std::string twoDigits(std::int64_t number) { return (number < 10 ? "0" : "") + std::to_string(number); }
 
+/// The formats between the first and the last.
+std::string namesBetween(const ConversionPlan& plan)
+{
+    std::vector<std::string> names;
+    for (const FormatID& id : plan.intermediateFormats()) {
+        const FileFormat* format = FormatRegistry::standard().format(id);
+        names.push_back(format ? format->name : id.rawValue);
+    }
+    return joined(names, ", ");
+}
+
 } // namespace
 
 std::string joined(const std::vector<std::string>& parts, std::string_view separator)
@@ -44,14 +55,13 @@ std::vector<std::string> measurements(const SourceProperties& properties)
 
 std::string describeRoute(const ConversionPlan& plan)
 {
-    if (plan.isDirect())
-        return filled("{}, directement"_fr, {plan.target.longName});
-    std::vector<std::string> names;
-    for (const FormatID& id : plan.intermediateFormats()) {
-        const FileFormat* format = FormatRegistry::standard().format(id);
-        names.push_back(format ? format->name : id.rawValue);
-    }
-    return filled("{}, en passant par {}"_fr, {plan.target.longName, joined(names, ", ")});
+    return plan.isDirect() ? filled("{}, directement"_fr, {plan.target.longName})
+                           : filled("{}, en passant par {}"_fr, {plan.target.longName, namesBetween(plan)});
+}
+
+std::string describeWay(const ConversionPlan& plan)
+{
+    return plan.isDirect() ? "Directement"_fr.localized() : filled("En passant par {}"_fr, {namesBetween(plan)});
 }
 
 std::string shownChange(std::int64_t bytesBefore, std::int64_t bytesAfter)

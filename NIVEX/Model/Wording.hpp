@@ -28,6 +28,8 @@ std::vector<std::string> measurements(const SourceProperties& properties);
 
 /// "WebVTT, directement" or "… en passant par PNG".
 std::string describeRoute(const ConversionPlan& plan);
+/// The same where the target is named already: "Directement" or "En passant par PNG".
+std::string describeWay(const ConversionPlan& plan);
 
 /// "−65 %", "+12 %"; empty where there was nothing before.
 std::string shownChange(std::int64_t bytesBefore, std::int64_t bytesAfter);

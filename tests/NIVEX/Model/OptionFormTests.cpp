@@ -95,6 +95,31 @@ TEST(OptionForm, ReadsBackWhatAPersonSets)
     EXPECT_FALSE(kept.has(&ConversionOptions::metadata));
 }
 
+TEST(OptionForm, BeginsWithWhatIsRememberedAndASizeWhereOneIsNeeded)
+{
+    DetectionResult small;
+    small.fileSize = 4'000'000;
+    DetectionResult tiny;
+    tiny.fileSize = 300;
+    const std::vector<SharedDetection> files{std::make_shared<const DetectionResult>(tiny),
+                                             std::make_shared<const DetectionResult>(small)};
+    TargetOffer offer{.target = format("jpeg"), .options = {Kind::quality, Kind::targetSize}};
+    OptionOverrides remembered;
+    remembered.set(&ConversionOptions::quality, 0.4);
+    remembered.set(&ConversionOptions::renderDPI, 72.0);
+    const OptionOverrides converting = initialSettings(offer, remembered, files);
+    EXPECT_EQ(converting.values().quality, 0.4);
+    EXPECT_FALSE(converting.has(&ConversionOptions::renderDPI));
+    EXPECT_FALSE(converting.has(&ConversionOptions::maxFileBytes));
+
+    offer.purpose = OfferPurpose::lighten;
+    EXPECT_EQ(initialSettings(offer, remembered, files).values().maxFileBytes, 2'000'000);
+    EXPECT_EQ(initialSettings(offer, {}, std::span{files}.first(1)).values().maxFileBytes, 10'000)
+        << "no less than the range allows";
+    remembered.set(&ConversionOptions::maxFileBytes, 90'000);
+    EXPECT_EQ(initialSettings(offer, remembered, files).values().maxFileBytes, 90'000);
+}
+
 TEST(DesktopState, RemembersSettingsPerOfferAndDropsWhatIsOfNoUse)
 {
     const TemporaryFolder folder;
