@@ -159,7 +159,7 @@ void Batch::prepareAll(const FileList& list)
         allSucceeded_ = false;
         return;
     }
-    std::vector<DetectionResult> detections = session_.model.detector().detect(list.paths());
+    std::vector<DetectionResult> detections = session_.model.detector().detectForPlanning(list.paths());
     for (std::size_t i = 0; i < list.files.size(); ++i) {
         if (request_.accepts && !request_.accepts(detections[i]))
             ++setAside_;

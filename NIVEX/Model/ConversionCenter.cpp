@@ -213,7 +213,7 @@ void ConversionCenter::look(const std::shared_ptr<Reading>& reading)
     Found result;
     const std::size_t left = reading->paths.size() - reading->next;
     const std::size_t count = reading->isGivenUp.isSet() ? 0 : std::min(chunkAfter(reading->next), left);
-    for (DetectionResult& file : detector_.detect(std::span{reading->paths}.subspan(reading->next, count))) {
+    for (DetectionResult& file : detector_.detectForPlanning(std::span{reading->paths}.subspan(reading->next, count))) {
         result.files.push_back(std::make_shared<const DetectionResult>(std::move(file)));
         if (!reading->isGivenUp.isSet())
             reading->take(result.files.back());

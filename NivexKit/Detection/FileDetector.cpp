@@ -153,6 +153,22 @@ DetectionResult FileDetector::detect(const fs::path& url) const
 
 std::vector<DetectionResult> FileDetector::detect(std::span<const fs::path> urls) const
 {
+    return detectAll(urls, [this](const fs::path& url) { return detect(url); });
+}
+
+std::vector<DetectionResult> FileDetector::detectForPlanning(std::span<const fs::path> urls) const
+{
+    return detectAll(urls, [this](const fs::path& url) {
+        DetectionResult result = detect(url);
+        const bool hasStreams = result.format && (result.format->family == FormatFamily::audio ||
+                                                  result.format->family == FormatFamily::video);
+        return hasStreams ? detectDeeply(std::move(result)) : result;
+    });
+}
+
+template <class Detect>
+std::vector<DetectionResult> FileDetector::detectAll(std::span<const fs::path> urls, Detect detectOne) const
+{
     constexpr std::size_t filesPerTurn = 16;
     const std::size_t turns = (urls.size() + filesPerTurn - 1) / filesPerTurn;
     const std::size_t workers = std::min<std::size_t>(std::max(1U, std::thread::hardware_concurrency()), turns);
@@ -161,7 +177,7 @@ std::vector<DetectionResult> FileDetector::detect(std::span<const fs::path> urls
     const auto work = [&] {
         for (std::size_t turn = nextTurn++; turn < turns; turn = nextTurn++)
             for (std::size_t i = turn * filesPerTurn; i < std::min(urls.size(), (turn + 1) * filesPerTurn); ++i)
-                results[i] = detect(urls[i]);
+                results[i] = detectOne(urls[i]);
     };
     std::vector<std::jthread> others;
     for (std::size_t i = 1; i < workers; ++i)

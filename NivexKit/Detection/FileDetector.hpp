@@ -37,6 +37,10 @@ public:
     /// One result per file in the order given, from several threads where there are several files for each.
     std::vector<DetectionResult> detect(std::span<const std::filesystem::path> urls) const;
 
+    /// As `detect`, and sound and films completed with the measurements of their decoder: what they lose depends on
+    /// their streams, which no header tells.
+    std::vector<DetectionResult> detectForPlanning(std::span<const std::filesystem::path> urls) const;
+
     /// The result completed with the measurements of the decoders. A result that is not usable stays as it is.
     DetectionResult detectDeeply(DetectionResult result) const;
 
@@ -44,6 +48,8 @@ public:
     bool isReadableByImageIO(const FileFormat& format) const;
 
 private:
+    template <class Detect>
+    std::vector<DetectionResult> detectAll(std::span<const std::filesystem::path> urls, Detect detectOne) const;
     std::optional<FileSource> openedSource(DetectionResult& result) const;
     void measure(const SourceProbes& probes, HeaderBytes& bytes, DetectionResult& result) const;
 

@@ -48,7 +48,7 @@ ExitStatus plans(Session& session, const PlansArguments& arguments)
     const SelectionWithInput selection{arguments.selection};
     const FileList list = listFiles(selection.files());
     tell(session.console, list);
-    std::vector<DetectionResult> detections = session.model.detector().detect(list.paths());
+    std::vector<DetectionResult> detections = session.model.detector().detectForPlanning(list.paths());
     for (DetectionResult& detection : detections)
         selection.rename(detection);
     const ConversionOptions& options = session.model.preferences().options;

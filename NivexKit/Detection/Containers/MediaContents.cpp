@@ -2,6 +2,7 @@
 #include "NivexKit/Detection/Containers/InspectorSupport.hpp"
 #include "NivexKit/Detection/Signatures/SignatureSniffer.hpp"
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
+#include "NivexKit/Structures/EbmlElements.hpp"
 
 #include <algorithm>
 
@@ -65,19 +66,6 @@ std::string distantAsfObjects(const ByteSource& source)
     return beginnings;
 }
 
-/// Reads a variable-length number of EBML, with or without the marker bit that tells its length.
-std::uint64_t ebmlNumber(ByteReader& reader, bool keepMarker)
-{
-    const std::uint8_t first = reader.u8();
-    std::size_t length = 1;
-    while (length < 8 && (first & (0x80 >> (length - 1))) == 0)
-        ++length;
-    std::uint64_t value = keepMarker ? first : first & (0xFFU >> length);
-    for (std::size_t i = 1; i < length; ++i)
-        value = value << 8 | reader.u8();
-    return value;
-}
-
 } // namespace
 
 /// A tag of titles may stand in front of any sound.
@@ -129,14 +117,12 @@ Finding matroska(const ByteSource& source, const SniffResult&)
     constexpr std::uint64_t documentType = 0x4282;
     const auto bytes = source.read(0, std::size_t{4'096});
     ByteReader reader{bytes, ByteOrder::big};
-    ebmlNumber(reader, true);
-    const std::uint64_t size = ebmlNumber(reader, false);
+    const std::uint64_t size = EbmlElement::read(reader).size.value_or(0);
     const std::size_t end = reader.position() + static_cast<std::size_t>(std::min<std::uint64_t>(size, reader.left()));
     while (reader.position() < end && !reader.failed()) {
-        const std::uint64_t id = ebmlNumber(reader, true);
-        const std::uint64_t length = ebmlNumber(reader, false);
-        const std::string_view value = reader.text(static_cast<std::size_t>(length));
-        if (id == documentType && !reader.failed())
+        const EbmlElement element = EbmlElement::read(reader);
+        const std::string_view value = reader.text(static_cast<std::size_t>(element.size.value_or(0)));
+        if (element.id == documentType && !reader.failed())
             return {.candidates = Candidates{value.starts_with("webm") ? "webm" : "mkv"}};
     }
     return {};

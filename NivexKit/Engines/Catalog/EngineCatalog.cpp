@@ -7,6 +7,7 @@
 #include "NivexKit/Engines/Image/OptimizationEngine.hpp"
 #include "NivexKit/Engines/Image/PictureMeasurements.hpp"
 #include "NivexKit/Engines/InDesign/InDesignEngine.hpp"
+#include "NivexKit/Engines/Media/MediaEngine.hpp"
 #include "NivexKit/Engines/Pages/TextRecognitionEngine.hpp"
 #include "NivexKit/Engines/Subtitle/SubtitleEngine.hpp"
 #include "NivexKit/Planning/ConversionGraph.hpp"
@@ -20,8 +21,6 @@ std::shared_ptr<const ConversionEngine> declared(DeclaredEngine::Declaration dec
     return std::make_shared<DeclaredEngine>(std::move(declaration));
 }
 
-std::chrono::seconds mediaLimit(const ResourceLimits& limits) { return limits.mediaStepTimeout; }
-
 } // namespace
 
 EngineList EngineCatalog::standard(const FormatRegistry& registry, const std::shared_ptr<WorkerPool>& pool)
@@ -30,7 +29,7 @@ EngineList EngineCatalog::standard(const FormatRegistry& registry, const std::sh
     return {
         std::make_shared<NativeImageEngine>(registry, pool),
         std::make_shared<OptimizationEngine>(registry, pool),
-        declared({.id = "native-media", .displayName = "Audio et vidéo macOS (AVFoundation)"_fr, .timeout = mediaLimit}),
+        std::make_shared<MediaEngine>(registry, pool),
         declared({.id = "native-document", .displayName = "Documents macOS (système de texte Cocoa)"_fr}),
         std::make_shared<DataEngine>(registry, pool),
         std::make_shared<SubtitleEngine>(registry),
@@ -54,6 +53,7 @@ SourceProbes EngineCatalog::deepProbes(const FormatRegistry& registry, const Res
          .enter = enterPicture,
          .decodesImages = true},
         {.program = "pages", .engine = "native-image", .formats = {"pdf"}},
+        {.program = "media", .engine = "native-media", .formats = MediaEngine::measuredFormats(registry)},
     };
     SourceProbes probes;
     for (const WorkerProbe::Row& row : rows)
