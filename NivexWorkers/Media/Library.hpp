@@ -44,6 +44,9 @@ void orUnreadable(int code);
 /// Throws `encodingFailed` for a negative code of the library, with its message as the cause.
 void orUnwritten(int code);
 
+/// The units of a container's own times.
+constexpr AVRational microseconds{1, AV_TIME_BASE};
+
 /// A time in units of `base`, in seconds.
 inline double secondsOf(std::int64_t time, AVRational base) { return static_cast<double>(time) * av_q2d(base); }
 

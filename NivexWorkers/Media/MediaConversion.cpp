@@ -77,7 +77,7 @@ void FilmUnderLimit::measure()
 {
     const MediaInput input = MediaInput::open(request_.input, request_.sourceFormat.id.rawValue);
     const AVStream* film = input.best(AVMEDIA_TYPE_VIDEO);
-    seconds_ = secondsOf(input.context().duration, AV_TIME_BASE_Q);
+    seconds_ = secondsOf(input.context().duration, microseconds);
     if (seconds_ <= 0)
         orUnreadable(AVERROR_INVALIDDATA);
     soundTracks_ = static_cast<int>(std::ranges::count_if(input.streams(), [](const AVStream* stream) {
@@ -137,11 +137,15 @@ std::vector<std::filesystem::path> convertMedia(const EngineRequest& request, co
     const bool isShrunk = request.sourceFormat.id == request.targetFormat.id;
     if (!limit || !isShrunk) {
         const std::int64_t size = MediaJob{request, progress, result}.run();
-        if (!limit || size <= *limit)
+        const auto most = isShrunk ? static_cast<std::int64_t>(std::filesystem::file_size(request.input)) : limit;
+        if (!most || size <= *most)
             return {result};
         std::filesystem::remove(result);
     }
-    std::filesystem::rename(FilmUnderLimit{request, progress, *limit}.make(), result);
+    if (limit)
+        std::filesystem::rename(FilmUnderLimit{request, progress, *limit}.make(), result);
+    else // encoding it anew made it no smaller
+        std::filesystem::copy_file(request.input, result);
     return {result};
 }
 

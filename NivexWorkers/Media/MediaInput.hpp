@@ -9,6 +9,7 @@
 #include <memory>
 #include <span>
 #include <string_view>
+#include <utility>
 
 namespace nivex::media {
 
@@ -36,6 +37,8 @@ public:
 
 private:
     struct Bytes {
+        explicit Bytes(FileSource source) : file{std::move(source)} {}
+
         FileSource file;
         std::uint64_t position = 0;
         bool wasCut = false;

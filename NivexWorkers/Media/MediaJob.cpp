@@ -67,7 +67,7 @@ std::int64_t MediaJob::startOfResult() const
     const AVStream* only = !isFilm() ? input_.best(AVMEDIA_TYPE_AUDIO)
                            : isGif() ? input_.best(AVMEDIA_TYPE_VIDEO)
                                      : nullptr;
-    return only ? av_rescale_q(orZero(only->start_time), only->time_base, AV_TIME_BASE_Q)
+    return only ? av_rescale_q(orZero(only->start_time), only->time_base, microseconds)
                 : orZero(input_.context().start_time);
 }
 
@@ -82,8 +82,15 @@ void MediaJob::chooseTracks()
     if (isFilm() && !isGif())
         chooseSubtitles();
     if (std::ranges::none_of(taken_, [](const Taken& each) { return each.track != nullptr; }))
-        throw ConversionError::unreadableSource(isFilm() ? "aucune piste vidéo lisible"_fr
-                                                         : "aucune piste audio lisible"_fr);
+        throw ConversionError::unreadableSource(isFilm()     ? "aucune piste vidéo lisible"_fr
+                                                : hasSound() ? "aucune piste audio lisible"_fr
+                                                             : "le fichier ne contient aucun son"_fr);
+}
+
+bool MediaJob::hasSound() const
+{
+    return std::ranges::any_of(
+        input_.streams(), [](const AVStream* stream) { return stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO; });
 }
 
 void MediaJob::take(const AVStream& stream, std::unique_ptr<Track> track)
@@ -159,7 +166,8 @@ bool MediaJob::fitsPicture(const AVStream& stream) const
 {
     const AVCodecParameters& picture = *stream.codecpar;
     const MediaFormat* format = mediaFormat(target_.format);
-    return format && !rates_ && std::min(picture.width, picture.height) <= mostPixelsOf() &&
+    const bool isShrunk = request_.sourceFormat.id == request_.targetFormat.id;
+    return format && !rates_ && !isShrunk && std::min(picture.width, picture.height) <= mostPixelsOf() &&
            keepsPictures(avcodec_get_name(picture.codec_id), *format, request_.options) &&
            (target_.holdsRotation || rotationOf(stream) == 0) &&
            avformat_query_codec(&output_.container(), picture.codec_id, FF_COMPLIANCE_NORMAL) != 0;
@@ -306,7 +314,7 @@ void MediaJob::report(const AVPacket& packet) const
     if (whole <= 0 || packet.pts == AV_NOPTS_VALUE)
         return progress_(std::nullopt);
     const AVRational base = input_.streams()[static_cast<std::size_t>(packet.stream_index)]->time_base;
-    const double seconds = secondsOf(packet.pts, base) - secondsOf(start_, AV_TIME_BASE_Q);
+    const double seconds = secondsOf(packet.pts, base) - secondsOf(start_, microseconds);
     progress_(std::clamp(seconds / whole, 0.0, 1.0));
 }
 
@@ -315,7 +323,7 @@ double MediaJob::announcedSeconds() const
     const AVFormatContext& context = input_.context();
     if (context.duration_estimation_method == AVFMT_DURATION_FROM_BITRATE || context.duration <= 0)
         return 0;
-    return secondsOf(context.duration, AV_TIME_BASE_Q);
+    return secondsOf(context.duration, microseconds);
 }
 
 double MediaJob::announcedSeconds(const AVStream& stream) const

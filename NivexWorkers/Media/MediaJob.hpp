@@ -42,6 +42,7 @@ private:
     bool isGif() const { return request_.targetFormat.id == "gif"; }
     std::int64_t startOfResult() const;
     void chooseTracks();
+    bool hasSound() const; // of any kind, readable or not
     void take(const AVStream& stream, std::unique_ptr<Track> track);
     void choosePicture();
     void chooseSound();

@@ -45,7 +45,7 @@ SourceProperties probeMedia(const EngineRequest& request)
                            .hasVideoTrack = film != nullptr,
                            .hasAudioTrack = sound != nullptr};
     if (input.context().duration > 0)
-        found.durationSeconds = secondsOf(input.context().duration, AV_TIME_BASE_Q);
+        found.durationSeconds = secondsOf(input.context().duration, microseconds);
     if (film)
         measureFilm(*film, found);
     if (sound)

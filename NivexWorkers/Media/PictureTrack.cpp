@@ -215,7 +215,7 @@ void PictureTrack::encodeFrame(AVFrame& frame)
 {
     if (frame.pts != AV_NOPTS_VALUE)
         frame.pts = av_rescale_q(frame.pts, av_buffersink_get_time_base(out_), encoder_->time_base) -
-                    av_rescale_q(place().start, AV_TIME_BASE_Q, encoder_->time_base);
+                    av_rescale_q(place().start, microseconds, encoder_->time_base);
     else
         frame.pts = last_ == AV_NOPTS_VALUE ? 0 : last_ + 1;
     if (last_ != AV_NOPTS_VALUE && frame.pts <= last_)

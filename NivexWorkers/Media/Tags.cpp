@@ -70,7 +70,7 @@ void copyChapters(const AVFormatContext& from, AVFormatContext& to, std::int64_t
         if (!copy)
             throw std::bad_alloc{};
         to.chapters[to.nb_chapters++] = copy;
-        const std::int64_t shift = av_rescale_q(start, AV_TIME_BASE_Q, chapter->time_base);
+        const std::int64_t shift = av_rescale_q(start, microseconds, chapter->time_base);
         copy->id = chapter->id;
         copy->time_base = chapter->time_base;
         copy->start = std::max<std::int64_t>(chapter->start - shift, 0);

@@ -39,7 +39,7 @@ protected:
     const AVStream& source() const { return source_; }
 
     /// The place's start in the source's units.
-    std::int64_t start() const { return av_rescale_q(place_.start, AV_TIME_BASE_Q, source_.time_base); }
+    std::int64_t start() const { return av_rescale_q(place_.start, microseconds, source_.time_base); }
 
     /// A decoder for the source's stream; threads as the library thinks best.
     CodecContext openDecoder() const;

@@ -222,6 +222,15 @@ class Films(MediaCase):
         large, = self.json_lines("convert", "a.mov", "--to", "mp4", "--max-size", "500MB")
         self.assertEqual(packets(self.folder / large["outputs"][0], "v"), packets(self.folder / "a.mov", "v"))
 
+    def test_a_film_is_shrunk_in_its_own_format(self):
+        self.film("a.mp4", "-crf", 1)
+        before = (self.folder / "a.mp4").stat().st_size
+        line, = self.json_lines("optimize", "a.mp4", "--max-size", f"{before // 2}")
+        self.assertTrue(before * 0.45 <= line["totalBytes"] <= before // 2, (before, line))
+        result = self.folder / line["outputs"][0]
+        self.assertEqual([each["codec_type"] for each in probed(result)["streams"]], ["video", "audio"])
+        self.assertAlmostEqual(float(probed(result)["format"]["duration"]), 2, delta=0.05)
+
     def test_the_first_seconds_become_a_gif(self):
         ffmpeg("-f", "lavfi", "-i", "testsrc2=size=800x400:rate=25:duration=12", "-pix_fmt", "yuv420p", self.folder / "a.mp4")
         line, = self.json_lines("convert", "a.mp4", "--to", "gif")

@@ -1,6 +1,6 @@
 #include "NivexKit/Detection/FileDetector.hpp"
 #include "NivexKit/Engines/Catalog/EngineCatalog.hpp"
-#include "NivexKit/Engines/Image/OptimizationEngine.hpp"
+#include "NivexKit/Engines/Optimization/OptimizationEngine.hpp"
 
 namespace nivex::testing {
 namespace {
@@ -18,7 +18,7 @@ std::shared_ptr<WorkerPool> poolOf(const std::optional<fs::path>& folder = {})
     return std::make_shared<WorkerPool>(std::move(settings));
 }
 
-TEST(OptimizationEngine, shrinksPicturesInTheirOwnFormat)
+TEST(OptimizationEngine, shrinksPicturesAndFilmsInTheirOwnFormat)
 {
     const OptimizationEngine engine{registry(), poolOf()};
     EXPECT_FALSE(engine.availability().isAvailable());
@@ -26,10 +26,12 @@ TEST(OptimizationEngine, shrinksPicturesInTheirOwnFormat)
     for (const EngineCapability& each : engine.capabilities()) {
         EXPECT_EQ(each.source, each.target);
         EXPECT_TRUE(each.options.contains(ConversionOptionKind::targetSize));
-        EXPECT_TRUE(each.refused.contains(ConversionOptionKind::removeBackground));
+        const bool isPicture = each.options.contains(ConversionOptionKind::quality);
+        EXPECT_EQ(each.refused.contains(ConversionOptionKind::removeBackground), isPicture);
+        EXPECT_EQ(each.options.contains(ConversionOptionKind::videoQuality), !isPicture);
         formats.push_back(each.source.rawValue);
     }
-    EXPECT_THAT(formats, ::testing::ElementsAre("jpeg", "heic", "avif", "jp2"));
+    EXPECT_THAT(formats, ::testing::ElementsAre("jpeg", "heic", "avif", "jp2", "mp4", "mov", "m4v"));
 }
 
 TEST(OptimizationEngine, losesWhatEncodingIntoTheFormatLoses)
@@ -42,6 +44,7 @@ TEST(OptimizationEngine, losesWhatEncodingIntoTheFormatLoses)
     };
     EXPECT_EQ(losses("heic", {.imageCount = 2}), both);
     EXPECT_EQ(losses("avif", {.imageCount = 2}), both | ConversionLoss::pages);
+    EXPECT_EQ(losses("mp4", {.hasAudioTrack = true}), both);
 }
 
 TEST(EngineCatalog, detectsDeeplyWhatItsPictureEngineReads)
