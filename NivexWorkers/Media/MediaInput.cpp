@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <iterator>
 #include <optional>
-#include <vector>
 
 namespace nivex::media {
 namespace {
@@ -106,7 +105,39 @@ void MediaInput::openAs(std::string_view format)
     context->format_whitelist = av_strdup(container->name);
     orUnreadable(avformat_open_input(&context, "", container, nullptr)); // which frees it on failure
     context_.reset(context);
+    noteAnnouncedLengths();
     orUnreadable(avformat_find_stream_info(context, nullptr));
+}
+
+/// Before the library fills in what it reckons or finds in other streams. At the streams of ASF it has put the length
+/// of the whole.
+void MediaInput::noteAnnouncedLengths()
+{
+    const std::string_view container = context_->iformat->name;
+    announced_ = std::max(0.0, secondsOf(orZero(context_->duration), microseconds));
+    for (const AVStream* stream : streams()) {
+        const AVCodecParameters& codec = *stream->codecpar;
+        const double seconds = std::max(0.0, secondsOf(orZero(stream->duration), stream->time_base));
+        const bool isUncompressed = av_get_exact_bits_per_sample(codec.codec_id) > 0 && codec.sample_rate > 0;
+        if (container == "asf")
+            announced_ = std::max(announced_, seconds);
+        announcedOfStreams_.push_back(container == "asf" ? 0
+                                      : container == "caf" && isUncompressed
+                                          ? static_cast<double>(stream->nb_frames) / codec.sample_rate
+                                          : seconds);
+    }
+}
+
+double MediaInput::announcedSeconds(const AVStream& stream) const
+{
+    const auto index = static_cast<std::size_t>(stream.index);
+    return index < announcedOfStreams_.size() ? announcedOfStreams_[index] : 0;
+}
+
+bool MediaInput::announcesEachStream() const
+{
+    return std::ranges::all_of(
+        streams(), [this](const AVStream* stream) { return announcedSeconds(*stream) > 0 || !isDecodable(stream); });
 }
 
 void MediaInput::refuseCut() const

@@ -10,6 +10,7 @@
 #include <span>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace nivex::media {
 
@@ -31,6 +32,15 @@ public:
     /// Whether the library can decode a stream, of sound or moving pictures, and found out what it needs to.
     static bool isDecodable(const AVStream* stream);
 
+    /// How long the container says that the longest of its streams lasts, in seconds; 0 where it says nothing.
+    double announcedSeconds() const { return announced_; }
+
+    /// How long the container says that a stream lasts, in seconds; 0 where it says nothing of this one.
+    double announcedSeconds(const AVStream& stream) const;
+
+    /// Whether it does so of every stream of sound and pictures.
+    bool announcesEachStream() const;
+
     /// Whether bytes that the file has could not be read: another program shortened it, or the disk failed. A result
     /// made of it would be shorter than its source.
     bool wasCut() const { return bytes_->wasCut; }
@@ -50,6 +60,7 @@ private:
     explicit MediaInput(FileSource file);
 
     void openAs(std::string_view format);
+    void noteAnnouncedLengths();
     void refuseCut() const;
     void refuseProtected() const;
     void refuseEmpty() const;
@@ -61,6 +72,8 @@ private:
     std::unique_ptr<Bytes> bytes_;
     Channel channel_;
     std::unique_ptr<AVFormatContext, CloseInput> context_;
+    double announced_ = 0;
+    std::vector<double> announcedOfStreams_;
 };
 
 } // namespace nivex::media

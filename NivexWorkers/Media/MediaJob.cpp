@@ -73,8 +73,9 @@ std::int64_t MediaJob::startOfResult() const
 
 void MediaJob::chooseTracks()
 {
+    // Where only the length of the whole is known, all streams tell whether it was reached.
     for (AVStream* stream : input_.streams())
-        stream->discard = AVDISCARD_ALL;
+        stream->discard = input_.announcesEachStream() ? AVDISCARD_ALL : AVDISCARD_DEFAULT;
     if (isFilm())
         choosePicture();
     if (!isGif())
@@ -273,16 +274,12 @@ void MediaJob::readAll()
     const Packet packet{av_packet_alloc()};
     while (readPacket(*packet)) {
         Taken& taken = taken_[static_cast<std::size_t>(packet->stream_index)];
+        noteEnd(*packet, taken);
+        if (isGif() && taken.end > ConversionLoss::gifMaximumSeconds)
+            break;
         if (taken.track) {
             report(*packet);
             ++taken.packets;
-            const std::int64_t time = packet->pts == AV_NOPTS_VALUE ? packet->dts : packet->pts;
-            const AVStream& stream = *input_.streams()[static_cast<std::size_t>(packet->stream_index)];
-            if (time != AV_NOPTS_VALUE)
-                taken.end = std::max(taken.end,
-                                     secondsOf(time - orZero(stream.start_time) + packet->duration, stream.time_base));
-            if (isGif() && taken.end > ConversionLoss::gifMaximumSeconds)
-                break;
             taken.track->take(packet.get());
         }
         av_packet_unref(packet.get());
@@ -291,6 +288,17 @@ void MediaJob::readAll()
         if (taken.track)
             taken.track->take(nullptr);
     checkLengths();
+}
+
+void MediaJob::noteEnd(const AVPacket& packet, Taken& taken)
+{
+    const AVStream& stream = *input_.streams()[static_cast<std::size_t>(packet.stream_index)];
+    const std::int64_t time = packet.pts == AV_NOPTS_VALUE ? packet.dts : packet.pts;
+    if (time == AV_NOPTS_VALUE)
+        return;
+    const double end = secondsOf(time + packet.duration, stream.time_base);
+    taken.end = std::max(taken.end, end - secondsOf(orZero(stream.start_time), stream.time_base));
+    longest_ = std::max({longest_, end, taken.end});
 }
 
 bool MediaJob::readPacket(AVPacket& packet)
@@ -307,7 +315,9 @@ bool MediaJob::readPacket(AVPacket& packet)
 
 void MediaJob::report(const AVPacket& packet) const
 {
-    double whole = announcedSeconds();
+    const AVFormatContext& context = input_.context();
+    const bool isGuessed = context.duration_estimation_method == AVFMT_DURATION_FROM_BITRATE;
+    double whole = isGuessed ? 0 : secondsOf(orZero(context.duration), microseconds);
     if (isGif())
         whole =
             std::min<double>(whole > 0 ? whole : ConversionLoss::gifMaximumSeconds, ConversionLoss::gifMaximumSeconds);
@@ -318,38 +328,22 @@ void MediaJob::report(const AVPacket& packet) const
     progress_(std::clamp(seconds / whole, 0.0, 1.0));
 }
 
-double MediaJob::announcedSeconds() const
-{
-    const AVFormatContext& context = input_.context();
-    if (context.duration_estimation_method == AVFMT_DURATION_FROM_BITRATE || context.duration <= 0)
-        return 0;
-    return secondsOf(context.duration, microseconds);
-}
-
-double MediaJob::announcedSeconds(const AVStream& stream) const
-{
-    const bool isCaf = input_.context().iformat->name == std::string_view{"caf"};
-    const bool isUncompressed = av_get_exact_bits_per_sample(stream.codecpar->codec_id) > 0;
-    if (isCaf && isUncompressed &&
-        stream.nb_frames > 0) // announced, where the duration is reckoned from the file's size
-        return static_cast<double>(stream.nb_frames) / stream.codecpar->sample_rate;
-    if (input_.context().duration_estimation_method == AVFMT_DURATION_FROM_BITRATE)
-        return 0;
-    return stream.duration > 0 ? secondsOf(stream.duration, stream.time_base) : 0;
-}
-
+/// Each stream by what the container says of it; else the longest of all by what it says of the whole.
 void MediaJob::checkLengths() const
 {
     if (isGif())
         return;
     for (const AVStream* stream : input_.streams()) {
         const Taken& taken = taken_[static_cast<std::size_t>(stream->index)];
-        const bool isShown = stream->codecpar->codec_type != AVMEDIA_TYPE_SUBTITLE;
-        if (taken.track && isShown && taken.end < announcedSeconds(*stream) - mostSecondsMissing)
+        if (!taken.track || stream->codecpar->codec_type == AVMEDIA_TYPE_SUBTITLE)
+            continue;
+        if (taken.end < input_.announcedSeconds(*stream) - mostSecondsMissing)
             orUnreadable(AVERROR_EOF);
-        if (taken.track && isShown && taken.packets == 0)
+        if (taken.packets == 0)
             throw ConversionError::unreadableSource("le fichier est vide"_fr);
     }
+    if (!input_.announcesEachStream() && longest_ < input_.announcedSeconds() - mostSecondsMissing)
+        orUnreadable(AVERROR_EOF);
 }
 
 } // namespace nivex::media

@@ -27,14 +27,12 @@ public:
     /// Throws `unreadableSource`, `encodingFailed`. Returns how many bytes were written.
     std::int64_t run();
 
-    /// Of the whole source; 0 where it does not say, or only its size lets the library guess.
-    double announcedSeconds() const;
     const MediaInput& input() const { return input_; }
 
 private:
     struct Taken {
         std::unique_ptr<Track> track; // null for a stream that is left out
-        double end = 0;               // of what was read, in seconds from the stream's start
+        double end = 0;               // of what was read, in seconds since the stream began
         std::int64_t packets = 0;
     };
 
@@ -56,10 +54,10 @@ private:
     void addCover();
     void writeCover();
     void readAll();
+    void noteEnd(const AVPacket& packet, Taken& taken);
     bool readPacket(AVPacket& packet);
     void report(const AVPacket& packet) const;
     void checkLengths() const;
-    double announcedSeconds(const AVStream& stream) const;
 
     const EngineRequest& request_;
     const ProgressCallback& progress_;
@@ -70,6 +68,7 @@ private:
     std::vector<Taken> taken_; // by stream of the input
     std::int64_t start_ = 0;   // microseconds
     AVStream* coverStream_ = nullptr;
+    double longest_ = 0; // the latest end in any stream of what was read, in seconds
 };
 
 } // namespace nivex::media

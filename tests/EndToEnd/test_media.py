@@ -245,6 +245,14 @@ class Films(MediaCase):
         self.assertEqual(packets(result, "a"), packets(self.folder / "a.mp4", "a"))
         self.assertEqual([each["codec_type"] for each in probed(result)["streams"]], ["audio"])
 
+    def test_sound_shorter_than_its_film_is_whole(self):
+        for name in ("a.mkv", "a.wmv", "a.flv", "a.avi", "a.mov"):
+            with self.subTest(name):
+                ffmpeg("-f", "lavfi", "-i", TEST_FILM, "-f", "lavfi", "-i", "sine=duration=0.7:sample_rate=44100",
+                       self.folder / name)
+                self.assertGreater(len(samples(self.convert(name, "wav", "--out", name[2:]))), 0.6 * 44_100 * 4)
+                self.convert(name, "mp4", "--out", name[2:])
+
     def test_what_cannot_be_read_is_said(self):
         self.film("whole.mp4", "-movflags", "+faststart")
         self.film("whole.mkv")

@@ -1,18 +1,10 @@
-"""Damaged, cut and forged pictures: each is a plain French failure or a whole picture, and nothing is left behind.
-
-NIVEX_MUTANTS   how many mutants are made (a few hundred without it)
-NIVEX_SEED      the number of the first (0)
-NIVEX_KEEP      a folder for those whose conversion ended the worker's child
-"""
+"""Damaged, cut and forged pictures: each is a plain French failure or a whole picture, and nothing is left behind."""
 import collections
-import json
 import os
 import pathlib
 import random
 import re
-import shutil
 import struct
-import subprocess
 import tempfile
 import threading
 import time
@@ -20,30 +12,9 @@ import unittest
 import zlib
 
 import pictures
-from nivex_case import NivexCase, PROGRAM
+from mutations import DEATHS, SHORT_OF_MEMORY, MutationCase
+from nivex_case import PROGRAM
 
-COUNT = int(os.environ.get("NIVEX_MUTANTS", "300"))
-FIRST = int(os.environ.get("NIVEX_SEED", "0"))
-SLOWEST = 60  # seconds for one tiny picture, on a machine that does other things too
-
-# What the user is told when the child of a worker did not come back.
-DEATHS = ("sa lecture a arrêté le programme de conversion",
-          "le programme de conversion s'est arrêté de façon inattendue",
-          "le programme de conversion a donné une réponse incorrecte",
-          "La conversion a pris trop de temps et a été interrompue.")
-SHORT_OF_MEMORY = "ce fichier demande plus de mémoire que NIVEX n'en accorde à une conversion"
-
-
-def french_texts():
-    """A pattern for each text that the program can show; what is filled in is a few plain words or a number."""
-    table = pathlib.Path(__file__).parents[2] / "NivexKit/Texts/EnglishTexts.cpp"
-    texts = re.findall(r'^    \{"((?:[^"\\]|\\.)*)",', table.read_text(), re.MULTILINE)
-    patterns = [re.escape(text.replace('\\"', '"')).replace(r"\{\}", r"[\w .,:«»’'()-]{1,60}") for text in texts]
-    lead_ins = [pattern for text, pattern in zip(texts, patterns) if text.endswith(" : ")]
-    return re.compile(f"(?:{'|'.join(lead_ins)})?(?:{'|'.join(patterns)})")
-
-
-# --- Mutations -------------------------------------------------------------------------------------------------------
 
 def with_right_checksums(data):
     """A PNG whose chunks pass the reader's first look."""
@@ -60,107 +31,10 @@ def with_right_checksums(data):
     return bytes(out) + data[position:]
 
 
-def place(chance, data):
-    """Somewhere in the data, more often near the beginning, where the structure is."""
-    end = len(data) if chance.random() < 0.5 else min(len(data), 96)
-    return chance.randrange(end) if end else 0
-
-
-def flip_bits(chance, data, _):
-    out = bytearray(data)
-    for _ in range(chance.choice((1, 1, 2, 4, 16))):
-        out[place(chance, data)] ^= 1 << chance.randrange(8)
-    return bytes(out)
-
-
-def set_bytes(chance, data, _):
-    out = bytearray(data)
-    for _ in range(chance.choice((1, 2, 3))):
-        out[place(chance, data)] = chance.choice((0, 1, 0x7F, 0x80, 0xFF, chance.randrange(256)))
-    return bytes(out)
-
-
-def cut(chance, data, _):
-    return data[:place(chance, data)]
-
-
-def delete(chance, data, _):
-    at = place(chance, data)
-    return data[:at] + data[at + chance.choice((1, 2, 4, 12, 64, 256)):]
-
-
-def repeat(chance, data, _):
-    at, length = place(chance, data), chance.choice((1, 4, 12, 64, 256))
-    return data[:at] + data[at:at + length] * chance.choice((2, 3, 40)) + data[at + length:]
-
-
-def zero(chance, data, _):
-    at, length = place(chance, data), chance.choice((4, 16, 64, 256))
-    return data[:at] + b"\0" * min(length, len(data) - at) + data[at + length:]
-
-
-def extreme_number(chance, data, _):
-    out = bytearray(data)
-    for _ in range(chance.choice((1, 1, 2))):
-        number = chance.choice((0, 1, 0x7FFF, 0x8000, 0xFFFF, 0x10000, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 100_000))
-        width, order = chance.choice((2, 4, 4, 8)), chance.choice(("big", "little"))
-        at = place(chance, data)
-        out[at:at + width] = (number & (1 << 8 * width) - 1).to_bytes(width, order)[:len(out) - at]
-    return bytes(out)
-
-
-def garbage(chance, data, _):
-    kept = chance.choice((8, 16, 32, 64, 128, 512))
-    return data[:kept] + chance.randbytes(max(0, len(data) - kept))
-
-
-def splice(chance, data, other):
-    return data[:place(chance, data)] + other[place(chance, other):]
-
-
-def append(chance, data, other):
-    return data + chance.choice((chance.randbytes(300), other, data))
-
-
-MUTATIONS = [flip_bits, flip_bits, set_bytes, cut, delete, repeat, zero, extreme_number, extreme_number, garbage,
-             splice, append]
-
-
-def mutant(number, seeds):
-    """Name and bytes of a mutant; the same number makes the same one from the same seeds."""
-    chance = random.Random(number)
-    formats = sorted(seeds)
-    own = seeds[formats[number % len(formats)]]
-    name, data = chance.choice(own)
-    _, other = chance.choice(own if chance.random() < 0.5 else seeds[chance.choice(formats)])
-    done = []
-    for _ in range(chance.choice((1, 1, 1, 2, 3))):
-        mutation = chance.choice(MUTATIONS)
-        data = mutation(chance, data, other)
-        done.append(mutation.__name__)
-        if not data:
-            data = b"\0"
-    if chance.random() < 0.7:
-        data = with_right_checksums(data)
-    stem, extension = name.rsplit(".", 1)
-    return f"{number}-{stem}-{'-'.join(done)}.{extension}", data
-
-
-# --- The tests -------------------------------------------------------------------------------------------------------
-
-class BadPictures(NivexCase):
-    texts = french_texts()
-
+class BadPictures(MutationCase):
     def setUp(self):
         super().setUp()
-        self.faults = []
-        self.temporary = self.folder / "temporary"
-        self.temporary.mkdir()
-        self.environment["TMPDIR"] = str(self.temporary)
-        edges = [edge for line in self.json_lines("engines") if line["id"] == "native-image" for edge in line["edges"]]
-        self.targets = collections.defaultdict(list)
-        for edge in edges:
-            self.targets[edge["source"]].append(edge["target"])
+        self.targets = self.targets_of("native-image")
         self.sources = [source for source in pictures.SOURCES if source.format in self.targets and not source.large]
 
     def originals(self, sources):
@@ -168,35 +42,6 @@ class BadPictures(NivexCase):
         making.mkdir()
         files = pictures.make(making, sources)
         return {source: files[source.name].read_bytes() for source in sources}
-
-    def convert(self, files, target, *options):
-        """Converts files of one folder and checks what holds whatever they are; the lines by name."""
-        out = pathlib.Path(tempfile.mkdtemp(prefix="out-", dir=self.folder))
-        before = {path.name for path in files[0].parent.iterdir()}
-        result = subprocess.run([self.program, "convert", *files, "--to", target, "--out", out, "--json", *options],
-                                cwd=self.folder, env=self.environment, capture_output=True, timeout=1200)
-        told = result.stderr.decode(errors="replace")
-        self.assertIn(result.returncode, (0, 1), told)
-        self.assertNotIn("Sanitizer", told)
-        lines = {pathlib.Path(line["source"]).name: line
-                 for line in map(json.loads, result.stdout.decode().splitlines())}
-        self.assertEqual(set(lines), {path.name for path in files}, told)
-        named = {pathlib.Path(output).name for line in lines.values() for output in line["outputs"]}
-        self.assertEqual(set(os.listdir(out)), named, "left over in the destination")
-        self.assertEqual({path.name for path in files[0].parent.iterdir()}, before, "left over beside the sources")
-        self.assertEqual([path for path in self.temporary.rglob("*") if path.name != "NIVEX"], [],
-                         "left over among the temporary files")
-        for name, line in lines.items():
-            if line["state"] == "failed" and not self.texts.fullmatch(line["message"] or ""):
-                self.faults.append(f"{name} -> {target}: not a text of ours: {line['message']!r}")
-            elif line["state"] not in ("failed", "succeeded"):
-                self.faults.append(f"{name} -> {target}: {line['state']}")
-            if line["seconds"] > SLOWEST:
-                self.faults.append(f"{name} -> {target}: {line['seconds']} s")
-        return lines
-
-    def outputs(self, lines):
-        return {name: self.folder / line["outputs"][0] for name, line in lines.items() if line["state"] == "succeeded"}
 
     def look(self, paths):
         """The frames of results in formats that ImageMagick reads whole."""
@@ -206,60 +51,20 @@ class BadPictures(NivexCase):
         """Whether another program decodes the whole file; ImageMagick gives up on long ones, and on those behind them."""
         return bool(seen.get(path)) or pictures.run("vips", "avg", path, check=False).returncode == 0
 
-    def report(self):
-        if self.faults:
-            self.fail(f"{len(self.faults)} faults\n" + "\n".join(self.faults[:100]))
-
 
 class Mutants(BadPictures):
+    def unopened(self, shown):
+        seen = self.look(shown.values())
+        return [name for name, path in shown.items() if not self.opens(path, seen)]
+
     def test_mutants_fail_plainly_or_convert_whole(self):
         seeds = collections.defaultdict(list)
         for source, data in self.originals(self.sources).items():
             if len(data) < 100_000:
                 seeds[source.format].append((source.name, data))
-        tally = collections.defaultdict(collections.Counter)
-        slowest = collections.defaultdict(float)
-        deaths = []
-        step = 40 * len(seeds)
-        for first in range(FIRST, FIRST + COUNT, step):
-            folder = pathlib.Path(tempfile.mkdtemp(prefix="mutants-", dir=self.folder))
-            batches = collections.defaultdict(list)
-            for number in range(first, min(first + step, FIRST + COUNT)):
-                name, data = mutant(number, seeds)
-                of = sorted(seeds)[number % len(seeds)]
-                targets = [target for target in ("png", "jpeg", "tiff", "webp", "bmp", "tga")
-                           if target in self.targets[of]]
-                path = folder / of / name
-                path.parent.mkdir(exist_ok=True)
-                path.write_bytes(data)
-                batches[of, targets[number // step % len(targets)]].append(path)
-            for (of, target), files in batches.items():
-                lines = self.convert(files, target)
-                shown = self.outputs(lines)
-                seen = self.look(shown.values())
-                for path in files:
-                    line = lines[path.name]
-                    message = line["message"] or ""
-                    slowest[of] = max(slowest[of], line["seconds"])
-                    died = any(death in message for death in DEATHS)
-                    state = ("died" if died else "short of memory" if SHORT_OF_MEMORY in message else
-                             "converted" if path.name in shown else "refused")
-                    tally[of][state] += 1
-                    if died or state == "short of memory":
-                        deaths.append(f"{path.name} -> {target}: {message}")
-                        if "NIVEX_KEEP" in os.environ:
-                            shutil.copy(path, os.environ["NIVEX_KEEP"])
-                    if path.name in shown and not self.opens(shown[path.name], seen):
-                        self.faults.append(f"{path.name} -> {target}: nobody can open the result")
-            shutil.rmtree(folder)
-            for out in self.folder.glob("out-*"):
-                shutil.rmtree(out)
-        print(f"\n{'format':9}{'converted':>10}{'refused':>9}{'died':>6}{'memory':>8}{'slowest':>9}")
-        for of in sorted(tally):
-            print(f"{of:9}{tally[of]['converted']:10}{tally[of]['refused']:9}{tally[of]['died']:6}"
-                  f"{tally[of]['short of memory']:8}{slowest[of]:8.2f}s")
-        print("\n".join(deaths), flush=True)
-        self.report()
+        targets = {of: [target for target in ("png", "jpeg", "tiff", "webp", "bmp", "tga") if target in self.targets[of]]
+                   for of in seeds}
+        self.convert_mutants(seeds, targets, self.unopened, with_right_checksums)
 
 
 class Truncated(BadPictures):
