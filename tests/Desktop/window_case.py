@@ -33,14 +33,27 @@ class WindowCase(unittest.TestCase):
         folder = tempfile.mkdtemp(prefix="nivex-desktop-")
         cls.addClassCleanup(shutil.rmtree, folder, ignore_errors=True)
         cls.environment["XDG_RUNTIME_DIR"] = folder
-        display = cls.start(["Xvfb", "-displayfd", "1", "-screen", "0", "1280x900x24", "-nolisten", "tcp"],
+        display = cls.start(["Xvfb", "-displayfd", "1", "-screen", "0", "1280x900x24", "-nolisten", "tcp",
+                             "-noreset"],
                             cls.addClassCleanup, stdout=subprocess.PIPE, text=True)
         cls.environment["DISPLAY"] = ":" + display.stdout.readline().strip()
         bus = cls.start(["dbus-daemon", "--session", "--print-address", "--nofork"],
                         cls.addClassCleanup, stdout=subprocess.PIPE, text=True)
         cls.environment["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().strip()
-        cls.start(["openbox"], cls.addClassCleanup)
+        cls.start_window_manager()
         os.environ.update({each: cls.environment[each] for each in ("DISPLAY", "DBUS_SESSION_BUS_ADDRESS")})
+
+    @classmethod
+    def start_window_manager(cls):
+        """Again where it did not find the display, as it sometimes does not while the machine is busy."""
+        managers = []
+
+        def is_there():
+            if not managers or managers[-1].poll() is not None:
+                managers.append(cls.start(["openbox"], cls.addClassCleanup, stdout=subprocess.DEVNULL))
+            return cls.tool("get_num_desktops").strip()
+
+        wait_for(is_there, "the window manager")
 
     def setUp(self):
         self.home = pathlib.Path(tempfile.mkdtemp(prefix="nivex-desktop-"))
@@ -73,8 +86,9 @@ class WindowCase(unittest.TestCase):
         wait_for(lambda: self.tool("getactivewindow").strip() == window, "the keyboard")
         return program
 
-    def tool(self, *arguments):
-        return subprocess.run(["xdotool", *arguments], env=self.environment, text=True,
+    @classmethod
+    def tool(cls, *arguments):
+        return subprocess.run(["xdotool", *arguments], env=cls.environment, text=True,
                               stdout=subprocess.PIPE, stderr=subprocess.DEVNULL).stdout
 
     def press(self, *keys):
