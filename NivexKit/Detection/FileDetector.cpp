@@ -160,9 +160,10 @@ std::vector<DetectionResult> FileDetector::detectForPlanning(std::span<const fs:
 {
     return detectAll(urls, [this](const fs::path& url) {
         DetectionResult result = detect(url);
-        const bool hasStreams = result.format && (result.format->family == FormatFamily::audio ||
-                                                  result.format->family == FormatFamily::video);
-        return hasStreams ? detectDeeply(std::move(result)) : result;
+        const bool needsDecoder = result.format && (result.format->family == FormatFamily::audio ||
+                                                    result.format->family == FormatFamily::video ||
+                                                    result.format->family == FormatFamily::threeD);
+        return needsDecoder ? detectDeeply(std::move(result)) : result;
     });
 }
 

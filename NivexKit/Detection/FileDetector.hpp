@@ -37,8 +37,8 @@ public:
     /// One result per file in the order given, from several threads where there are several files for each.
     std::vector<DetectionResult> detect(std::span<const std::filesystem::path> urls) const;
 
-    /// As `detect`, and sound and films completed with the measurements of their decoder: what they lose depends on
-    /// their streams, which no header tells.
+    /// As `detect`, and sound, films and scenes completed with the measurements of their decoder: what they lose
+    /// depends on their streams, materials and skeletons, which no header tells.
     std::vector<DetectionResult> detectForPlanning(std::span<const std::filesystem::path> urls) const;
 
     /// The result completed with the measurements of the decoders. A result that is not usable stays as it is.

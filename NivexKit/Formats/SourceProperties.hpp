@@ -29,6 +29,7 @@ struct SourceProperties {
     std::optional<bool> hasTextLayer;
     std::optional<bool> hasRigOrAnimation;
     std::optional<bool> hasLayers;
+    std::optional<bool> hasMaterials;
 
     bool hasSeveralImages() const { return imageCount.value_or(1) > 1; }
     bool hasSeveralPages() const { return pageCount.value_or(1) > 1; }

@@ -30,6 +30,7 @@ void forEachSourceProperty(Visit visit)
     visit("hasTextLayer", &Properties::hasTextLayer);
     visit("hasRigOrAnimation", &Properties::hasRigOrAnimation);
     visit("hasLayers", &Properties::hasLayers);
+    visit("hasMaterials", &Properties::hasMaterials);
 }
 
 } // namespace nivex

@@ -9,6 +9,7 @@
 #include "NivexKit/Engines/Media/MediaEngine.hpp"
 #include "NivexKit/Engines/Optimization/OptimizationEngine.hpp"
 #include "NivexKit/Engines/Pages/TextRecognitionEngine.hpp"
+#include "NivexKit/Engines/Scene/SceneEngine.hpp"
 #include "NivexKit/Engines/Subtitle/SubtitleEngine.hpp"
 #include "NivexKit/Planning/ConversionGraph.hpp"
 
@@ -38,7 +39,7 @@ EngineList EngineCatalog::standard(const FormatRegistry& registry, const std::sh
         std::make_shared<InDesignEngine>(InDesignEngine::installedApplication()),
         declared({.id = "native-indesign-preview", .displayName = "Aperçus enregistrés par InDesign"_fr}),
         std::make_shared<TextRecognitionEngine>(registry, pool),
-        declared({.id = "native-3d", .displayName = "3D (FBX, glTF, USD, OBJ, STL, PLY)"_fr}),
+        std::make_shared<SceneEngine>(registry, pool),
     };
     // clang-format on
 }
@@ -54,6 +55,7 @@ SourceProbes EngineCatalog::deepProbes(const FormatRegistry& registry, const Res
          .decodesImages = true},
         {.program = "pages", .engine = "native-image", .formats = {"pdf"}},
         {.program = "media", .engine = "native-media", .formats = MediaEngine::measuredFormats(registry)},
+        {.program = "scene", .engine = "native-3d", .formats = SceneEngine::measuredFormats(registry)},
     };
     SourceProbes probes;
     for (const WorkerProbe::Row& row : rows)

@@ -1,0 +1,28 @@
+#include "NivexKit/Engines/Scene/SceneFormats.hpp"
+
+#include <algorithm>
+
+namespace nivex {
+namespace {
+
+// clang-format off
+constexpr SceneFormat formats[] = {
+    {.id = "obj",  .isWritten = true, .hasMaterials = true},
+    {.id = "stl",  .isWritten = true},
+    {.id = "glb",  .isWritten = true, .hasMaterials = true, .hasRigs = true},
+    {.id = "gltf", .isWritten = true, .hasMaterials = true, .hasRigs = true},
+    {.id = "ply",  .isWritten = true},
+};
+// clang-format on
+
+} // namespace
+
+std::span<const SceneFormat> sceneFormats() { return formats; }
+
+const SceneFormat* sceneFormat(std::string_view id)
+{
+    const auto found = std::ranges::find(formats, id, &SceneFormat::id);
+    return found == std::end(formats) ? nullptr : &*found;
+}
+
+} // namespace nivex

@@ -1,0 +1,89 @@
+#pragma once
+
+#include <charconv>
+#include <limits>
+#include <optional>
+#include <string_view>
+#include <system_error>
+
+namespace nivex::scene {
+
+/// The words of a line, which blanks separate, one after another.
+class Fields {
+public:
+    explicit Fields(std::string_view line) : at_{line.data()}, end_{line.data() + line.size()} { skipBlanks(); }
+
+    bool isAtEnd() const { return at_ == end_; }
+
+    /// The next word; empty at the end.
+    std::string_view word()
+    {
+        const char* begin = at_;
+        while (at_ != end_ && !isBlank(*at_))
+            ++at_;
+        const std::string_view word{begin, static_cast<std::size_t>(at_ - begin)};
+        skipBlanks();
+        return word;
+    }
+
+    /// What is left, without blanks at its end.
+    std::string_view rest() const
+    {
+        const char* end = end_;
+        while (end != at_ && isBlank(end[-1]))
+            --end;
+        return {at_, static_cast<std::size_t>(end - at_)};
+    }
+
+    /// Takes a number in decimal or exponent notation that fills the next word; false, taking nothing, where there is
+    /// none. What is too large or too small for the type is infinite or zero.
+    template <class Number>
+    bool number(Number& value)
+    {
+        const char* begin = at_ != end_ && *at_ == '+' ? at_ + 1 : at_;
+        const auto [stop, failure] = std::from_chars(begin, end_, value);
+        if (failure == std::errc::invalid_argument || (stop != end_ && !isBlank(*stop)))
+            return false;
+        if (failure != std::errc{})
+            value = outOfRange<Number>({begin, static_cast<std::size_t>(stop - begin)});
+        at_ = stop;
+        skipBlanks();
+        return true;
+    }
+
+    /// As many numbers as there are, up to `most`; how many.
+    template <class Number>
+    int numbers(Number* values, int most)
+    {
+        int count = 0;
+        while (count < most && number(values[count]))
+            ++count;
+        return count;
+    }
+
+private:
+    static bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
+
+    template <class Number>
+    static Number outOfRange(std::string_view text)
+    {
+        if constexpr (std::numeric_limits<Number>::has_infinity)
+            // What rounds to nothing has a negative exponent; everything else is beyond the largest.
+            return text.find("e-") != text.npos || text.find("E-") != text.npos
+                       ? Number{0}
+                       : std::numeric_limits<Number>::infinity();
+        else
+            return text.starts_with('-') ? std::numeric_limits<Number>::min() : std::numeric_limits<Number>::max();
+    }
+
+    void skipBlanks()
+    {
+        while (at_ != end_ && isBlank(*at_))
+            ++at_;
+    }
+
+    const char* at_;
+    const char* end_;
+};
+
+} // namespace nivex::scene
