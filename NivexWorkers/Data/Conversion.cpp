@@ -9,8 +9,12 @@
 #include "NivexWorkers/Data/Model/TreeToTable.hpp"
 #include "NivexWorkers/Data/Plist/PlistReader.hpp"
 #include "NivexWorkers/Data/Plist/PlistWriter.hpp"
+#include "NivexWorkers/Data/Toml/TomlReader.hpp"
+#include "NivexWorkers/Data/Toml/TomlWriter.hpp"
 #include "NivexWorkers/Data/Workbook/WorkbookReader.hpp"
 #include "NivexWorkers/Data/Workbook/WorkbookWriter.hpp"
+#include "NivexWorkers/Data/Xml/XmlTreeReader.hpp"
+#include "NivexWorkers/Data/Xml/XmlWriter.hpp"
 #include "NivexWorkers/Data/Yaml/YamlReader.hpp"
 #include "NivexWorkers/Data/Yaml/YamlWriter.hpp"
 
@@ -40,6 +44,7 @@ struct DataFormatWork {
     MakeTableWriter tableWriter = nullptr;
     WriteTree writeTree = nullptr;
     bool hasTypes = true; // a table of it tells numbers from texts
+    bool hasRoot = false; // all data lie in one member, which says nothing of the rows of a table
 };
 
 void writeJson(const TreeReading& read, bool isTable, Output& output)
@@ -82,7 +87,11 @@ constexpr DataFormatWork formats[] = {
     {.id = "xlsx", .readTable = readWorkbook, .tableWriter = workbookWriter},
     {.id = "xlsm", .readTable = readWorkbook},
     {.id = "json", .readTree = readJson, .writeTree = writeJson},
+    {.id = "xml", .readTree = readXmlTree,
+     .writeTree = [](const TreeReading& read, bool, Output& output) { writeXml(read, output); }, .hasRoot = true},
     {.id = "yaml", .readTree = readYaml, .writeTree = writeYaml},
+    {.id = "toml", .readTree = readToml,
+     .writeTree = [](const TreeReading& read, bool, Output& output) { writeToml(read, output); }},
     {.id = "plist", .readTree = readPlist, .writeTree = writePlist},
 };
 // clang-format on
@@ -91,6 +100,46 @@ const DataFormatWork* workOf(const FileFormat& format)
 {
     const auto found = std::ranges::find(formats, std::string_view{format.id.rawValue}, &DataFormatWork::id);
     return found == std::end(formats) ? nullptr : &*found;
+}
+
+/// Hands on what the only member of the outermost object holds.
+class WithoutRoot final : public TreeEvents {
+public:
+    explicit WithoutRoot(TreeEvents& events) : events_{events} {}
+
+    void beginObject() override
+    {
+        if (depth_++ > 0)
+            events_.beginObject();
+    }
+    void key(std::string_view name) override
+    {
+        if (depth_ > 1)
+            events_.key(name);
+    }
+    void endObject() override
+    {
+        if (--depth_ > 0)
+            events_.endObject();
+    }
+    void beginArray() override { events_.beginArray(); }
+    void endArray() override { events_.endArray(); }
+    void scalar(const Scalar& value) override { events_.scalar(value); }
+
+private:
+    TreeEvents& events_;
+    std::size_t depth_ = 0; // of objects
+};
+
+/// What the conversion reads, as the nested data of which a table is made.
+TreeReading forTable(const DataFormatWork& source, const Input& input)
+{
+    if (!source.hasRoot)
+        return [&source, &input](TreeEvents& events) { source.readTree(input, events); };
+    return [&source, &input](TreeEvents& events) {
+        WithoutRoot content{events};
+        source.readTree(input, content);
+    };
 }
 
 /// What the conversion reads, as nested data.
@@ -133,7 +182,7 @@ std::vector<std::filesystem::path> convertData(const EngineRequest& request, Rem
     if (source->readTable)
         source->readTable(input, *writer);
     else
-        writeAsTable(asTree(*source, input), *writer, remarks);
+        writeAsTable(forTable(*source, input), *writer, remarks);
     writer->finish();
     return output.files();
 }

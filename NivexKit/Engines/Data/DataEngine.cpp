@@ -18,8 +18,11 @@ ConversionLoss lossesOf(const FormatID& source, const FormatID& target)
         losses |= ConversionLoss::formulas | ConversionLoss::formatting;
     const bool isFlattened = from && to && !from->isTabular && to->isTabular;
     const bool isPlain = source == "json" && target == "plist";
+    const bool isWithoutNull = target == "toml" && (source == "json" || source == "yaml");
+    // Elements and attributes are members elsewhere, and in them every value is text.
+    const bool isMarkup = source == "xml" || (target == "xml" && from && from->hasTypes);
     const bool isNarrowed = source == "plist" && target != "yaml" && target != "plist";
-    if (isFlattened || isPlain || isNarrowed)
+    if (isFlattened || isPlain || isNarrowed || isWithoutNull || isMarkup)
         losses |= ConversionLoss::structure;
     return losses;
 }

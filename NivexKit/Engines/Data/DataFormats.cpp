@@ -7,12 +7,14 @@ namespace {
 
 // clang-format off
 constexpr DataFormat formats[] = {
-    {.id = "csv", .isTabular = true},
-    {.id = "tsv", .isTabular = true},
+    {.id = "csv", .isTabular = true, .hasTypes = false},
+    {.id = "tsv", .isTabular = true, .hasTypes = false},
     {.id = "xlsx", .isTabular = true, .isWorkbook = true},
     {.id = "xlsm", .isWritten = false, .isTabular = true, .isWorkbook = true},
     {.id = "json"},
+    {.id = "xml"},
     {.id = "yaml"},
+    {.id = "toml"},
     {.id = "plist"},
 };
 // clang-format on

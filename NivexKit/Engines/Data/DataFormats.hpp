@@ -12,6 +12,7 @@ struct DataFormat {
     bool isWritten = true;
     bool isTabular = false;  // rows of values; otherwise values that hold others
     bool isWorkbook = false; // several sheets, with formulas and looks of which only the values are read
+    bool hasTypes = true;    // numbers differ from texts of digits
 };
 
 /// Every format of the engine, in the order of the catalogue.

@@ -151,18 +151,10 @@ private:
             return {field.isQuoted ? ScalarKind::text : ScalarKind::null, {}};
         if (field.isQuoted && quotesMeanText_)
             return {ScalarKind::text, field.text};
-        if (column.isBoolean)
-            return {ScalarKind::boolean, field.text.size() == 4 ? "true" : "false"};
-        if (column.isDate)
-            return {ScalarKind::date, field.text};
-        if (column.keepsText)
-            return {ScalarKind::text, field.text};
-        const Look look = lookOf(field.text);
-        if (look == Look::decimalComma && dialect_.hasDecimalComma)
+        const bool isDecimal = dialect_.hasDecimalComma && !column.types.keepsText;
+        if (isDecimal && lookOf(field.text) == Look::decimalComma)
             records.at(field.text.data() + field.text.find(',')) = '.';
-        else if (look != Look::number)
-            return {ScalarKind::text, field.text};
-        return {ScalarKind::number, field.text};
+        return column.types.typed(field.text);
     }
 
     const Input& input_;

@@ -21,14 +21,6 @@ std::size_t widthOf(std::string_view text)
 
 } // namespace
 
-std::size_t CsvSurvey::Column::filled() const
-{
-    std::size_t sum = 0;
-    for (std::size_t i = static_cast<std::size_t>(Look::empty) + 1; i < lookCount; ++i)
-        sum += looks[i];
-    return sum;
-}
-
 void CsvSurvey::add(const std::vector<CsvField>& record)
 {
     if (record.size() > columns_.size())
@@ -47,7 +39,7 @@ void CsvSurvey::add(const std::vector<CsvField>& record)
             column.first = look;
             continue;
         }
-        ++column.looks[static_cast<std::size_t>(look)];
+        column.looks.add(look);
         if (look == Look::number) {
             hasBareNumbers_ = hasBareNumbers_ || !field.isQuoted;
             column.isYear = column.isYear && looksLikeYear(field.text);
@@ -61,13 +53,8 @@ std::vector<CsvColumn> CsvSurvey::columns() const
     std::vector<CsvColumn> columns;
     for (Column column : columns_) {
         if (!withHeader)
-            ++column.looks[static_cast<std::size_t>(column.first)];
-        const std::size_t filled = column.filled();
-        columns.push_back(
-            {.keepsText = column.count(Look::digits) > 0,
-             .isBoolean = filled > 0 && column.count(Look::boolean) == filled,
-             .isDate = filled > 0 && (column.count(Look::day) == filled || column.count(Look::moment) == filled),
-             .width = column.width});
+            column.looks.add(column.first);
+        columns.push_back({.types = column.looks.types(), .width = column.width});
     }
     return columns;
 }
@@ -84,8 +71,8 @@ bool CsvSurvey::hasHeader() const
     bool speaksAgainst = false;
     for (std::size_t i = 0; i < firstRecord_.size(); ++i) {
         const Column& column = columns_[i];
-        const std::size_t all = column.filled();
-        const std::size_t typed = all - column.count(Look::text);
+        const std::size_t all = column.looks.filled();
+        const std::size_t typed = all - column.looks.count(Look::text);
         const bool isTyped = column.first != Look::text && column.first != Look::empty;
         const bool isYear = texts > 0 && looksLikeYear(firstRecord_[i]) && !(column.isYear && all > 0);
         speaksFor = speaksFor || (column.first == Look::text && all > 0 && typed == all);

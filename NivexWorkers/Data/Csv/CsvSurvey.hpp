@@ -1,9 +1,8 @@
 #pragma once
 
 #include "NivexWorkers/Data/Csv/CsvRecords.hpp"
-#include "NivexWorkers/Data/Model/Numbers.hpp"
+#include "NivexWorkers/Data/Model/ValueTypes.hpp"
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -12,14 +11,11 @@ namespace nivex::data {
 
 /// What the values of one column are.
 struct CsvColumn {
-    bool keepsText = false; // some are digits that are no quantity, so none is a number
-    bool isBoolean = false;
-    bool isDate = false;   // all days, or all moments
+    ValueTypes types;
     std::size_t width = 0; // characters of the longest value
 };
 
-/// A look through a whole table before it is converted. A type is a matter of its column: one postal code with a
-/// leading zero makes all of them text.
+/// A look through a whole table before it is converted.
 class CsvSurvey {
 public:
     void add(const std::vector<CsvField>& record);
@@ -38,16 +34,11 @@ public:
     bool quotesMeanText() const { return hasBareNumbers_; }
 
 private:
-    static constexpr std::size_t lookCount = static_cast<std::size_t>(Look::text) + 1;
-
     struct Column {
-        std::array<std::size_t, lookCount> looks{}; // of the values below the first record
+        LookCounts looks; // of the values below the first record
         Look first = Look::empty;
         std::size_t width = 0;
         bool isYear = true; // of whole numbers that can all be years
-
-        std::size_t count(Look look) const { return looks[static_cast<std::size_t>(look)]; }
-        std::size_t filled() const;
     };
 
     std::vector<Column> columns_;

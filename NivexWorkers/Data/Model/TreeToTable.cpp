@@ -2,6 +2,7 @@
 
 #include "NivexWorkers/Data/Json/JsonWriter.hpp"
 #include "NivexWorkers/Data/Model/Errors.hpp"
+#include "NivexWorkers/Data/Model/Sentences.hpp"
 
 #include <algorithm>
 #include <optional>
@@ -459,7 +460,7 @@ void writeAsTable(const TreeReading& read, TableEvents& table, Remarks& remarks)
     read(walker);
     table.endSheet();
     if (walker.duplicates() > 0)
-        remarks.add("des valeurs de même nom se remplaçaient l'une l'autre : la dernière est gardée"_fr);
+        remarks.add(sentences::lastOfSameName());
 }
 
 } // namespace nivex::data

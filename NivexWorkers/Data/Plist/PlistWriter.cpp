@@ -1,9 +1,10 @@
 #include "NivexWorkers/Data/Plist/PlistWriter.hpp"
 
 #include "NivexWorkers/Data/Model/Numbers.hpp"
+#include "NivexWorkers/Data/Model/Sentences.hpp"
+#include "NivexWorkers/Data/Xml/XmlEscape.hpp"
 
 #include "NivexKit/Foundation/Text/Ascii.hpp"
-#include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <charconv>
 #include <cstdint>
@@ -30,34 +31,6 @@ bool isMomentOfUtc(std::string_view text)
     return text.size() == 20 && text[10] == 'T' && text.back() == 'Z' && lookOf(text.substr(0, 10)) == Look::day;
 }
 
-/// The text with what XML cannot hold replaced.
-std::string escaped(std::string_view text, bool& isReplaced)
-{
-    std::string xml;
-    for (const char each : text) {
-        if (each == '&')
-            xml += "&amp;";
-        else if (each == '<')
-            xml += "&lt;";
-        else if (each == '>')
-            xml += "&gt;";
-        else if (each == '\r')
-            xml += "&#13;"; // bare, it would be read as a line feed
-        else if (static_cast<unsigned char>(each) < 0x20 && each != '\n' && each != '\t') {
-            xml += "\uFFFD";
-            isReplaced = true;
-        } else {
-            xml += each;
-        }
-    }
-    for (const std::string_view noCharacter : {"\uFFFE", "\uFFFF"})
-        for (std::size_t at = xml.find(noCharacter); at != xml.npos; at = xml.find(noCharacter, at)) {
-            xml.replace(at, noCharacter.size(), "\uFFFD");
-            isReplaced = true;
-        }
-    return xml;
-}
-
 } // namespace
 
 PlistWriter::PlistWriter(TextOutput& text, Remarks& remarks) : text_{text}, remarks_{remarks}
@@ -79,10 +52,7 @@ void PlistWriter::line(std::string_view before, std::string_view content, std::s
 {
     indent();
     text_.put(before);
-    bool isReplaced = false;
-    text_.put(escaped(content, isReplaced));
-    if (isReplaced)
-        remarks_.add("des caractères que le format ne peut pas contenir ont été remplacés"_fr);
+    text_.put(escapedXml(content, remarks_));
     text_.put(behind);
     text_.put('\n');
 }
@@ -119,11 +89,11 @@ void PlistWriter::scalar(const Scalar& value)
     if (!value.hasValue()) {
         if (hasKey_) {
             hasKey_ = false;
-            remarks_.add("les valeurs vides (null) n'existent pas dans ce format et ont été laissées de côté"_fr);
+            remarks_.add(sentences::nullMembers());
             return;
         }
         // In a list, what follows would move.
-        remarks_.add("dans les listes, les valeurs vides (null) sont devenues des textes vides"_fr);
+        remarks_.add(sentences::nullElements());
     }
     putKey();
     switch (value.kind) {
@@ -155,7 +125,7 @@ void PlistWriter::number(std::string_view digits)
     } else if (fitsSpreadsheetNumber(digits)) {
         line("<real>", digits, "</real>");
     } else {
-        remarks_.add("des nombres qui dépassent les types du format ont été gardés comme textes"_fr);
+        remarks_.add(sentences::numbersAsTexts());
         line("<string>", digits, "</string>");
     }
 }

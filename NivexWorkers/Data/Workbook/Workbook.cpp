@@ -153,7 +153,7 @@ void Workbook::readPart(const ZipArchive::Entry& entry, XmlEvents& events,
             progress(bytes.share());
             return count;
         },
-        events, entry.storedName);
+        events, {.part = entry.storedName});
 }
 
 Workbook::Relations Workbook::relationsOf(std::string_view partName) const

@@ -27,7 +27,8 @@ struct ParserRelease {
 /// The library's calls, handed on. No exception passes through the library: it is kept until its call has ended.
 class Reading {
 public:
-    Reading(XmlEvents& events, std::string_view part) : events_{events}, part_{part}, parser_{XML_ParserCreate(nullptr)}
+    Reading(XmlEvents& events, const XmlReading& settings)
+        : events_{events}, settings_{settings}, parser_{XML_ParserCreate(settings.encoding)}
     {
         if (!parser_)
             throw std::bad_alloc{};
@@ -40,11 +41,16 @@ public:
             [](void* self, const char* name) {
                 auto& reading = *static_cast<Reading*>(self);
                 --reading.depth_;
-                reading.guarded([&] { reading.events_.end(withoutPrefix(name)); });
+                reading.guarded([&] { reading.events_.end(reading.shown(name)); });
             });
         XML_SetCharacterDataHandler(parser_.get(), [](void* self, const char* text, int length) {
             auto& reading = *static_cast<Reading*>(self);
             reading.guarded([&] { reading.events_.text({text, static_cast<std::size_t>(length)}); });
+        });
+        XML_SetSkippedEntityHandler(parser_.get(), [](void* self, const char* name, int isParameter) {
+            auto& reading = *static_cast<Reading*>(self);
+            if (isParameter == 0)
+                reading.guarded([&] { reading.events_.unknownEntity(name); });
         });
     }
 
@@ -64,12 +70,14 @@ public:
     }
 
 private:
+    std::string_view shown(std::string_view name) const { return settings_.keepsPrefixes ? name : withoutPrefix(name); }
+
     void begin(const char* name, const char** attributes)
     {
         guarded([&] {
             if (++depth_ > maxDepth)
                 throw tooDeep(maxDepth);
-            events_.begin(withoutPrefix(name), XmlAttributes{attributes});
+            events_.begin(shown(name), XmlAttributes{attributes});
         });
     }
 
@@ -89,14 +97,17 @@ private:
     ConversionError mistake() const
     {
         const XML_Size line = XML_GetCurrentLineNumber(parser_.get());
-        const std::string cause = XML_ErrorString(XML_GetErrorCode(parser_.get()));
-        if (part_.empty())
+        const XML_Error error = XML_GetErrorCode(parser_.get());
+        const std::string cause = XML_ErrorString(error);
+        if (error == XML_ERROR_AMPLIFICATION_LIMIT_BREACH)
+            return ConversionError::resourceLimit("les entités XML multiplient les données à l'excès"_fr);
+        if (settings_.part.empty())
             return invalidAtLine("XML", line).because(cause);
-        return damagedContent().because(std::string{part_} + ", line " + std::to_string(line) + ": " + cause);
+        return damagedContent().because(std::string{settings_.part} + ", line " + std::to_string(line) + ": " + cause);
     }
 
     XmlEvents& events_;
-    std::string_view part_;
+    XmlReading settings_;
     std::unique_ptr<XML_ParserStruct, ParserRelease> parser_;
     std::size_t depth_ = 0;
     std::exception_ptr failure_;
@@ -112,10 +123,10 @@ std::string_view XmlAttributes::operator[](std::string_view name) const
     return {};
 }
 
-void readXml(const std::function<std::size_t(std::span<char>)>& fill, XmlEvents& events, std::string_view part)
+void readXml(const std::function<std::size_t(std::span<char>)>& fill, XmlEvents& events, const XmlReading& reading)
 {
-    Reading reading{events, part};
-    while (reading.readPiece(fill)) {
+    Reading document{events, reading};
+    while (document.readPiece(fill)) {
     }
 }
 

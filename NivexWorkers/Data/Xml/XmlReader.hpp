@@ -22,7 +22,7 @@ private:
     const char* const* pairs_;
 };
 
-/// Receives the parts of an XML document in their order. Names come without their prefixes.
+/// Receives the parts of an XML document in their order.
 class XmlEvents {
 public:
     virtual ~XmlEvents() = default;
@@ -31,13 +31,22 @@ public:
     virtual void end(std::string_view name) = 0;
     /// A part of the text inside an element; one text may come in several.
     virtual void text(std::string_view part) = 0;
+    /// An entity that is defined outside the document, or nowhere.
+    virtual void unknownEntity(std::string_view) {}
+};
+
+struct XmlReading {
+    std::string_view part = {};     // the name of the document in an archive, for the cause of an error
+    bool keepsPrefixes = false;     // names come with their prefixes
+    const char* encoding = nullptr; // where it is not for the document to say
 };
 
 /// Reads a document in bounded memory. Nothing outside it is looked at, and entities that would blow it up are refused.
 ///
 /// fill    fills a buffer with more of the document; 0 at the end
-/// part    the name of the document in an archive, for the cause of an error; empty where it is the source itself
-/// errors  unreadableSource with the line of the first mistake; resourceLimit for deep nesting; what the events throw
-void readXml(const std::function<std::size_t(std::span<char>)>& fill, XmlEvents& events, std::string_view part = {});
+/// errors  unreadableSource with the line of the first mistake; resourceLimit for deep nesting and
+///         for entities that multiply the document; what the events throw
+void readXml(const std::function<std::size_t(std::span<char>)>& fill, XmlEvents& events,
+             const XmlReading& reading = {});
 
 } // namespace nivex::data

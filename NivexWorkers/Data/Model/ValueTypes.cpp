@@ -1,0 +1,31 @@
+#include "NivexWorkers/Data/Model/ValueTypes.hpp"
+
+#include <numeric>
+
+namespace nivex::data {
+
+std::size_t LookCounts::filled() const
+{
+    return std::accumulate(counts_.begin(), counts_.end(), std::size_t{0}) - count(Look::empty);
+}
+
+ValueTypes LookCounts::types() const
+{
+    const std::size_t all = filled();
+    return {.keepsText = count(Look::digits) > 0,
+            .isBoolean = all > 0 && count(Look::boolean) == all,
+            .isDate = all > 0 && (count(Look::day) == all || count(Look::moment) == all)};
+}
+
+Scalar ValueTypes::typed(std::string_view text) const
+{
+    if (text.empty())
+        return {ScalarKind::null, {}};
+    if (isBoolean)
+        return {ScalarKind::boolean, text.size() == 4 ? "true" : "false"};
+    if (isDate)
+        return {ScalarKind::date, text};
+    return {!keepsText && isJsonNumber(text) ? ScalarKind::number : ScalarKind::text, text};
+}
+
+} // namespace nivex::data

@@ -1,0 +1,8 @@
+#include "NivexWorkers/Data/Xml/XmlTreeReader.hpp"
+
+#include "tests/Fuzz/DataReader.hpp"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    return nivex::data::readToTheLastValue(nivex::data::readXmlTree, data, size);
+}
