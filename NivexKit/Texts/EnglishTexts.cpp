@@ -1197,6 +1197,8 @@ constexpr StringTable::Row rows[] = {
      "this system cannot isolate conversions, it lacks: {}"},
     {"cette variante du format BMP",
      "this variant of the BMP format"},
+    {"cette version ancienne du format FBX n'est pas lue",
+     "this old version of FBX is not read"},
     {"chaque fichier a donné ce qui était demandé",
      "every file did what was asked"},
     {"colonne {}",

@@ -1,5 +1,6 @@
 #include "NivexWorkers/Scene/Conversion.hpp"
 
+#include "NivexWorkers/Scene/Assimp/AssimpReader.hpp"
 #include "NivexWorkers/Scene/Gltf/GltfReader.hpp"
 #include "NivexWorkers/Scene/Gltf/GltfRepacking.hpp"
 #include "NivexWorkers/Scene/Gltf/GltfSurvey.hpp"
@@ -12,6 +13,7 @@
 #include "NivexWorkers/Scene/Ply/PlyWriter.hpp"
 #include "NivexWorkers/Scene/Stl/StlReader.hpp"
 #include "NivexWorkers/Scene/Stl/StlWriter.hpp"
+#include "NivexWorkers/Scene/Usd/UsdWriter.hpp"
 
 #include "NivexKit/Engines/Scene/SideFiles.hpp"
 #include "NivexKit/Foundation/ConversionError.hpp"
@@ -39,6 +41,14 @@ struct Repacking {
     void (*repack)(const SceneInput&, SceneOutput&);
 };
 
+/// Measures by reading all, for formats whose materials and motion lie anywhere.
+template <auto read>
+SourceProperties surveyed(const SceneInput& input)
+{
+    const Scene scene = read(input);
+    return {.hasRigOrAnimation = scene.hasRigOrAnimation, .hasMaterials = !scene.materials.empty()};
+}
+
 // clang-format off
 constexpr SceneFormatWork formats[] = {
     {.id = "obj",  .read = readObj,  .survey = surveyObj,  .write = writeObj},
@@ -46,6 +56,10 @@ constexpr SceneFormatWork formats[] = {
     {.id = "glb",  .read = readGltf, .survey = surveyGltf, .write = writeGlb},
     {.id = "gltf", .read = readGltf, .survey = surveyGltf, .write = writeGltf},
     {.id = "ply",  .read = readPly,  .write = writePly},
+    {.id = "usd",  .write = writeUsd},
+    {.id = "usdz", .write = writeUsdz},
+    {.id = "fbx",  .read = readFbx,     .survey = surveyed<readFbx>},
+    {.id = "dae",  .read = readCollada, .survey = surveyed<readCollada>},
 };
 constexpr Repacking repackings[] = {
     {"gltf", "glb",  packGltf},
@@ -106,7 +120,7 @@ std::vector<std::filesystem::path> convertScene(const EngineRequest& request, co
 {
     const SceneFormatWork* source = workOf(request.sourceFormat);
     const SceneFormatWork* target = workOf(request.targetFormat);
-    if (!source || !target || !target->write)
+    if (!source || !target || !source->read || !target->write)
         throw unsupported(request);
     const FileSource file = opened(request.input);
     Warnings warnings{request};

@@ -2,8 +2,10 @@
 import itertools
 import json
 import re
+import struct
 import subprocess
 import unittest
+import zipfile
 
 from nivex_case import NivexCase
 from scene_files import read_scene
@@ -69,6 +71,31 @@ class Scenes(NivexCase):
                 self.assertEqual(told.returncode, 0, told.stdout)
                 self.assertEqual(re.findall(r"(?:Minimum|Maximum) point\s+\((\S+) (\S+) (\S+)\)", told.stdout),
                                  [("0.000000", "0.000000", "0.000000"), ("1.000000", "2.000000", "3.000000")])
+
+    def test_packages_are_archives_whose_entries_can_be_used_where_they_lie(self):
+        _, package = self.convert("box.obj", "usdz")
+        with zipfile.ZipFile(package) as archive:
+            self.assertEqual(archive.namelist(), ["scene.usda", "textures/wood.png"])
+            self.assertEqual(archive.read("textures/wood.png"), PICTURE)
+            self.assertIsNone(archive.testzip())
+            data = package.read_bytes()
+            for entry in archive.infolist():
+                name, extra = struct.unpack_from("<HH", data, entry.header_offset + 26)
+                self.assertEqual((entry.header_offset + 30 + name + extra) % 64, 0)
+        line, _ = self.convert("box.obj", "usd")
+        self.assertEqual(len(line["outputs"]), 2)
+
+    def test_what_another_program_writes_is_read(self):
+        for source, kind in (("fbx", "fbxa"), ("dae", "collada")):
+            with self.subTest(source=source):
+                subprocess.run(["assimp", "export", "box.obj", f"made.{source}", f"-f{kind}"], cwd=self.folder, check=True,
+                               capture_output=True, timeout=60)
+                line, output = self.convert(f"made.{source}", "stl")
+                shape = read_scene(output)
+                self.assertEqual((shape.box, shape.volume), ([(0, 1), (0, 2), (0, 3)], 6))
+                self.assertEqual(line["warnings"], ["Les matériaux et les textures ne seront pas conservés."])
+                _, output = self.convert(f"made.{source}", "obj")
+                self.assertEqual(read_scene(output).pictures, [PICTURE])
 
     def test_losses_are_those_of_this_file(self):
         self.write("bare.obj", BOX.replace("usemtl", "#").replace("mtllib", "#"))

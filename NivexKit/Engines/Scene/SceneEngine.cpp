@@ -14,7 +14,7 @@ ConversionLoss lossesOf(const SceneFormat& source, const SourceProperties& prope
     ConversionLoss losses;
     if (source.hasMaterials && !target.hasMaterials && properties.hasMaterials.value_or(true))
         losses |= ConversionLoss::materials;
-    if (source.hasRigs && !target.hasRigs && properties.hasRigOrAnimation.value_or(true))
+    if (!source.rigs.empty() && source.rigs != target.rigs && properties.hasRigOrAnimation.value_or(true))
         losses |= ConversionLoss::rigging;
     return losses;
 }
@@ -26,7 +26,7 @@ std::vector<EngineCapability> edges(const FormatRegistry& registry)
         for (const SceneFormat& target : sceneFormats()) {
             const FileFormat* from = registry.format(FormatID{source.id});
             const FileFormat* to = registry.format(FormatID{target.id});
-            if (from && to && from != to && target.isWritten)
+            if (from && to && from != to && source.isRead && target.isWritten)
                 edges.push_back({.source = from->id,
                                  .target = to->id,
                                  .potentialLosses = lossesOf(source, {}, target),
@@ -53,7 +53,7 @@ ConversionLoss SceneEngine::expectedLosses(const FileFormat& source, const Sourc
 ExpectedOutputs SceneEngine::expectedOutputs(const EngineRequest& request) const
 {
     const FormatID& target = request.targetFormat.id;
-    if (target != "obj" && target != "gltf")
+    if (target != "obj" && target != "gltf" && target != "usd")
         return {};
     return {
         .maxFiles = 1,
@@ -75,7 +75,7 @@ std::vector<FormatID> SceneEngine::measuredFormats(const FormatRegistry& registr
 {
     std::vector<FormatID> measured;
     for (const SceneFormat& format : sceneFormats())
-        if (registry.format(FormatID{format.id}) && (format.hasMaterials || format.hasRigs))
+        if (registry.format(FormatID{format.id}) && format.isRead && format.hasMaterials)
             measured.push_back(FormatID{format.id});
     return measured;
 }

@@ -9,8 +9,12 @@ namespace {
 constexpr SceneFormat formats[] = {
     {.id = "obj",  .isWritten = true, .hasMaterials = true},
     {.id = "stl",  .isWritten = true},
-    {.id = "glb",  .isWritten = true, .hasMaterials = true, .hasRigs = true},
-    {.id = "gltf", .isWritten = true, .hasMaterials = true, .hasRigs = true},
+    {.id = "fbx",  .hasMaterials = true, .rigs = "fbx"},
+    {.id = "glb",  .isWritten = true, .hasMaterials = true, .rigs = "gltf"},
+    {.id = "gltf", .isWritten = true, .hasMaterials = true, .rigs = "gltf"},
+    {.id = "usd",  .isRead = false, .isWritten = true, .hasMaterials = true},
+    {.id = "usdz", .isRead = false, .isWritten = true, .hasMaterials = true},
+    {.id = "dae",  .hasMaterials = true, .rigs = "dae"},
     {.id = "ply",  .isWritten = true},
 };
 // clang-format on

@@ -9,12 +9,13 @@ namespace nivex {
 /// it.
 struct SceneFormat {
     std::string_view id;
+    bool isRead = true;
     bool isWritten = false;
     bool hasMaterials = false;
-    bool hasRigs = false; // skeletons and animations
+    std::string_view rigs = {}; // how skeletons and animations are told; only formats that tell them alike keep them
 };
 
-/// Every format of scenes that is read, in the order of the catalogue.
+/// Every format of scenes that is read or written, in the order of the catalogue.
 std::span<const SceneFormat> sceneFormats();
 
 /// The row of a format, or null.

@@ -18,6 +18,7 @@ namespace fs = std::filesystem;
 using Names = std::vector<fs::path>;
 
 constexpr std::size_t mostBytesRead = 64 << 20;
+constexpr std::size_t mostNames = 4'000; // of one file
 
 bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
 
@@ -135,6 +136,37 @@ Names namedInGltf(std::string_view text)
     return names;
 }
 
+/// Text and binary files alike write the name of a property in front of its value.
+Names namedInFbx(std::string_view text)
+{
+    constexpr std::string_view property = "RelativeFilename";
+    Names names;
+    for (std::size_t at = text.find(property); at != text.npos && names.size() < mostNames;
+         at = text.find(property, at)) {
+        at += property.size();
+        if (text.substr(at).starts_with('S')) {
+            ByteReader value{std::as_bytes(std::span{text.substr(at + 1)})};
+            names.push_back(sideFileOfPath(value.text(value.u32())));
+        } else if (const std::string_view value = text.substr(at, text.find('\n', at) - at);
+                   value.starts_with(": \"")) {
+            names.push_back(sideFileOfPath(value.substr(2)));
+        }
+    }
+    return names;
+}
+
+Names namedInCollada(std::string_view text)
+{
+    constexpr std::string_view begin = "<init_from>";
+    Names names;
+    for (std::size_t at = text.find(begin); at != text.npos && names.size() < mostNames; at = text.find(begin, at)) {
+        at += begin.size();
+        const std::string_view value = text.substr(at, std::min(text.find('<', at), text.size()) - at);
+        names.push_back(sideFileOfUri(value.starts_with("file://") ? value.substr(7) : value));
+    }
+    return names;
+}
+
 struct Walk {
     std::string_view format;
     Names (*names)(std::string_view text);
@@ -147,6 +179,8 @@ constexpr Walk walks[] = {
     {"ply",  namedInPly},
     {"gltf", namedInGltf},
     {"glb",  namedInGltf},
+    {"fbx",  namedInFbx},
+    {"dae",  namedInCollada},
 };
 // clang-format on
 

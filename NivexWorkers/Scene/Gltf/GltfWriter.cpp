@@ -45,6 +45,22 @@ JsonObject boundsOf(const std::vector<Vec3>& positions)
     return {{"min", numbers({least.x, least.y, least.z})}, {"max", numbers({most.x, most.y, most.z})}};
 }
 
+/// How many UV sets the textures of a mesh's materials ask for.
+std::size_t uvSetsUsed(const Mesh& mesh, const std::vector<Material>& materials)
+{
+    std::size_t sets = 0;
+    for (const MaterialRun& run : mesh.materials) {
+        if (!run.material)
+            continue;
+        const Material& material = materials[*run.material];
+        for (const auto* use : {&material.baseColorTexture, &material.metallicRoughnessTexture, &material.normalTexture,
+                                &material.occlusionTexture, &material.emissiveTexture})
+            if (*use)
+                sets = std::max<std::size_t>(sets, (*use)->uvSet + 1);
+    }
+    return sets;
+}
+
 struct Color16 {
     std::array<std::uint16_t, 4> parts;
 };
@@ -52,8 +68,8 @@ struct Color16 {
 /// Writes one mesh: its vertices once, and a primitive for each material and kind of face.
 class MeshWriter {
 public:
-    MeshWriter(const Mesh& mesh, GltfBuffer& buffer)
-        : mesh_{mesh}, buffer_{buffer}, unified_{UnifiedVertices::ofAll(mesh)}
+    MeshWriter(const Mesh& mesh, const std::vector<Material>& materials, GltfBuffer& buffer)
+        : mesh_{mesh}, buffer_{buffer}, unified_{UnifiedVertices::ofAll(mesh)}, uvSetsUsed_{uvSetsUsed(mesh, materials)}
     {
     }
 
@@ -106,6 +122,10 @@ private:
                                               return Vec2{uv.x, 1 - uv.y};
                                           }),
                                           floatingPoint, "VEC2"));
+        // What a texture of the material takes its points from must be there, if only at one point.
+        for (std::size_t set = mesh_.uvSets.size(); set < uvSetsUsed_; ++set)
+            attributes.set("TEXCOORD_" + std::to_string(set),
+                           vertices<Vec2>(std::vector<Vec2>(unified_.count()), floatingPoint, "VEC2"));
         if (mesh_.colors)
             attributes.set("COLOR_0", vertices<Color16>(gathered<Color16>([&](std::size_t i) {
                                                             const Vec4 color = unified_.value(*mesh_.colors, i);
@@ -187,6 +207,7 @@ private:
     const Mesh& mesh_;
     GltfBuffer& buffer_;
     UnifiedVertices unified_;
+    std::size_t uvSetsUsed_;
 };
 
 template <std::size_t count>
@@ -273,7 +294,7 @@ private:
             for (const Index each : node.meshes) {
                 const auto [ofMesh, isFirst] = primitives_.try_emplace(each);
                 if (isFirst)
-                    ofMesh->second = MeshWriter{scene_.meshes[each], buffer_}.primitives();
+                    ofMesh->second = MeshWriter{scene_.meshes[each], scene_.materials, buffer_}.primitives();
                 primitives.insert(primitives.end(), ofMesh->second.begin(), ofMesh->second.end());
             }
             if (!primitives.empty()) {

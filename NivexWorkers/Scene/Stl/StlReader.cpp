@@ -1,7 +1,7 @@
 #include "NivexWorkers/Scene/Stl/StlReader.hpp"
 
 #include "NivexWorkers/Scene/Model/SceneCheck.hpp"
-#include "NivexWorkers/Scene/Stl/VertexMerger.hpp"
+#include "NivexWorkers/Scene/Model/VertexMerger.hpp"
 #include "NivexWorkers/Scene/Text/Fields.hpp"
 #include "NivexWorkers/Scene/Text/LineSource.hpp"
 

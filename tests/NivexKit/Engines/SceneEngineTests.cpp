@@ -7,6 +7,7 @@ namespace {
 
 using Loss = ConversionLoss;
 using testing::TemporaryFolder;
+using namespace std::literals;
 
 const FileFormat& format(std::string_view id) { return *FormatRegistry::standard().format(FormatID{id}); }
 
@@ -30,6 +31,8 @@ TEST(SceneEngine, announcesWhatThisFileLoses)
         {"obj", rich, "ply", Loss::materials},
         {"obj", bare, "ply", {}},
         {"stl", {}, "glb", {}},
+        {"fbx", rich, "glb", Loss::rigging},
+        {"glb", rich, "usdz", Loss::rigging},
     };
     for (const LossCase& each : cases) {
         SCOPED_TRACE(std::string{each.source} + " to " + each.target);
@@ -71,6 +74,11 @@ TEST(SideFiles, areThoseThatAFileNames)
         {"gltf", R"({"buffers":[)", {}},
         {"gltf", "[]", {}},
         {"stl", "mtllib a.mtl\n", {}},
+        {"fbx",
+         "x\x10RelativeFilenameS\5\0\0\0a.png\nRelativeFilename: \"..\\b c.png\"\nRelativeFilename"s,
+         {"a.png", "../b c.png"}},
+        {"fbx", "RelativeFilenameS\xFF\xFF\xFF\xFFx"s, {}},
+        {"dae", "<init_from>file://tex/a%20b.png</init_from><init_from>", {"tex/a b.png"}},
     };
     for (const Naming& each : cases) {
         SCOPED_TRACE(each.text);

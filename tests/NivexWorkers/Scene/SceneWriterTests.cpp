@@ -7,7 +7,9 @@
 #include "NivexWorkers/Scene/Ply/PlyWriter.hpp"
 #include "NivexWorkers/Scene/Stl/StlReader.hpp"
 #include "NivexWorkers/Scene/Stl/StlWriter.hpp"
+#include "NivexWorkers/Scene/Usd/UsdWriter.hpp"
 
+#include "NivexKit/Archive/ZipArchive.hpp"
 #include "tests/NivexWorkers/Scene/SceneTestSupport.hpp"
 
 #include <algorithm>
@@ -131,6 +133,39 @@ TEST(SceneWriters, keepPolygonsColorsAndTextures)
         EXPECT_EQ(wood.alphaMode, AlphaMode::mask);
         EXPECT_TRUE(wood.isDoubleSided);
         EXPECT_EQ(std::get<Placement>(gltf.nodes.at(1).transform).scale, (std::array<double, 3>{-2, 2, 2}));
+    }
+}
+
+TEST(SceneWriters, tellUsdWhatTheModelHas)
+{
+    Scene scene = arrow();
+    scene.frame = Frame{.up = UpAxis::z, .metersPerUnit = 0.001};
+    scene.nodes.push_back({.name = "1 é", .transform = Placement{}, .parent = 1, .meshes = {0}});
+    const Source usd = written(writeUsd, scene, "a.usd");
+    EXPECT_EQ(usd.beside.count("a-wood.png"), 1U);
+    for (const char* line :
+         {"metersPerUnit = 0.001\n", "upAxis = \"Z\"\n", "int[] faceVertexCounts = [4]\n",
+          "int[] faceVertexIndices = [0, 1, 2, 3]\n",
+          "point3f[] points = [(0, 0, 0), (2, 0, 0), (0.5, 0.5, 0), (0, 2, 0)]\n",
+          "int[] primvars:st:indices = [0, 1, 1, 0]\n", "int[] curveVertexCounts = [2]\n",
+          "rel material:binding = </Scene/Materials/wood>\n", "uniform bool doubleSided = 1\n",
+          "def Xform \"_1___\" (\n    displayName = \"1 é\"\n)\n", "asset inputs:file = @./a-wood.png@\n",
+          "float2 inputs:translation = (0.5, 0.25)\n",
+          "matrix4d xformOp:transform = ( (-2, 0, 0, 0), (0, 2, 0, 0), (0, 0, 2, 0), (10, 0, 0, 1) )\n"})
+        EXPECT_NE(usd.text.find(line), std::string::npos) << line << usd.text;
+}
+
+TEST(SceneWriters, putTheEntriesOfPackagesAtMultiplesOf64)
+{
+    const Source package = written(writeUsdz, arrow(), "a.usdz");
+    const MemorySource bytes{std::as_bytes(std::span{package.text})};
+    const ZipArchive::Reader archive{bytes};
+    ASSERT_EQ(archive.entries().size(), 2U);
+    EXPECT_EQ(archive.entries().at(0).storedName, "scene.usda");
+    EXPECT_EQ(archive.entries().at(1).storedName, "textures/wood.png");
+    for (const ZipArchive::Entry& each : archive.entries()) {
+        EXPECT_EQ(each.method, 0);
+        EXPECT_EQ(archive.dataOffset(each) % 64, 0U) << each.storedName;
     }
 }
 

@@ -1,0 +1,8 @@
+#include "NivexWorkers/Scene/Stl/StlReader.hpp"
+
+#include "tests/Fuzz/SceneReader.hpp"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    return nivex::scene::readToTheLastFace(nivex::scene::readStl, data, size);
+}
