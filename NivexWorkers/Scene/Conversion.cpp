@@ -13,6 +13,7 @@
 #include "NivexWorkers/Scene/Ply/PlyWriter.hpp"
 #include "NivexWorkers/Scene/Stl/StlReader.hpp"
 #include "NivexWorkers/Scene/Stl/StlWriter.hpp"
+#include "NivexWorkers/Scene/ThreeMf/ThreeMfReader.hpp"
 #include "NivexWorkers/Scene/Usd/UsdWriter.hpp"
 
 #include "NivexKit/Engines/Scene/SideFiles.hpp"
@@ -60,6 +61,7 @@ constexpr SceneFormatWork formats[] = {
     {.id = "usdz", .write = writeUsdz},
     {.id = "fbx",  .read = readFbx,     .survey = surveyed<readFbx>},
     {.id = "dae",  .read = readCollada, .survey = surveyed<readCollada>},
+    {.id = "3mf",  .read = read3mf,     .survey = surveyed<read3mf>},
 };
 constexpr Repacking repackings[] = {
     {"gltf", "glb",  packGltf},

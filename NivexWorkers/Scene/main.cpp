@@ -2,6 +2,7 @@
 #include "NivexWorkers/Scene/Conversion.hpp"
 
 #include <assimp/version.h>
+#include <expat.h>
 
 #include <string>
 
@@ -14,6 +15,7 @@ int main(int argumentCount, char** arguments)
                 return std::vector<LibraryVersion>{
                     {"Assimp", std::to_string(aiGetVersionMajor()) + "." + std::to_string(aiGetVersionMinor()) + "." +
                                    std::to_string(aiGetVersionPatch())},
+                    {"Expat", XML_ExpatVersion()},
                 };
             },
         .convert = [](const EngineID&, const EngineRequest& request,

@@ -16,6 +16,7 @@ constexpr SceneFormat formats[] = {
     {.id = "usdz", .isRead = false, .isWritten = true, .hasMaterials = true},
     {.id = "dae",  .hasMaterials = true, .rigs = "dae"},
     {.id = "ply",  .isWritten = true},
+    {.id = "3mf",  .hasMaterials = true},
 };
 // clang-format on
 

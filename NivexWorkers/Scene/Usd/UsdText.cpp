@@ -22,7 +22,7 @@ std::string UsdText::identifier(std::string_view name)
     for (const char each : name)
         identifier += isAsciiLetter(each) || isAsciiDigit(each) ? each : '_';
     if (identifier.empty() || isAsciiDigit(identifier.front()))
-        identifier.insert(0, "_");
+        identifier.insert(identifier.begin(), '_');
     return identifier;
 }
 

@@ -2,7 +2,9 @@
 #include "NivexWorkers/Scene/Obj/ObjReader.hpp"
 #include "NivexWorkers/Scene/Ply/PlyReader.hpp"
 #include "NivexWorkers/Scene/Stl/StlReader.hpp"
+#include "NivexWorkers/Scene/ThreeMf/ThreeMfReader.hpp"
 
+#include "NivexKit/Archive/ZipArchive.hpp"
 #include "tests/NivexWorkers/Scene/SceneTestSupport.hpp"
 
 namespace nivex::scene {
@@ -28,6 +30,32 @@ std::string triangle(const std::string& replaced = {}, const std::string& by = {
 std::string ply(const std::string& header, const std::string& rows) { return "ply\n" + header + "end_header\n" + rows; }
 
 std::string zeros(std::size_t count) { return std::string(count, '\0'); }
+
+/// A 3MF package of these parts.
+std::string package(const std::vector<std::pair<std::string, std::string>>& parts)
+{
+    ZipArchive::Writer writer;
+    for (const auto& [name, contents] : parts)
+        writer.add(name, std::as_bytes(std::span{contents}), true);
+    const std::vector<std::byte> bytes = writer.finish();
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+/// One of a single part, in which `items` are to be built.
+std::string model(const std::string& resources, const std::string& items = "<item objectid='1'/>")
+{
+    return package({{"3D/3dmodel.model", "<model unit='inch'><resources>" + resources + "</resources><build>" + items +
+                                             "</build></model>"}});
+}
+
+constexpr char meshOf3mf[] =
+    "<mesh><vertices><vertex x='0' y='0' z='0'/><vertex x='1' y='0' z='0'/><vertex x='0' y='1' z='0'/>"
+    "</vertices><triangles><triangle v1='0' v2='1' v3='2'/></triangles></mesh>";
+
+std::string object(const std::string& id, const std::string& contents, const std::string& more = {})
+{
+    return "<object id='" + id + "' " + more + ">" + contents + "</object>";
+}
 
 constexpr char threeVertices[] = "format ascii 1.0\nelement vertex 3\nproperty float x\nproperty float y\n"
                                  "property float z\n";
@@ -84,6 +112,33 @@ TEST(SceneReaders, refuseWhatIsBrokenInASentence)
          "le fichier PLY contient un nombre invalide"},
         {"a type that does not exist", readPly, ply("format ascii 1.0\nelement vertex 1\nproperty complex x\n", "0\n"),
          "l'en-tête PLY est invalide"},
+
+        {"no package", read3mf, "PK", "archive ZIP trop courte"},
+        {"a package without a model", read3mf, package({{"a.txt", "a"}}), damaged},
+        {"an item of no object", read3mf, model(object("2", meshOf3mf)), damaged},
+        {"an object made of itself", read3mf, model(object("1", "<components><component objectid='1'/></components>")),
+         damaged},
+        {"objects that multiply", read3mf,
+         [] {
+             std::string objects = object("20", meshOf3mf);
+             for (int i = 1; i < 20; ++i) {
+                 const std::string use = "<component objectid='" + std::to_string(i + 1) + "'/>";
+                 objects += object(std::to_string(i), "<components>" + use + use + "</components>");
+             }
+             return model(objects);
+         }(),
+         damaged},
+        {"entities", read3mf, package({{"3D/3dmodel.model", "<!DOCTYPE a [<!ENTITY b \"b\">]><model/>"}}), damaged},
+        {"XML that is cut", read3mf, package({{"3D/3dmodel.model", "<model><resources>"}}), damaged},
+        {"a triangle of no vertex", read3mf,
+         model(object("1", "<mesh><vertices><vertex x='0' y='0' z='0'/></vertices><triangles><triangle v1='0' v2='1' "
+                           "v3='2'/></triangles></mesh>")),
+         damaged},
+        {"a colour that is none", read3mf, model("<basematerials id='5'><base displaycolor='red'/></basematerials>"),
+         damaged},
+        {"a material beyond the group", read3mf,
+         model("<basematerials id='5'/>" + object("1", meshOf3mf, "pid='5' pindex='0'")), damaged},
+        {"a part that is not there", read3mf, model("", "<item objectid='1' p:path='/x.model'/>"), damaged},
 
         {"no JSON", readGltf, "{\"asset\"", "JSON invalide"},
         {"the first version", readGltf, "{\"asset\":{\"version\":\"1.0\"}}",
@@ -201,6 +256,21 @@ TEST(SceneReaders, keepWhatFilesSay)
              "element edge 1\nproperty ushort vertex1\nproperty ushort vertex2\n",
              "\x3F\xF0"s + zeros(6) + "\0\2\3"s + zeros(4)),
          ":1 0,0\n"},
+        {"components in another part, materials of triangles, beams", read3mf,
+         package({{"3D/3dmodel.model", "<model><resources>" +
+                                           object("1", "<components><component p:path='/x.model' objectid='7' "
+                                                       "transform='1 0 0 0 1 0 0 0 1 5 6 7'/></components>") +
+                                           "</resources><build><item objectid='1'/></build></model>"},
+                  {"x.model", "<model><resources><basematerials id='5'><base name='red' displaycolor='#FF0000'/><base "
+                              "name='glass' displaycolor='#0000FF80'/></basematerials>" +
+                                  object("7",
+                                         "<mesh><vertices><vertex x='0' y='0' z='0'/><vertex x='1' y='0' "
+                                         "z='0'/><vertex x='0' y='1' z='0'/></vertices><triangles>"
+                                         "<triangle v1='0' v2='1' v3='2'/><triangle v1='2' v2='1' v3='0' pid='5' "
+                                         "p1='1'/></triangles><b:beam v1='0' v2='2'/></mesh>",
+                                         "name='lid' pid='5' pindex='0'") +
+                                  "</resources></model>"}}),
+         "lid:3 0,1,2 2,1,0 0,2 red@0 glass@1 -@2\n"},
         {"a strip of triangles", readGltf, triangle("}}]}]", "},\"mode\":5}]}]"), ":3 0,1,2\n"},
         {"a loop of lines", readGltf, triangle("}}]}]", "},\"mode\":2}]}]"), ":3 0,1 1,2 2,0\n"},
         {"values put in between", readGltf,
@@ -212,6 +282,21 @@ TEST(SceneReaders, keepWhatFilesSay)
         SCOPED_TRACE(each.name);
         EXPECT_EQ(shown(readChecked(each.read, {each.text})), each.expected);
     }
+}
+
+TEST(SceneReaders, placeWhat3mfPackagesBuild)
+{
+    const Scene scene = readChecked(
+        read3mf, {model("<colorgroup id='9'><color color='#FFFFFF'/><color color='#FF000080'/></colorgroup>" +
+                            object("1", meshOf3mf, "pid='9' pindex='1'"),
+                        "<item objectid='1' transform='0 1 0 -1 0 0 0 0 2 5 6 7'/><item objectid='1'/>")});
+    EXPECT_EQ(scene.frame, (Frame{.up = UpAxis::z, .metersPerUnit = 0.0254}));
+    const std::vector<ShownMesh> shown = shownMeshes(scene);
+    ASSERT_EQ(shown.size(), 2U);
+    EXPECT_EQ(shown.at(0).toWorld.point({1, 0, 0}), (Vec3{5, 7, 7}));
+    EXPECT_EQ(shown.at(0).mesh, shown.at(1).mesh);
+    const Attribute<Vec4>& colors = *scene.meshes.front().colors;
+    EXPECT_EQ(colors.values.at(colors.corners.at(2)), (Vec4{1, 0, 0, 128 / 255.0F}));
 }
 
 TEST(SceneReaders, takeMaterialsAndTexturesFromBeside)
