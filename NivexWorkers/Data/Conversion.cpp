@@ -7,12 +7,15 @@
 #include "NivexWorkers/Data/Model/Output.hpp"
 #include "NivexWorkers/Data/Model/TableToTree.hpp"
 #include "NivexWorkers/Data/Model/TreeToTable.hpp"
+#include "NivexWorkers/Data/OpenDocument/OdsReader.hpp"
+#include "NivexWorkers/Data/OpenDocument/OdsWriter.hpp"
 #include "NivexWorkers/Data/Plist/PlistReader.hpp"
 #include "NivexWorkers/Data/Plist/PlistWriter.hpp"
 #include "NivexWorkers/Data/Toml/TomlReader.hpp"
 #include "NivexWorkers/Data/Toml/TomlWriter.hpp"
 #include "NivexWorkers/Data/Workbook/WorkbookReader.hpp"
 #include "NivexWorkers/Data/Workbook/WorkbookWriter.hpp"
+#include "NivexWorkers/Data/Xls/XlsReader.hpp"
 #include "NivexWorkers/Data/Xml/XmlTreeReader.hpp"
 #include "NivexWorkers/Data/Xml/XmlWriter.hpp"
 #include "NivexWorkers/Data/Yaml/YamlReader.hpp"
@@ -80,12 +83,14 @@ void writePlist(const TreeReading& read, bool, Output& output)
 
 // clang-format off
 constexpr DataFormatWork formats[] = {
+    {.id = "xls", .readTable = readXls},
+    {.id = "xlsx", .readTable = readWorkbook, .tableWriter = workbookWriter},
+    {.id = "xlsm", .readTable = readWorkbook},
     {.id = "csv",  .readTable = readCsv, .tableWriter = [](Output& output) { return csvWriter(output, ','); },
      .hasTypes = false},
     {.id = "tsv",  .readTable = readCsv, .tableWriter = [](Output& output) { return csvWriter(output, '\t'); },
      .hasTypes = false},
-    {.id = "xlsx", .readTable = readWorkbook, .tableWriter = workbookWriter},
-    {.id = "xlsm", .readTable = readWorkbook},
+    {.id = "ods", .readTable = readOds, .tableWriter = odsWriter},
     {.id = "json", .readTree = readJson, .writeTree = writeJson},
     {.id = "xml", .readTree = readXmlTree,
      .writeTree = [](const TreeReading& read, bool, Output& output) { writeXml(read, output); }, .hasRoot = true},

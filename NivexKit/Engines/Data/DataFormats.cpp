@@ -7,10 +7,12 @@ namespace {
 
 // clang-format off
 constexpr DataFormat formats[] = {
-    {.id = "csv", .isTabular = true, .hasTypes = false},
-    {.id = "tsv", .isTabular = true, .hasTypes = false},
+    {.id = "xls", .isWritten = false, .isTabular = true, .isWorkbook = true},
     {.id = "xlsx", .isTabular = true, .isWorkbook = true},
     {.id = "xlsm", .isWritten = false, .isTabular = true, .isWorkbook = true},
+    {.id = "csv", .isTabular = true, .hasTypes = false},
+    {.id = "tsv", .isTabular = true, .hasTypes = false},
+    {.id = "ods", .isTabular = true, .isWorkbook = true},
     {.id = "json"},
     {.id = "xml"},
     {.id = "yaml"},

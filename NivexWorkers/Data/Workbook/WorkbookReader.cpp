@@ -1,33 +1,19 @@
 #include "NivexWorkers/Data/Workbook/WorkbookReader.hpp"
 
 #include "NivexWorkers/Data/Model/Errors.hpp"
-#include "NivexWorkers/Data/Model/HeaderGuess.hpp"
-#include "NivexWorkers/Data/Model/Numbers.hpp"
+#include "NivexWorkers/Data/Workbook/CellValues.hpp"
 #include "NivexWorkers/Data/Workbook/SheetLimits.hpp"
+#include "NivexWorkers/Data/Workbook/SheetNotes.hpp"
+#include "NivexWorkers/Data/Workbook/SheetRows.hpp"
 #include "NivexWorkers/Data/Workbook/Workbook.hpp"
 
 #include "NivexKit/Foundation/Text/Ascii.hpp"
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 
 namespace nivex::data {
 namespace {
-
-/// A number of a cell as JSON writes it. Programs write the digits of a double that nobody typed
-/// (0.30000000000000004), so long ones are told by the shortest that mean the same number.
-std::optional<std::string> numberText(std::string_view text)
-{
-    constexpr std::size_t neverLong = 15; // digits that every double holds
-    if (text.size() <= neverLong && isJsonNumber(text))
-        return std::string{text};
-    double value = 0;
-    const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (failure != std::errc{} || end != text.data() + text.size())
-        return std::nullopt;
-    return shortestNumber(value);
-}
 
 /// The column of a cell by its name ("AB12"), counted from 0; none for a name without letters.
 std::optional<std::size_t> columnOf(std::string_view cell)
@@ -42,63 +28,14 @@ std::optional<std::size_t> columnOf(std::string_view cell)
     return letters == 0 ? std::nullopt : std::optional{column - 1};
 }
 
-/// Thrown to end a look at a sheet.
-struct HasValue {};
-
-/// What a sheet has beside its cells, and all sheets together.
-struct SheetNotes {
-    std::size_t formulasWithoutValue = 0;
-    bool hasMergedCells = false;
-    bool hasHiddenRows = false;
-};
-
-/// One row that is being gathered: the values of its cells by their column.
-class CellRow {
-public:
-    void clear()
-    {
-        values_.clear();
-        texts_.clear();
-    }
-    bool isEmpty() const { return values_.empty(); }
-
-    void set(std::size_t column, ScalarKind kind, std::string_view text)
-    {
-        if (column >= values_.size())
-            values_.resize(column + 1);
-        values_[column] = {kind, texts_.size(), text.size()};
-        texts_ += text;
-    }
-
-    /// At least `width` cells.
-    std::span<const Scalar> cells(std::size_t width)
-    {
-        cells_.assign(std::max(width, values_.size()), {ScalarKind::null, {}});
-        for (std::size_t i = 0; i < values_.size(); ++i)
-            if (values_[i].kind != ScalarKind::missing)
-                cells_[i] = {values_[i].kind, std::string_view{texts_}.substr(values_[i].begin, values_[i].size)};
-        return cells_;
-    }
-
-private:
-    struct Value {
-        ScalarKind kind = ScalarKind::missing;
-        std::size_t begin = 0;
-        std::size_t size = 0;
-    };
-
-    std::vector<Value> values_;
-    std::string texts_;
-    std::vector<Scalar> cells_;
-};
-
 /// Makes rows of the elements of one sheet.
 class SheetReader final : public XmlEvents {
 public:
     /// table  none where only whether there is a value matters: then the first one throws HasValue
-    SheetReader(const Workbook& workbook, SheetNotes& notes, TableEvents* table)
-        : workbook_{workbook}, notes_{notes}, table_{table}
+    SheetReader(const Workbook& workbook, SheetNotes& notes, TableEvents* table) : workbook_{workbook}, notes_{notes}
     {
+        if (table != nullptr)
+            rows_.emplace(*table);
     }
 
     void begin(std::string_view name, const XmlAttributes& attributes) override
@@ -138,7 +75,6 @@ public:
 private:
     void beginRow(const XmlAttributes& attributes)
     {
-        row_.clear();
         nextColumn_ = 0;
         const std::string_view number = attributes["r"];
         std::size_t row = 0;
@@ -146,29 +82,16 @@ private:
             std::from_chars(number.data(), number.data() + number.size(), row);
         if (row > maxSheetRows)
             throw damagedContent().because("row " + std::string{number});
-        rowNumber_ = row > lastRow_ ? row : lastRow_ + 1;
+        lastRow_ = row > lastRow_ ? row : lastRow_ + 1;
+        if (rows_)
+            rows_->begin(lastRow_);
         notes_.hasHiddenRows = notes_.hasHiddenRows || attributes["hidden"] == "1" || attributes["hidden"] == "true";
     }
 
     void endRow()
     {
-        lastRow_ = rowNumber_;
-        if (row_.isEmpty() || table_ == nullptr)
-            return;
-        if (lastWritten_ == 0) {
-            const std::span<const Scalar> cells = row_.cells(0);
-            width_ = cells.size();
-            lastWritten_ = rowNumber_;
-            if (namesColumns(cells))
-                table_->header(cells);
-            else
-                table_->row(cells);
-            return;
-        }
-        const std::vector<Scalar> blank(width_);
-        while (++lastWritten_ < rowNumber_)
-            table_->row(blank);
-        table_->row(row_.cells(width_));
+        if (rows_)
+            rows_->end();
     }
 
     void beginCell(const XmlAttributes& attributes)
@@ -188,21 +111,21 @@ private:
     void endCell()
     {
         if (text_.empty() && type_ != "inlineStr" && type_ != "str") {
-            notes_.formulasWithoutValue += hasFormula_ && table_ != nullptr;
+            notes_.formulasWithoutValue += hasFormula_ && rows_.has_value();
             return;
         }
-        if (table_ == nullptr)
+        if (!rows_)
             throw HasValue{};
         if (type_.empty() || type_ == "n")
             setNumber();
         else if (type_ == "s")
             setShared();
         else if (type_ == "b")
-            row_.set(column_, ScalarKind::boolean, text_ == "0" || text_ == "false" ? "false" : "true");
+            rows_->set(column_, ScalarKind::boolean, text_ == "0" || text_ == "false" ? "false" : "true");
         else if (type_ == "d")
-            row_.set(column_, ScalarKind::date, text_);
+            rows_->set(column_, ScalarKind::date, text_);
         else
-            row_.set(column_, ScalarKind::text, unescapedText(text_)); // of a formula or an error, too
+            rows_->set(column_, ScalarKind::text, unescapedText(text_)); // of a formula or an error, too
     }
 
     void setShared()
@@ -212,44 +135,29 @@ private:
         const auto shared = failure == std::errc{} ? workbook_.strings()[index] : std::nullopt;
         if (!shared)
             throw damagedContent().because("no shared string " + text_);
-        row_.set(column_, ScalarKind::text, *shared);
+        rows_->set(column_, ScalarKind::text, *shared);
     }
 
     void setNumber()
     {
         const NumberLook look = workbook_.lookOfStyle(style_);
-        const auto number = numberText(text_);
+        const auto number = cellNumber(text_);
         if (!number) {
-            row_.set(column_, ScalarKind::text, text_);
+            rows_->set(column_, ScalarKind::text, text_);
             return;
         }
-        if (look != NumberLook::number) {
-            double days = 0;
-            std::from_chars(text_.data(), text_.data() + text_.size(), days);
-            if (const auto date = asDate(days, look)) {
-                row_.set(column_, look == NumberLook::duration ? ScalarKind::text : ScalarKind::date, *date);
-                return;
-            }
-        }
-        row_.set(column_, ScalarKind::number, *number);
-    }
-
-    std::optional<std::string> asDate(double days, NumberLook look) const
-    {
-        constexpr double longest = 1e6;
-        if (look == NumberLook::duration)
-            return std::abs(days) < longest ? std::optional{durationOfDays(days)} : std::nullopt;
-        return dateOfDays(days, workbook_.dayCount(), look != NumberLook::time, look != NumberLook::day);
+        double days = 0;
+        std::from_chars(text_.data(), text_.data() + text_.size(), days);
+        if (const auto date = cellDate(days, look, workbook_.dayCount()))
+            rows_->set(column_, date->kind, date->text);
+        else
+            rows_->set(column_, ScalarKind::number, *number);
     }
 
     const Workbook& workbook_;
     SheetNotes& notes_;
-    TableEvents* table_;
-    CellRow row_;
-    std::size_t rowNumber_ = 0;   // of the row at hand, counted from 1
-    std::size_t lastRow_ = 0;     // that was read
-    std::size_t lastWritten_ = 0; // 0 before the first
-    std::size_t width_ = 0;       // of the first row
+    std::optional<SheetRows> rows_; // none where only a value is looked for
+    std::size_t lastRow_ = 0;       // that was begun, counted from 1
     std::size_t nextColumn_ = 0;
     std::size_t column_ = 0;
     std::string type_;
@@ -272,16 +180,6 @@ bool hasValues(const Workbook& workbook, const Workbook::SheetPart& sheet)
     return false;
 }
 
-void remark(const SheetNotes& notes, Remarks& remarks)
-{
-    if (notes.hasMergedCells)
-        remarks.add("la valeur de cellules fusionnées n'est que dans la première"_fr);
-    if (notes.hasHiddenRows)
-        remarks.add("les lignes masquées ou filtrées ont été reprises aussi"_fr);
-    if (notes.formulasWithoutValue > 0)
-        remarks.add("des formules n'ont pas de valeur calculée : leurs cellules restent vides"_fr);
-}
-
 } // namespace
 
 void readWorkbook(const Input& input, TableEvents& events)
@@ -292,7 +190,7 @@ void readWorkbook(const Input& input, TableEvents& events)
         if (!hasValues(workbook, sheet))
             continue;
         if (sheet.isHidden)
-            input.remarks.add(filled("la feuille masquée « {} » a été reprise aussi"_fr, {sheet.name}));
+            remarkHiddenSheet(sheet.name, input.remarks);
         sheets.push_back(&sheet);
     }
     if (sheets.empty())
@@ -306,7 +204,7 @@ void readWorkbook(const Input& input, TableEvents& events)
         });
         events.endSheet();
     }
-    remark(notes, input.remarks);
+    notes.remark(input.remarks);
 }
 
 } // namespace nivex::data

@@ -42,15 +42,30 @@ void ArchiveWriter::put(std::string_view bytes)
     position_ += bytes.size();
 }
 
-void ArchiveWriter::begin(std::string_view name)
+void ArchiveWriter::beginEntry(std::string_view name, std::uint16_t method)
 {
     requireRoom(position_);
-    entries_.push_back({.name = std::string{name}, .offset = position_});
+    entries_.push_back({.name = std::string{name}, .method = method, .offset = position_});
     // The checksum and the sizes are put in when they are known.
     ByteWriter header{ByteOrder::little};
-    header.u32(zip::localSignature).u16(version).u16(utf8Names).u16(zip::methodDeflated).u16(0).u16(firstDay);
+    header.u32(zip::localSignature).u16(version).u16(utf8Names).u16(method).u16(0).u16(firstDay);
     header.zeros(12).u16(static_cast<std::uint16_t>(name.size())).u16(0).text(name);
     put(header.view());
+}
+
+void ArchiveWriter::addStored(std::string_view name, std::string_view contents)
+{
+    beginEntry(name, zip::methodStored);
+    Entry& entry = entries_.back();
+    entry.uncompressedSize = entry.compressedSize = contents.size();
+    entry.crc = CRC32::checksum(std::as_bytes(std::span{contents}));
+    put(contents);
+    putSizes();
+}
+
+void ArchiveWriter::begin(std::string_view name)
+{
+    beginEntry(name, zip::methodDeflated);
     isal_deflate_init(stream_.get());
     stream_->level = 1;
     stream_->level_buf = levelBuffer_.data();
@@ -87,6 +102,11 @@ void ArchiveWriter::deflate(bool isLast)
 void ArchiveWriter::end()
 {
     deflate(true);
+    putSizes();
+}
+
+void ArchiveWriter::putSizes()
+{
     const Entry& entry = entries_.back();
     requireRoom(entry.compressedSize);
     ByteWriter sizes{ByteOrder::little};
@@ -101,7 +121,7 @@ void ArchiveWriter::finish()
     const std::uint64_t directoryOffset = position_;
     for (const Entry& entry : entries_) {
         ByteWriter record{ByteOrder::little};
-        record.u32(zip::centralSignature).u16(version).u16(version).u16(utf8Names).u16(zip::methodDeflated);
+        record.u32(zip::centralSignature).u16(version).u16(version).u16(utf8Names).u16(entry.method);
         record.u16(0).u16(firstDay).u32(entry.crc).u32(static_cast<std::uint32_t>(entry.compressedSize));
         record.u32(static_cast<std::uint32_t>(entry.uncompressedSize));
         record.u16(static_cast<std::uint16_t>(entry.name.size())).zeros(12);

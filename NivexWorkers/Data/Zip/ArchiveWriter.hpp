@@ -31,6 +31,9 @@ public:
         end();
     }
 
+    /// An entry that is not compressed, so that it is seen in the file.
+    void addStored(std::string_view name, std::string_view contents);
+
     /// Writes the directory. Members throw resourceLimit when the archive would outgrow the format, encodingFailed when
     /// it cannot be written.
     void finish();
@@ -38,12 +41,15 @@ public:
 private:
     struct Entry {
         std::string name;
+        std::uint16_t method = 0;
         std::uint64_t offset = 0;
         std::uint64_t compressedSize = 0;
         std::uint64_t uncompressedSize = 0;
         std::uint32_t crc = 0;
     };
 
+    void beginEntry(std::string_view name, std::uint16_t method);
+    void putSizes();
     void deflate(bool isLast);
     void put(std::string_view bytes);
 

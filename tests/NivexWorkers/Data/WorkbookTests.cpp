@@ -1,5 +1,5 @@
-#include "NivexKit/Archive/ZipArchive.hpp"
 #include "tests/NivexWorkers/Data/DataScene.hpp"
+#include "tests/NivexWorkers/Data/SpreadsheetBytes.hpp"
 
 #include <gtest/gtest.h>
 
@@ -7,15 +7,6 @@ namespace nivex::data {
 namespace {
 
 using Parts = std::vector<std::pair<std::string, std::string>>;
-
-std::string archiveOf(const Parts& parts)
-{
-    ZipArchive::Writer writer;
-    for (const auto& [name, contents] : parts)
-        writer.add(name, std::as_bytes(std::span{contents}), true);
-    const std::vector<std::byte> bytes = writer.finish();
-    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-}
 
 /// A workbook of the given sheets, each "name=rows"; the style of a number is 1 for a day, 2 for a moment, 3 for a
 /// time, 4 for hours that count on, 5 for money.
