@@ -1523,8 +1523,6 @@ constexpr StringTable::Row rows[] = {
      "truncated ZIP name"},
     {"nom trop long pour une archive ZIP",
      "name too long for a ZIP archive"},
-    {"nombre démesuré à la ligne {}",
-     "number out of all proportion on line {}"},
     {"non",
      "no"},
     {"option inconnue : « {} ».",
