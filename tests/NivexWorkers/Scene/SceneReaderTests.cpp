@@ -199,6 +199,17 @@ TEST(SceneReaders, countVerticesBeforeTheyAreHeld)
     }
 }
 
+TEST(SceneReaders, boundTheDepthOfTrees)
+{
+    Scene chain;
+    chain.add({.name = "a", .positions = {{0, 0, 0}}});
+    for (Index i = 1; i <= 1'000; ++i)
+        chain.nodes.push_back({.name = "n", .transform = Placement{}, .parent = i - 1, .meshes = {}});
+    EXPECT_NO_THROW(checkScene(chain, {}));
+    chain.nodes.push_back({.name = "n", .transform = Placement{}, .parent = 1'000, .meshes = {}});
+    EXPECT_THROW(checkScene(chain, {}), ConversionError);
+}
+
 /// Each mesh in a line: its name, vertices, faces with their corners, and runs of materials.
 std::string shown(const Scene& scene)
 {
