@@ -6,6 +6,7 @@
 #include "NivexWorkers/Data/Model/Numbers.hpp"
 #include "NivexWorkers/Data/Text/TextSource.hpp"
 
+#include <algorithm>
 #include <optional>
 #include <string>
 
@@ -122,39 +123,39 @@ private:
             const bool isFirst = !width;
             width = width.value_or(record->size());
             ragged_ += record->size() != *width;
-            cells.clear();
-            if (isFirst && hasHeader_) {
-                for (const CsvField& field : *record)
-                    cells.push_back({ScalarKind::text, field.text});
-                events_.header(cells);
-                continue;
+            const bool isHeader = isFirst && hasHeader_;
+            cells.resize(std::max(record->size(), *width));
+            for (std::size_t i = 0; i < record->size(); ++i) {
+                const CsvField& field = (*record)[i];
+                // Member by member: what is written in parts and then copied as a whole makes the processor wait.
+                cells[i].kind = isHeader             ? ScalarKind::text
+                                : !input_.wantsTypes ? kindAsWritten(field)
+                                                     : kindOf(field, columns_[i], pass.records);
+                cells[i].text = cells[i].kind == ScalarKind::boolean ? ValueTypes::booleanText(field.text) : field.text;
             }
-            for (std::size_t i = 0; i < record->size(); ++i)
-                cells.push_back(input_.wantsTypes ? typed((*record)[i], columns_[i], pass.records)
-                                                  : asWritten((*record)[i]));
-            for (std::size_t i = cells.size(); i < *width; ++i)
-                cells.push_back({});
-            events_.row(cells);
+            std::fill(cells.begin() + static_cast<std::ptrdiff_t>(record->size()), cells.end(), Scalar{});
+            if (isHeader)
+                events_.header(cells);
+            else
+                events_.row(cells);
         }
     }
 
-    static Scalar asWritten(const CsvField& field)
+    static ScalarKind kindAsWritten(const CsvField& field)
     {
-        if (field.text.empty())
-            return {field.isQuoted ? ScalarKind::text : ScalarKind::null, {}};
-        return {field.isQuoted ? ScalarKind::text : ScalarKind::asWritten, field.text};
+        if (field.isQuoted)
+            return ScalarKind::text;
+        return field.text.empty() ? ScalarKind::null : ScalarKind::asWritten;
     }
 
-    Scalar typed(const CsvField& field, const CsvColumn& column, CsvRecords& records) const
+    ScalarKind kindOf(const CsvField& field, const CsvColumn& column, CsvRecords& records) const
     {
-        if (field.text.empty())
-            return {field.isQuoted ? ScalarKind::text : ScalarKind::null, {}};
-        if (field.isQuoted && quotesMeanText_)
-            return {ScalarKind::text, field.text};
-        const bool isDecimal = dialect_.hasDecimalComma && !column.types.keepsText;
-        if (isDecimal && lookOf(field.text) == Look::decimalComma)
+        if (field.isQuoted && (quotesMeanText_ || field.text.empty()))
+            return ScalarKind::text;
+        const bool mayBeDecimal = dialect_.hasDecimalComma && !column.types.keepsText;
+        if (mayBeDecimal && lookOf(field.text) == Look::decimalComma)
             records.at(field.text.data() + field.text.find(',')) = '.';
-        return column.types.typed(field.text);
+        return column.types.kindOf(field.text);
     }
 
     const Input& input_;

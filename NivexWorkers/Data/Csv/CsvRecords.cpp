@@ -90,9 +90,9 @@ const std::vector<CsvField>* CsvRecords::next()
         if (!refill() && recordAt_ == textEnd_)
             return nullptr;
     }
-    fields_.clear();
-    for (const Extent& each : extents_)
-        fields_.push_back(finished(each));
+    fields_.resize(extents_.size());
+    for (std::size_t i = 0; i < extents_.size(); ++i)
+        finish(extents_[i], fields_[i]);
     recordAt_ = scanned_;
     return &fields_;
 }
@@ -127,7 +127,9 @@ CsvRecords::Found CsvRecords::scan()
     line_ = recordLine_;
     std::size_t at = recordAt_;
     while (true) {
-        Extent field{.begin = at};
+        // Filled in place: what is written in parts and then copied as a whole makes the processor wait.
+        Extent& field = extents_.emplace_back();
+        field.begin = at;
         std::size_t end = 0;
         if (dialect_.quote != CsvDialect::noQuote && buffer_[at] == dialect_.quote && at < textEnd_) {
             if (scanQuoted(at, field) == Found::moreNeeded)
@@ -139,7 +141,6 @@ CsvRecords::Found CsvRecords::scan()
         }
         if (end == textEnd_ && !atEnd_)
             return Found::moreNeeded;
-        extents_.push_back(field);
         if (end < textEnd_ && buffer_[end] == dialect_.separator) {
             at = end + 1;
             continue;
@@ -189,10 +190,16 @@ CsvRecords::Found CsvRecords::scanQuoted(std::size_t& at, Extent& field)
     }
 }
 
-CsvField CsvRecords::finished(const Extent& field)
+void CsvRecords::finish(const Extent& extent, CsvField& field)
 {
-    if (!field.needsCompacting)
-        return {{buffer_.data() + field.begin, field.end - field.begin}, field.isQuoted};
+    field.isQuoted = extent.isQuoted;
+    const std::size_t end = extent.needsCompacting ? compacted(extent) : extent.end;
+    field.text = {buffer_.data() + extent.begin, end - extent.begin};
+}
+
+/// Takes the quotes out of a field that holds some. Returns where its text then ends.
+std::size_t CsvRecords::compacted(const Extent& field)
+{
     std::size_t to = field.begin;
     bool isInside = true;
     for (std::size_t from = field.begin; from < field.end; ++from) {
@@ -206,7 +213,7 @@ CsvField CsvRecords::finished(const Extent& field)
         }
         buffer_[to++] = buffer_[from];
     }
-    return {{buffer_.data() + field.begin, to - field.begin}, field.isQuoted};
+    return to;
 }
 
 } // namespace nivex::data

@@ -56,7 +56,8 @@ private:
     void skipPrologue(std::size_t count);
     std::size_t findSpecial(std::size_t from);
     void loadBlock(std::size_t at);
-    CsvField finished(const Extent& field);
+    void finish(const Extent& extent, CsvField& field);
+    std::size_t compacted(const Extent& field);
 
     Fill fill_;
     CsvDialect dialect_;

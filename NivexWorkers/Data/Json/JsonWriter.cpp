@@ -16,17 +16,24 @@ bool needsEscape(char character)
     return static_cast<unsigned char>(character) < 0x20 || character == '"' || character == '\\';
 }
 
+/// Whether one of the eight characters does not stand for itself in a JSON string.
+bool holdsEscape(const char* eight)
+{
+    std::uint64_t word = 0;
+    std::memcpy(&word, eight, 8);
+    const std::uint64_t controls = (word - everyByte(0x20)) & ~word & everyByte(0x80);
+    return (controls | zeroBytes(word ^ everyByte('"')) | zeroBytes(word ^ everyByte('\\'))) != 0;
+}
+
 /// How many characters at the beginning stand for themselves in a JSON string.
 std::size_t plainLength(std::string_view text)
 {
     std::size_t at = 0;
-    for (; at + 8 <= text.size(); at += 8) {
-        std::uint64_t word = 0;
-        std::memcpy(&word, text.data() + at, 8);
-        const std::uint64_t controls = (word - everyByte(0x20)) & ~word & everyByte(0x80);
-        if ((controls | zeroBytes(word ^ everyByte('"')) | zeroBytes(word ^ everyByte('\\'))) != 0)
-            break;
-    }
+    while (at + 8 <= text.size() && !holdsEscape(text.data() + at))
+        at += 8;
+    // The last eight are looked at once more rather than those that are left one by one.
+    if (text.size() >= 8 && at + 8 > text.size() && !holdsEscape(text.data() + text.size() - 8))
+        return text.size();
     while (at < text.size() && !needsEscape(text[at]))
         ++at;
     return at;
@@ -37,7 +44,7 @@ std::size_t plainLength(std::string_view text)
 void JsonWriter::breakLine()
 {
     text_.put('\n');
-    for (std::size_t i = 0; i < isEmpty_.size(); ++i)
+    for (std::size_t i = 0; i < depth_; ++i)
         text_.put("  ");
 }
 
@@ -48,12 +55,12 @@ void JsonWriter::separate()
         isAfterKey_ = false;
         return;
     }
-    if (isEmpty_.empty())
+    if (depth_ == 0)
         return;
-    if (!isEmpty_.back())
+    if (!isEmpty_)
         text_.put(',');
-    isEmpty_.back() = false;
-    if (isEmpty_.size() <= indentedLevels_)
+    isEmpty_ = false;
+    if (depth_ <= indentedLevels_)
         breakLine();
 }
 
@@ -61,24 +68,26 @@ void JsonWriter::open(char bracket)
 {
     separate();
     text_.put(bracket);
-    isEmpty_.push_back(true);
+    ++depth_;
+    isEmpty_ = true;
 }
 
 void JsonWriter::beginObject()
 {
-    if (isEmpty_.empty() && indentedLevels_ == 1)
+    if (depth_ == 0 && indentedLevels_ == 1)
         indentedLevels_ = 2;
     open('{');
 }
 
 void JsonWriter::close(char bracket)
 {
-    const bool isBroken = !isEmpty_.back() && isEmpty_.size() <= indentedLevels_;
-    isEmpty_.pop_back();
+    const bool isBroken = !isEmpty_ && depth_ <= indentedLevels_;
+    --depth_;
+    isEmpty_ = false;
     if (isBroken)
         breakLine();
     text_.put(bracket);
-    if (isEmpty_.empty())
+    if (depth_ == 0)
         text_.put('\n');
 }
 
@@ -86,7 +95,7 @@ void JsonWriter::key(std::string_view name)
 {
     separate();
     string(name);
-    text_.put(isEmpty_.size() <= indentedLevels_ ? std::string_view{": "} : std::string_view{":"});
+    text_.put(depth_ <= indentedLevels_ ? std::string_view{": "} : std::string_view{":"});
     isAfterKey_ = true;
 }
 
@@ -109,7 +118,7 @@ void JsonWriter::scalar(const Scalar& value)
         string(value.text);
         break;
     }
-    if (isEmpty_.empty())
+    if (depth_ == 0)
         text_.put('\n');
 }
 

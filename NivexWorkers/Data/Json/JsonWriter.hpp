@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <limits>
 #include <string_view>
-#include <vector>
 
 namespace nivex::data {
 
@@ -35,7 +34,8 @@ private:
 
     TextOutput& text_;
     std::size_t indentedLevels_;
-    std::vector<bool> isEmpty_; // one for each open object and array
+    std::size_t depth_ = 0; // of the open objects and arrays
+    bool isEmpty_ = true;   // the innermost of them; one that a value was put in is not
     bool isAfterKey_ = false;
 };
 

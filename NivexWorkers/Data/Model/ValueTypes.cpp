@@ -17,15 +17,4 @@ ValueTypes LookCounts::types() const
             .isDate = all > 0 && (count(Look::day) == all || count(Look::moment) == all)};
 }
 
-Scalar ValueTypes::typed(std::string_view text) const
-{
-    if (text.empty())
-        return {ScalarKind::null, {}};
-    if (isBoolean)
-        return {ScalarKind::boolean, text.size() == 4 ? "true" : "false"};
-    if (isDate)
-        return {ScalarKind::date, text};
-    return {!keepsText && isJsonNumber(text) ? ScalarKind::number : ScalarKind::text, text};
-}
-
 } // namespace nivex::data

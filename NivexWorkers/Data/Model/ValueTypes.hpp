@@ -15,8 +15,27 @@ struct ValueTypes {
     bool isBoolean = false;
     bool isDate = false; // all days, or all moments
 
-    /// A value of the place; of an empty text, null.
-    Scalar typed(std::string_view text) const;
+    /// What a value of the place is; an empty text is null.
+    ScalarKind kindOf(std::string_view text) const
+    {
+        if (text.empty())
+            return ScalarKind::null;
+        if (isBoolean)
+            return ScalarKind::boolean;
+        if (isDate)
+            return ScalarKind::date;
+        return !keepsText && isJsonNumber(text) ? ScalarKind::number : ScalarKind::text;
+    }
+
+    /// A value of the place.
+    Scalar typed(std::string_view text) const
+    {
+        const ScalarKind kind = kindOf(text);
+        return {kind, kind == ScalarKind::boolean ? booleanText(text) : text};
+    }
+
+    /// "true" and "TRUE" are one value, and so are the others.
+    static std::string_view booleanText(std::string_view text) { return text.size() == 4 ? "true" : "false"; }
 };
 
 /// Counts what the values of one place look like.
