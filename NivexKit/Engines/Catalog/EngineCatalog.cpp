@@ -3,6 +3,7 @@
 #include "NivexKit/Contract/DeclaredEngine.hpp"
 #include "NivexKit/Engines/Catalog/WorkerProbe.hpp"
 #include "NivexKit/Engines/Data/DataEngine.hpp"
+#include "NivexKit/Engines/Document/DocumentEngine.hpp"
 #include "NivexKit/Engines/Image/NativeImageEngine.hpp"
 #include "NivexKit/Engines/Image/PictureMeasurements.hpp"
 #include "NivexKit/Engines/InDesign/InDesignEngine.hpp"
@@ -31,7 +32,7 @@ EngineList EngineCatalog::standard(const FormatRegistry& registry, const std::sh
         std::make_shared<NativeImageEngine>(registry, pool),
         std::make_shared<OptimizationEngine>(registry, pool),
         std::make_shared<MediaEngine>(registry, pool),
-        declared({.id = "native-document", .displayName = "Documents macOS (système de texte Cocoa)"_fr}),
+        std::make_shared<DocumentEngine>(registry, pool),
         std::make_shared<DataEngine>(registry, pool),
         std::make_shared<SubtitleEngine>(registry),
         declared({.id = "native-vector", .displayName = "Dessins vectoriels macOS (SVG)"_fr}),

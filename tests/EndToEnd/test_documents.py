@@ -1,0 +1,163 @@
+"""Documents, judged by another program."""
+import io
+import json
+import re
+import subprocess
+import unittest
+import zipfile
+
+from nivex_case import SAMPLES, NivexCase, needs_pictures
+
+EVERYTHING = """---
+title: Rapport d'été
+author: Zoé
+---
+
+# Titre *un*
+
+Du **gras**, de l'*italique*, du `code` et [un lien](https://exemple.fr/a?b=1&c=2).
+
+- un
+- deux
+  1. premier
+  2. second
+
+> Citation
+
+| a | b |
+|---|--:|
+| 1 | é |
+
+```
+code  aligné
+```
+
+## Titre deux
+
+Fin.
+"""
+
+
+def pandoc(file, to="native", of=None):
+    return subprocess.run(["pandoc", *(["-f", of] if of else []), "-t", to, "--wrap=none", str(file)], check=True,
+                          capture_output=True, text=True).stdout
+
+
+def structure(node):
+    """The kinds of blocks and inlines of a document, and its words, in their order."""
+    if isinstance(node, dict):
+        kind = node.get("t")
+        if kind == "Str":
+            return [node["c"]]
+        if kind in ("Space", "SoftBreak", "Plain", "Para"):
+            kind = None
+        inner = structure(node.get("c", []))
+        return ([kind] if kind else []) + inner
+    if isinstance(node, list):
+        return [each for part in node for each in structure(part)]
+    return []
+
+
+@needs_pictures
+class Documents(NivexCase):
+    def convert(self, name, target, *options):
+        done, = self.json_lines("convert", name, "--to", target, "--out", target, *options)
+        self.assertEqual(done["state"], "succeeded", done)
+        return self.folder / done["outputs"][0]
+
+    def refused(self, name, sentence, target="html"):
+        done, = self.json_lines("convert", name, "--to", target, "--out", "refused", expect=1)
+        self.assertIn(sentence, done["message"])
+
+    def blocks(self, file, of=None):
+        return structure(json.loads(pandoc(file, "json", of))["blocks"])
+
+    def test_structure_survives_every_format_that_has_it(self):
+        self.write("a.md", EVERYTHING)
+        wanted = self.blocks(self.folder / "a.md")
+        for target in ("html", "docx"):
+            with self.subTest(target):
+                result = self.convert("a.md", target)
+                again = self.convert(str(result.relative_to(self.folder)), "md")
+                self.assertEqual(self.blocks(again, "gfm+yaml_metadata_block"), self.blocks(self.folder / "a.md", "gfm+yaml_metadata_block"))
+                seen = self.blocks(result)
+                for kind in ("BulletList", "OrderedList", "Table", "BlockQuote", "Emph", "Link"):
+                    self.assertEqual(seen.count(kind), wanted.count(kind), kind)
+                self.assertEqual(seen.count("Header"), 2)
+
+    def test_words_of_a_document_with_everything_of_word(self):
+        subprocess.run(["pandoc", "-o", self.folder / "notes.docx"], check=True, text=True,
+                       input="Un[^1] mot.\n\n[^1]: Une **note**.\n\nH~2~O, x^2^\n\n  Colonne   Deux\n  --------- ------\n  un        b\n")
+        text = self.convert("notes.docx", "txt").read_text()
+        self.assertEqual(text.split(), ["Un[1]", "mot.", "H2O,", "x2", "Colonne", "Deux", "un", "b", "[1]", "Une", "note."])
+        markdown = self.convert("notes.docx", "md").read_text()
+        self.assertIn("H<sub>2</sub>O, x<sup>2</sup>", markdown)
+        again = self.convert("md/" + "notes.md", "docx")
+        self.assertIn("Une", pandoc(again, "plain"))
+
+    def test_pictures_travel_untouched(self):
+        picture = (SAMPLES / "soir.jpg").read_bytes()
+        self.write("a.jpg", picture)
+        self.write("a.md", "![Un soir](a.jpg)\n")
+        subprocess.run(["pandoc", "a.md", "-o", "a.docx"], check=True, cwd=self.folder)
+        html = self.convert("a.docx", "html")
+        self.assertIn("data:image/jpeg;base64,", html.read_text())
+        again = self.convert("html/a.html", "docx")
+        with zipfile.ZipFile(again) as archive:
+            media, = [name for name in archive.namelist() if name.startswith("word/media/")]
+            self.assertEqual(archive.read(media), picture)
+
+    def test_other_programs_open_what_is_written(self):
+        self.write("a.md", EVERYTHING)
+        result = self.convert("a.md", "docx")
+        with zipfile.ZipFile(result) as archive:
+            self.assertIsNone(archive.testzip())
+            for name in archive.namelist():
+                if name.endswith((".xml", ".rels")):
+                    subprocess.run(["xmllint", "--noout", "-"], input=archive.read(name), check=True)
+
+    def test_what_a_document_cannot_keep_is_said(self):
+        self.write("a.md", EVERYTHING)
+        line, = self.json_lines("convert", "a.md", "--to", "docx", "--dry-run")
+        self.assertEqual(line["plan"]["losses"], [])
+        line, = self.json_lines("convert", "a.md", "--to", "txt", "--dry-run")
+        self.assertEqual(sorted(line["plan"]["losses"]), ["formatting", "layout"])
+
+    def archive(self, **parts):
+        file = io.BytesIO()
+        with zipfile.ZipFile(file, "w", zipfile.ZIP_DEFLATED) as archive:
+            for name, contents in parts.items():
+                archive.writestr(name.replace("__", "/").replace("_xml", ".xml"), contents)
+        return file.getvalue()
+
+    def test_bad_documents_end_in_a_sentence(self):
+        types = '<Types xmlns="http://schemas.openxmlformats.org/package/2006/content-types"/>'
+        space = 'xmlns:w="http://schemas.openxmlformats.org/wordprocessingml/2006/main"'
+        bomb = "<!DOCTYPE x [<!ENTITY a \"aaaaaaaaaa\">" + "".join(
+            f"<!ENTITY {b} \"{'&' + a + ';' :s}{'&' + a + ';' :s}\">" for a, b in zip("abcdefgh", "bcdefghi")) + "]>"
+        rows = {
+            "broken.docx": ({"word__document_xml": f"<w:document {space}><w:body>"}, "endommagé"),
+            "other.docx": ({"word__document_xml": "<html/>"}, "ce n'est pas un document Word"),
+        }
+        for name, (parts, sentence) in rows.items():
+            with self.subTest(name):
+                self.write(name, self.archive(**{"[Content_Types]_xml": types}, **parts))
+                self.refused(name, sentence)
+        self.write("bomb.docx", self.archive(**{
+            "[Content_Types]_xml": types,
+            "word__document_xml": bomb + f"<w:document {space}><w:body><w:p><w:r><w:t>mot &i;</w:t></w:r></w:p></w:body></w:document>"}))
+        self.assertLess(len(self.convert("bomb.docx", "txt").read_text()), 100)
+        self.write("deep.docx", self.archive(**{
+            "[Content_Types]_xml": types,
+            "word__document_xml": f"<w:document {space}><w:body>" + "<w:sdt><w:sdtContent>" * 20_000 +
+                                  "</w:sdtContent></w:sdt>" * 20_000 +
+                                  "<w:p><w:r><w:t>mot</w:t></w:r></w:p></w:body></w:document>"}))
+        self.assertEqual(self.convert("deep.docx", "txt").read_text(), "mot\n")
+        self.write("empty.md", "<!-- rien -->\n")
+        self.refused("empty.md", "ce document ne contient aucun texte", "txt")
+        self.write("deep.html", "<html>" + "<div>" * 20_000)
+        self.refused("deep.html", "données imbriquées sur plus de", "docx")
+
+
+if __name__ == "__main__":
+    unittest.main()
