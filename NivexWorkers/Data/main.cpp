@@ -3,7 +3,6 @@
 
 #include <expat.h>
 #include <isa-l.h>
-#include <rapidjson/rapidjson.h>
 #include <yaml.h>
 
 #include <string>
@@ -15,7 +14,6 @@ int main(int argumentCount, char** arguments)
         .libraries =
             [] {
                 return std::vector<LibraryVersion>{
-                    {"RapidJSON", RAPIDJSON_VERSION_STRING},
                     {"libyaml", yaml_get_version_string()},
                     {"Expat", XML_ExpatVersion()},
                     {"ISA-L", std::to_string(ISAL_MAJOR_VERSION) + "." + std::to_string(ISAL_MINOR_VERSION) + "." +

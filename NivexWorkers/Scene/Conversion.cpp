@@ -100,6 +100,18 @@ std::optional<std::vector<std::byte>> sideFile(const EngineRequest& request, std
     return source->read(0, source->size());
 }
 
+/// Sees to it that what is only wrapped anew is sound, as far as it can be read: an extension that is not understood
+/// goes along unseen.
+void requireSound(const SceneFormatWork& format, const SceneInput& input)
+{
+    try {
+        checkScene(format.read(input), input.limits);
+    } catch (const ConversionError& error) {
+        if (error.kind() != ConversionError::Kind::unsupported)
+            throw;
+    }
+}
+
 /// Each warning once.
 class Warnings {
 public:
@@ -135,6 +147,7 @@ std::vector<std::filesystem::path> convertScene(const EngineRequest& request, co
     SceneOutput output{request.outputLocation(), warn};
     for (const Repacking& each : repackings)
         if (each.source == source->id && each.target == target->id) {
+            requireSound(*source, input);
             each.repack(input, output);
             return output.files();
         }

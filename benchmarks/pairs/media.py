@@ -41,8 +41,8 @@ def sound(folder):
 def films(folder):
     film(folder, "film.mov", 20)
     pair(folder, "media: MOV of 1080p to MP4, without encoding", "film.mov", "mp4", ["-c", "copy"], 5)
-    make(folder, "-i", "film.mov", "-c:v", "mpeg2video", "-q:v", 3, "-c:a", "copy", "film2.mkv")
-    pair(folder, "media: MPEG-2 of 1080p to MP4, H.264", "film2.mkv", "mp4",
+    make(folder, "-i", "film.mov", "-c:v", "mpeg4", "-q:v", 3, "-c:a", "copy", "film2.avi")
+    pair(folder, "media: AVI of 1080p to MOV, H.264", "film2.avi", "mov",
          ["-c:v", "libx264", "-preset", "medium", "-crf", 20, "-c:a", "copy"], 1)
 
 

@@ -35,7 +35,7 @@ def read_stl(path):
     assert len(data) == 84 + 50 * count and not data.startswith(b"solid")
     for i in range(count):
         numbers = struct.unpack_from("<12f", data, 84 + 50 * i)
-        assert abs(math.hypot(*numbers[:3]) - 1) < 1e-5
+        assert min(abs(math.hypot(*numbers[:3]) - length) for length in (0, 1)) < 1e-5
         shape.faces.append([len(shape.vertices) + k for k in range(3)])
         shape.vertices += [numbers[3 + 3 * k:6 + 3 * k] for k in range(3)]
     return shape
@@ -109,6 +109,8 @@ def read_gltf(path):
         parts = {"SCALAR": 1, "VEC2": 2, "VEC3": 3, "VEC4": 4}[each["type"]]
         layout = f"<{parts}" + {5121: "B", 5123: "H", 5125: "I", 5126: "f"}[each["componentType"]]
         size, begin = struct.calcsize(layout), each.get("byteOffset", 0)
+        if "bufferView" not in each:
+            return [(0,) * parts] * each["count"]
         whole = root["bufferViews"][each["bufferView"]]
         assert (begin + whole.get("byteOffset", 0)) % (size // parts) == 0
         stride = whole.get("byteStride", size)

@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 
 using Names = std::vector<fs::path>;
 
-constexpr std::size_t mostBytesRead = 64 << 20;
+constexpr std::size_t mebibyte = 1 << 20;
 constexpr std::size_t mostNames = 4'000; // of one file
 
 bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
@@ -149,7 +149,7 @@ Names namedInFbx(std::string_view text)
             names.push_back(sideFileOfPath(value.text(value.u32())));
         } else if (const std::string_view value = text.substr(at, text.find('\n', at) - at);
                    value.starts_with(": \"")) {
-            names.push_back(sideFileOfPath(value.substr(2)));
+            names.push_back(sideFileOfPath(withoutBlanks(value.substr(2))));
         }
     }
     return names;
@@ -161,7 +161,7 @@ Names namedInCollada(std::string_view text)
     Names names;
     for (std::size_t at = text.find(begin); at != text.npos && names.size() < mostNames; at = text.find(begin, at)) {
         at += begin.size();
-        const std::string_view value = text.substr(at, std::min(text.find('<', at), text.size()) - at);
+        const std::string_view value = withoutBlanks(text.substr(at, std::min(text.find('<', at), text.size()) - at));
         names.push_back(sideFileOfUri(value.starts_with("file://") ? value.substr(7) : value));
     }
     return names;
@@ -169,18 +169,19 @@ Names namedInCollada(std::string_view text)
 
 struct Walk {
     std::string_view format;
+    std::size_t mostBytesRead; // lists and headers stand at the beginning
     Names (*names)(std::string_view text);
 };
 
 // clang-format off
 constexpr Walk walks[] = {
-    {"obj",  namedInObj},
-    {"mtl",  namedInMaterials},
-    {"ply",  namedInPly},
-    {"gltf", namedInGltf},
-    {"glb",  namedInGltf},
-    {"fbx",  namedInFbx},
-    {"dae",  namedInCollada},
+    {"obj",  4 * mebibyte, namedInObj},
+    {"mtl",  64 * mebibyte, namedInMaterials},
+    {"ply",  mebibyte, namedInPly},
+    {"gltf", 64 * mebibyte, namedInGltf},
+    {"glb",  64 * mebibyte, namedInGltf},
+    {"fbx",  64 * mebibyte, namedInFbx},
+    {"dae",  64 * mebibyte, namedInCollada},
 };
 // clang-format on
 
@@ -197,7 +198,7 @@ std::optional<char> percentDecoded(std::string_view text)
 
 std::string sideFileOfPath(std::string_view path)
 {
-    std::string name{withoutBlanks(path)};
+    std::string name{path};
     if (name.size() > 1 && name.front() == '"' && name.back() == '"')
         name = name.substr(1, name.size() - 2);
     std::ranges::replace(name, '\\', '/');
@@ -242,7 +243,7 @@ std::vector<fs::path> sideFilesNamedIn(const fs::path& file, std::string_view fo
     const auto source = walk == std::end(walks) ? std::nullopt : FileSource::open(file);
     if (!source)
         return {};
-    const std::vector<std::byte> bytes = source->read(0, mostBytesRead);
+    const std::vector<std::byte> bytes = source->read(0, walk->mostBytesRead);
     try {
         Names names = walk->names({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
         std::erase_if(names, [](const fs::path& name) { return name.empty(); });

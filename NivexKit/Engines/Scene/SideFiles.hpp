@@ -22,7 +22,7 @@ std::string uriOfFile(std::string_view name);
 ///
 /// format  the identifier of the scene's format; "mtl" for a list of materials
 ///
-/// Reads no more than the first 64 MiB, and never throws: what cannot be read names nothing.
+/// Reads no more than the beginning of the file, at most 64 MiB, and never throws: what cannot be read names nothing.
 std::vector<std::filesystem::path> sideFilesNamedIn(const std::filesystem::path& file, std::string_view format);
 
 } // namespace nivex

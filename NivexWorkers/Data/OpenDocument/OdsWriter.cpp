@@ -99,9 +99,8 @@ private:
     std::string settings() const
     {
         return "<office:settings><config:config-item-set config:name=\"ooo:view-settings\">"
-               "<config:config-item-map-indexed config:name=\"Views\"><config:config-item-map-entry>"
-               "<config:config-item-map-named config:name=\"Tables\">" +
-               frozen_ +
+               "<config:config-item-map-indexed config:name=\"Views\"><config:config-item-map-entry>" +
+               item("ViewId", "string", "view1") + "<config:config-item-map-named config:name=\"Tables\">" + frozen_ +
                "</config:config-item-map-named></config:config-item-map-entry></config:config-item-map-indexed>"
                "</config:config-item-set></office:settings>";
     }
@@ -113,9 +112,11 @@ private:
         const std::string name = escapedXml(sheetNames().back(), output_.remarks(), true);
         if (hasHeader())
             frozen_ += "<config:config-item-map-entry config:name=\"" + name + "\">" +
-                       item("VerticalSplitMode", "short", "2") + item("VerticalSplitPosition", "int", "1") +
-                       item("PositionBottom", "int", "1") + item("ActiveSplitRange", "short", "2") +
-                       "</config:config-item-map-entry>";
+                       item("HorizontalSplitMode", "short", "2") + item("VerticalSplitMode", "short", "2") +
+                       item("HorizontalSplitPosition", "int", "0") + item("VerticalSplitPosition", "int", "1") +
+                       item("ActiveSplitRange", "short", "2") + item("PositionLeft", "int", "0") +
+                       item("PositionRight", "int", "0") + item("PositionTop", "int", "0") +
+                       item("PositionBottom", "int", "1") + "</config:config-item-map-entry>";
         std::string top = "<table:table table:name=\"" + name + "\">";
         for (std::size_t i = 0; i < columnCount(); ++i)
             top += "<table:table-column table:style-name=\"w" + std::to_string(columnWidth(i)) + "\"/>";

@@ -3,13 +3,16 @@
 #include "NivexKit/Engines/Scene/SideFiles.hpp"
 #include "NivexKit/Foundation/Bytes/Base64.hpp"
 #include "NivexKit/Foundation/Bytes/ByteReader.hpp"
+#include "NivexKit/Foundation/Text/Ascii.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
+#include "NivexKit/Foundation/Text/Unicode.hpp"
 
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cmath>
 #include <cstring>
+#include <functional>
 #include <limits>
 
 namespace nivex::scene {
@@ -19,6 +22,20 @@ constexpr std::uint32_t containerMagic = 0x46546C67; // "glTF"
 constexpr std::uint32_t jsonChunk = 0x4E4F534A;
 constexpr std::uint32_t binaryChunk = 0x004E4942;
 constexpr std::size_t longestJson = 512 << 20;
+constexpr std::size_t longestShownName = 60; // bytes
+
+/// The name of a file as a person is shown it: on one line, short, whatever it is.
+std::string shownName(std::string_view uri)
+{
+    const auto isPlain = [](char each) {
+        constexpr std::string_view signs = " ._-()'";
+        return isAsciiLetter(each) || isAsciiDigit(each) || signs.find(each) != signs.npos ||
+               static_cast<unsigned char>(each) >= 0x80;
+    };
+    std::string name = validUtf8(cutToBytes(sideFileOfUri(uri), longestShownName));
+    std::ranges::replace_if(name, std::not_fn(isPlain), '_');
+    return name;
+}
 
 /// A number that is no index and no length leads nowhere, as -1 does.
 std::optional<std::int64_t> integer(const JsonValue& value)
@@ -205,9 +222,8 @@ std::span<const std::byte> GltfDocument::buffer(std::int64_t index) const
         if (loaded == buffers_.end()) {
             auto resource = this->resource(uri);
             if (!resource)
-                throw ConversionError::unreadableSource(
-                    filled("le fichier « {} », qui contient les données du modèle, est introuvable"_fr,
-                           {std::string{uri.substr(0, 200)}}));
+                throw ConversionError::unreadableSource(filled(
+                    "le fichier « {} », qui contient les données du modèle, est introuvable"_fr, {shownName(uri)}));
             loaded = buffers_.emplace(index, *std::move(resource)).first;
         }
         bytes = loaded->second;
@@ -238,6 +254,17 @@ struct GltfDocument::Accessor {
     std::size_t stride;
 
     std::size_t elementSize() const { return components * componentSize(component); }
+
+    /// Calls `visit(reader, element)` for each, with the reader at its first number.
+    template <class Visit>
+    void forEachElement(Visit visit) const
+    {
+        ByteReader reader{bytes, damaged("accessor")};
+        for (std::size_t i = 0; i < count; ++i) {
+            reader.seek(i * stride);
+            visit(reader, i);
+        }
+    }
 };
 
 GltfDocument::Accessor GltfDocument::accessor(std::int64_t index) const
@@ -281,10 +308,10 @@ std::vector<float> GltfDocument::numbers(std::int64_t index, std::size_t compone
     if (accessor.components != components)
         throw damaged("accessor type");
     std::vector<float> numbers(accessor.count * components);
-    const auto read = [&](std::span<const std::byte> bytes, std::size_t element, GltfComponent type) {
-        ByteReader reader{bytes, damaged("accessor")};
+    const auto readElement = [&](ByteReader& reader, std::size_t element) {
         for (std::size_t i = 0; i < components; ++i)
-            numbers[element * components + i] = static_cast<float>(component(reader, type, accessor.isNormalized));
+            numbers[element * components + i] =
+                static_cast<float>(component(reader, accessor.component, accessor.isNormalized));
     };
     if (accessor.bytes.empty())
         ; // all zero
@@ -292,8 +319,7 @@ std::vector<float> GltfDocument::numbers(std::int64_t index, std::size_t compone
         std::memcpy(numbers.data(), accessor.bytes.data(),
                     std::min(accessor.bytes.size(), numbers.size() * sizeof(float)));
     else
-        for (std::size_t i = 0; i < accessor.count; ++i)
-            read(accessor.bytes.subspan(i * accessor.stride), i, accessor.component);
+        accessor.forEachElement([&](ByteReader& reader, std::size_t i) { readElement(reader, i); });
 
     const JsonObject* sparse = objectOf(accessor.json, "sparse");
     if (!sparse)
@@ -313,7 +339,7 @@ std::vector<float> GltfDocument::numbers(std::int64_t index, std::size_t compone
         const double place = component(placeReader, placeType, false);
         if (!(place >= 0) || place >= static_cast<double>(accessor.count))
             throw damaged("sparse");
-        read(valueReader.bytes(accessor.elementSize()), static_cast<std::size_t>(place), accessor.component);
+        readElement(valueReader, static_cast<std::size_t>(place));
     }
     return numbers;
 }
@@ -339,16 +365,16 @@ Indices GltfDocument::indices(std::int64_t index) const
                             accessor.component == GltfComponent::unsignedInteger;
     if (accessor.components != 1 || !isUnsigned)
         throw damaged("accessor type");
-    Indices indices;
-    indices.reserve(accessor.count);
-    for (std::size_t i = 0; i < accessor.count; ++i) {
-        if (accessor.bytes.empty()) {
-            indices.push_back(0);
-            continue;
-        }
-        ByteReader reader{accessor.bytes.subspan(i * accessor.stride), damaged("accessor")};
-        indices.push_back(static_cast<Index>(component(reader, accessor.component, false)));
-    }
+    Indices indices(accessor.count);
+    if (accessor.bytes.empty())
+        ; // all zero
+    else if (accessor.component == GltfComponent::unsignedInteger && accessor.stride == sizeof(Index))
+        std::memcpy(indices.data(), accessor.bytes.data(),
+                    std::min(accessor.bytes.size(), indices.size() * sizeof(Index)));
+    else
+        accessor.forEachElement([&](ByteReader& reader, std::size_t i) {
+            indices[i] = static_cast<Index>(component(reader, accessor.component, false));
+        });
     return indices;
 }
 

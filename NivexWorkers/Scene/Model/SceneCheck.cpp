@@ -9,6 +9,8 @@
 namespace nivex::scene {
 namespace {
 
+constexpr Index deepestNode = 1'000; // below the first
+
 ConversionError damaged(const std::string& cause)
 {
     return ConversionError::unreadableSource("les données du modèle sont endommagées"_fr).because(cause);
@@ -94,10 +96,14 @@ void checkScene(const Scene& scene, const ResourceLimits& limits)
         checkMesh(mesh, scene.materials.size());
     std::uint64_t vertices = 0;
     std::uint64_t corners = 0;
+    Indices depths;
     for (std::size_t i = 0; i < scene.nodes.size(); ++i) {
         const Node& node = scene.nodes[i];
         if (node.parent && *node.parent >= i)
             throw damaged(node.name + ": parent");
+        depths.push_back(node.parent ? depths[*node.parent] + 1 : 0);
+        if (depths.back() > deepestNode)
+            throw ConversionError::resourceLimit("les éléments du modèle sont imbriqués trop profondément"_fr);
         if (!node.matrix().isFinite())
             throw notANumber(node.name + ": matrix");
         for (const Index mesh : node.meshes) {

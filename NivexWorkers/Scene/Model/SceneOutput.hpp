@@ -24,7 +24,8 @@ public:
     std::string baseName() const { return location_.stem(); }
 
     /// The location of a further file, whose name begins with that of the output: "model-wood.png" beside "model.obj".
-    /// Each name is given once, whatever the case of its letters.
+    /// Each name is given once, whatever the case of its letters. Throws ConversionError::resourceLimit beyond a
+    /// thousand.
     std::filesystem::path further(std::string_view name, std::string_view extension);
 
     /// All files, that of the target format first.

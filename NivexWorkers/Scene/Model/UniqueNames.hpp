@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <set>
 #include <string>
 #include <string_view>
@@ -13,13 +14,16 @@ public:
     std::string of(std::string_view wanted)
     {
         std::string name{wanted};
-        for (int number = 2; !taken_.insert(name).second; ++number)
-            name = std::string{wanted} + "_" + std::to_string(number);
+        // From where the last search for this name ended: a million things may have one name.
+        int& number = next_.try_emplace(name, 2).first->second;
+        while (!taken_.insert(name).second)
+            name = std::string{wanted} + "_" + std::to_string(number++);
         return name;
     }
 
 private:
     std::set<std::string> taken_;
+    std::map<std::string, int> next_; // the number to try for a name that was wanted before
 };
 
 } // namespace nivex::scene

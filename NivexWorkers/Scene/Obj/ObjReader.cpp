@@ -8,10 +8,10 @@
 #include "NivexWorkers/Scene/Text/LineSource.hpp"
 
 #include "NivexKit/Foundation/ConversionError.hpp"
+#include "NivexKit/Foundation/Text/Ascii.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <algorithm>
-#include <charconv>
 #include <limits>
 #include <string>
 #include <utility>
@@ -243,11 +243,15 @@ private:
     /// Reads an index, which counts from 1, or backwards from the newest value where it is negative.
     Index index(const char*& at, const char* end, std::size_t count) const
     {
+        const bool countsBack = at != end && *at == '-';
+        const char* const digits = at += countsBack ? 1 : 0;
         std::int64_t value = 0;
-        const auto [stop, failure] = std::from_chars(at, end, value);
-        if (failure != std::errc{})
+        for (; at != end && isAsciiDigit(*at) && value < std::numeric_limits<Index>::max(); ++at)
+            value = 10 * value + (*at - '0');
+        if (at == digits)
             throw invalidLine();
-        at = stop;
+        if (countsBack)
+            value = -value;
         const std::int64_t index = value < 0 ? static_cast<std::int64_t>(count) + value : value - 1;
         if (index < 0 || static_cast<std::size_t>(index) >= count)
             throw ConversionError::unreadableSource(

@@ -43,7 +43,7 @@ TEST(SceneEngine, announcesWhatThisFileLoses)
 
 TEST(SideFiles, areFoundWhereAScenesSystemWouldNameThem)
 {
-    EXPECT_EQ(sideFileOfPath("  textures\\wood.png "), "textures/wood.png");
+    EXPECT_EQ(sideFileOfPath(" textures\\wood.png"), " textures/wood.png");
     EXPECT_EQ(sideFileOfPath("C:\\Users\\x\\wood.png"), "wood.png");
     EXPECT_EQ(sideFileOfPath("/home/x/wood.png"), "wood.png");
     EXPECT_EQ(sideFileOfPath("././\"wood.png"), "\"wood.png");

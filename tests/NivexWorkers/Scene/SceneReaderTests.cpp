@@ -1,5 +1,6 @@
 #include "NivexWorkers/Scene/Gltf/GltfReader.hpp"
 #include "NivexWorkers/Scene/Obj/ObjReader.hpp"
+#include "NivexWorkers/Scene/Obj/ObjSurvey.hpp"
 #include "NivexWorkers/Scene/Ply/PlyReader.hpp"
 #include "NivexWorkers/Scene/Stl/StlReader.hpp"
 #include "NivexWorkers/Scene/ThreeMf/ThreeMfReader.hpp"
@@ -145,8 +146,8 @@ TEST(SceneReaders, refuseWhatIsBrokenInASentence)
          "seule la version 2 du format glTF est lue", Kind::unsupported},
         {"a container cut short", readGltf, "glTF\2\0\0\0\xFF\0\0\0\4\0\0\0JSON{}  "s, cut},
         {"a buffer that is not there", readGltf,
-         triangle("data:;base64,AAAAAAAAAAAAAAAAAACAPwAAAAAAAAAAAAAAAAAAgD8AAAAA", "../x.bin"),
-         "le fichier « ../x.bin », qui contient les données du modèle, est introuvable"},
+         triangle("data:;base64,AAAAAAAAAAAAAAAAAACAPwAAAAAAAAAAAAAAAAAAgD8AAAAA", "../x;.bin"),
+         "le fichier « .._x_.bin », qui contient les données du modèle, est introuvable"},
         {"a buffer that is too short", readGltf, triangle("\"byteLength\":36,\"uri\"", "\"byteLength\":37,\"uri\""),
          "les données du modèle s'arrêtent avant la fin"},
         {"a view out of its buffer", readGltf, triangle("\"buffer\":0,", "\"buffer\":0,\"byteOffset\":1,"), damaged},
@@ -196,6 +197,17 @@ TEST(SceneReaders, countVerticesBeforeTheyAreHeld)
         EXPECT_EQ(error.kind(), ConversionError::Kind::resourceLimit);
         EXPECT_EQ(error.detail(), "le modèle a plus de 1 millions de sommets");
     }
+}
+
+TEST(SceneReaders, boundTheDepthOfTrees)
+{
+    Scene chain;
+    chain.add({.name = "a", .positions = {{0, 0, 0}}});
+    for (Index i = 1; i <= 1'000; ++i)
+        chain.nodes.push_back({.name = "n", .transform = Placement{}, .parent = i - 1, .meshes = {}});
+    EXPECT_NO_THROW(checkScene(chain, {}));
+    chain.nodes.push_back({.name = "n", .transform = Placement{}, .parent = 1'000, .meshes = {}});
+    EXPECT_THROW(checkScene(chain, {}), ConversionError);
 }
 
 /// Each mesh in a line: its name, vertices, faces with their corners, and runs of materials.
@@ -281,6 +293,22 @@ TEST(SceneReaders, keepWhatFilesSay)
     for (const Model& each : cases) {
         SCOPED_TRACE(each.name);
         EXPECT_EQ(shown(readChecked(each.read, {each.text})), each.expected);
+    }
+}
+
+TEST(SceneReaders, seeMaterialsOfObjFilesInStatementsOnly)
+{
+    const auto hasMaterials = [](const std::string& text) {
+        const MemorySource bytes{std::as_bytes(std::span{text})};
+        return surveyObj({.bytes = bytes, .limits = {}}).hasMaterials.value();
+    };
+    EXPECT_TRUE(hasMaterials("usemtl a"));
+    EXPECT_TRUE(hasMaterials("v 0 0 0\n \tusemtl a\n"));
+    EXPECT_FALSE(hasMaterials("# usemtl a\no usemtl\nmtllib a.mtl\n"));
+    // Wherever the border of what is read at once lies in the statement.
+    for (std::size_t before = (1 << 20) - 8; before <= (1 << 20); ++before) {
+        EXPECT_TRUE(hasMaterials(std::string(before - 1, '#') + "\nusemtl a\n")) << before;
+        EXPECT_FALSE(hasMaterials(std::string(before, '#') + "usemtl a\n")) << before;
     }
 }
 
