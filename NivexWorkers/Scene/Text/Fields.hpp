@@ -1,10 +1,12 @@
 #pragma once
 
 #include <charconv>
+#include <cstdint>
 #include <limits>
 #include <optional>
 #include <string_view>
 #include <system_error>
+#include <type_traits>
 
 namespace nivex::scene {
 
@@ -40,6 +42,9 @@ public:
     template <class Number>
     bool number(Number& value)
     {
+        if constexpr (std::is_same_v<Number, float>)
+            if (plainDecimal(value))
+                return true;
         const char* begin = at_ != end_ && *at_ == '+' ? at_ + 1 : at_;
         const auto [stop, failure] = std::from_chars(begin, end_, value);
         if (failure == std::errc::invalid_argument || (stop != end_ && !isBlank(*stop)))
@@ -62,6 +67,39 @@ public:
     }
 
 private:
+    /// Takes a number that few digits make, as nearly all in models are. Its digits and the power of ten that divides
+    /// them are both exact, so that one division rounds as it should.
+    bool plainDecimal(float& value)
+    {
+        constexpr std::uint32_t mostExact = 1U << 24;
+        constexpr float powers[] = {1, 1e1F, 1e2F, 1e3F, 1e4F, 1e5F, 1e6F, 1e7F, 1e8F, 1e9F, 1e10F};
+        const char* at = at_;
+        const bool isNegative = at != end_ && *at == '-';
+        at += isNegative ? 1 : 0;
+        std::uint32_t digits = 0;
+        int count = 0;
+        const auto take = [&] {
+            for (; at != end_ && *at >= '0' && *at <= '9' && count < 9; ++at, ++count)
+                digits = 10 * digits + static_cast<std::uint32_t>(*at - '0');
+        };
+        take();
+        const int whole = count;
+        if (whole == 0)
+            return false;
+        if (at != end_ && *at == '.') {
+            ++at;
+            take();
+        }
+        if (digits > mostExact || (at != end_ && !isBlank(*at)))
+            return false;
+        value = static_cast<float>(digits) / powers[count - whole];
+        if (isNegative)
+            value = -value;
+        at_ = at;
+        skipBlanks();
+        return true;
+    }
+
     static bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
 
     template <class Number>

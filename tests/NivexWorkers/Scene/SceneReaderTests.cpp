@@ -3,6 +3,7 @@
 #include "NivexWorkers/Scene/Obj/ObjSurvey.hpp"
 #include "NivexWorkers/Scene/Ply/PlyReader.hpp"
 #include "NivexWorkers/Scene/Stl/StlReader.hpp"
+#include "NivexWorkers/Scene/Text/Fields.hpp"
 #include "NivexWorkers/Scene/ThreeMf/ThreeMfReader.hpp"
 
 #include "NivexKit/Archive/ZipArchive.hpp"
@@ -196,6 +197,36 @@ TEST(SceneReaders, countVerticesBeforeTheyAreHeld)
     } catch (const ConversionError& error) {
         EXPECT_EQ(error.kind(), ConversionError::Kind::resourceLimit);
         EXPECT_EQ(error.detail(), "le modèle a plus de 1 millions de sommets");
+    }
+}
+
+TEST(Fields, takeNumbersAsTheyShouldRound)
+{
+    const std::pair<const char*, float> cases[] = {
+        {"0.1", 0.1F},
+        {"-16777216", -16777216},
+        {"16777217", 16777217},
+        {"0.16777217", 0.16777217F},
+        {"1.", 1},
+        {".5", 0.5F},
+        {"+2.5", 2.5F},
+        {"1e-3", 1e-3F},
+        {"-0", 0},
+        {"123456789012", 123456789012.0F},
+        {"0.0000000001", 1e-10F},
+        {"3.14159265358979", 3.14159265358979F},
+        {"1e-60", 0},
+        {"-1.5E2", -150},
+    };
+    for (const auto& [text, expected] : cases) {
+        float value = 7;
+        Fields fields{text};
+        EXPECT_TRUE(fields.number(value) && fields.isAtEnd()) << text;
+        EXPECT_EQ(value, expected) << text;
+    }
+    for (const char* text : {"", "-", "1x", "1.2.3", "x", "--1", "1,5"}) {
+        float value = 7;
+        EXPECT_FALSE(Fields{text}.number(value)) << text;
     }
 }
 
