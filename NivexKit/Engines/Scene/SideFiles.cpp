@@ -205,8 +205,8 @@ std::string sideFileOfPath(std::string_view path)
     const bool isElsewhere = name.starts_with('/') || (name.size() > 2 && isAsciiLetter(name[0]) && name[1] == ':');
     if (isElsewhere)
         name.erase(0, name.find_last_of("/:") + 1);
-    while (name.starts_with("./"))
-        name.erase(0, 2);
+    while (name.starts_with("./")) // and what is left of ".//name" is no path from the root
+        name.erase(0, std::min(name.find_first_not_of('/', 1), name.size()));
     return name;
 }
 

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <optional>
 
 namespace nivex::scene {
 namespace {
@@ -276,15 +277,19 @@ private:
     {
         for (std::uint64_t i = 0; i < element.count; ++i) {
             numbers_->beginRow();
+            std::optional<Index> from;
+            std::optional<Index> to;
             for (const PlyProperty& each : element.properties) {
                 if (each.length)
                     passOver(*numbers_, each, numbers_->nextLength(*each.length));
                 else if (const double number = numbers_->next(each.type); each.name == "vertex1")
-                    mesh_.corners.push_back(vertex(number));
-                else if (each.name == "vertex2") {
-                    mesh_.corners.push_back(vertex(number));
-                    addFaceOf(2, mesh_);
-                }
+                    from = vertex(number);
+                else if (each.name == "vertex2")
+                    to = vertex(number);
+            }
+            if (from && to) {
+                mesh_.corners.insert(mesh_.corners.end(), {*from, *to});
+                addFaceOf(2, mesh_);
             }
         }
     }

@@ -47,6 +47,8 @@ TEST(SideFiles, areFoundWhereAScenesSystemWouldNameThem)
     EXPECT_EQ(sideFileOfPath("C:\\Users\\x\\wood.png"), "wood.png");
     EXPECT_EQ(sideFileOfPath("/home/x/wood.png"), "wood.png");
     EXPECT_EQ(sideFileOfPath("././\"wood.png"), "\"wood.png");
+    EXPECT_EQ(sideFileOfPath(".//.///wood.png"), "wood.png");
+    EXPECT_EQ(sideFileOfPath("./"), "");
     EXPECT_EQ(sideFileOfPath("\"two words.png\""), "two words.png");
     EXPECT_EQ(sideFileOfUri("two%20words%2"), "two words%2");
     EXPECT_EQ(sideFileOfUri(uriOfFile("100% é&?#.png")), "100% é&?#.png");

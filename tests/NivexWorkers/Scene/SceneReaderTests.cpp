@@ -294,6 +294,11 @@ TEST(SceneReaders, keepWhatFilesSay)
              "element tristrips 1\nproperty list int int vertex_indices\n",
              "0 0 0\n1 0 0\n0 1 0\n1 1 0\n8 0 1 2 3 -1 1 2 3\n"),
          ":4 0,1,2 2,1,3 1,2,3\n"},
+        {"edges that lack an end", readPly,
+         ply("format ascii 1.0\nelement vertex 1\nproperty int x\nproperty int y\nproperty int z\n"
+             "element edge 1\nproperty int vertex2\nproperty int vertex2\n",
+             "0 0 0\n0 0\n"),
+         ":1\n"},
         {"big-endian numbers", readPly,
          ply("format binary_big_endian 1.0\nelement vertex 1\nproperty double x\nproperty short y\nproperty uchar z\n"
              "element edge 1\nproperty ushort vertex1\nproperty ushort vertex2\n",
