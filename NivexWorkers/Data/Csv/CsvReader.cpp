@@ -16,9 +16,10 @@ namespace {
 constexpr std::size_t sampleSize = 256 * 1024;
 constexpr std::size_t maxColumns = 1'000'000;
 
-std::string sampleOf(TextSource& text)
+/// sourceBytes  of which no character becomes more than three
+std::string sampleOf(TextSource& text, std::uint64_t sourceBytes)
 {
-    std::string sample(sampleSize, '\0');
+    std::string sample(static_cast<std::size_t>(std::min<std::uint64_t>(sampleSize, 3 * sourceBytes + 1)), '\0');
     std::size_t filled = 0;
     while (filled < sample.size()) {
         const std::size_t count = text.read(std::span{sample}.subspan(filled));
@@ -44,7 +45,7 @@ bool isBlank(const std::vector<CsvField>& record)
 class Pass {
 public:
     Pass(const Input& input, TextSource& text, const CsvDialect& dialect, double from, double to)
-        : records{fromTheBeginning(input, text, from, to), dialect}
+        : records{fromTheBeginning(input, text, from, to), dialect, input.bytes.size()}
     {
     }
 
@@ -65,7 +66,8 @@ private:
 class Reader {
 public:
     Reader(const Input& input, TableEvents& events)
-        : input_{input}, events_{events}, text_{input.bytes}, dialect_{dialectOf(sampleOf(text_), input.isTabSeparated)}
+        : input_{input}, events_{events}, text_{input.bytes}, dialect_{dialectOf(sampleOf(text_, input.bytes.size()),
+                                                                                 input.isTabSeparated)}
     {
     }
 

@@ -16,7 +16,8 @@ namespace nivex::data {
 namespace {
 
 constexpr std::size_t blockSize = 64; // one bit of a word for each byte
-constexpr std::size_t pieceSize = 1 << 18;
+constexpr std::size_t smallestPiece = 1 << 12;
+constexpr std::size_t largestPiece = 1 << 18;
 
 /// Which of the 64 bytes end a field or open quotes, the first in the lowest bit.
 std::uint64_t specialsOf(const char* bytes, const CsvDialect& dialect)
@@ -45,9 +46,11 @@ std::uint64_t specialsOf(const char* bytes, const CsvDialect& dialect)
 
 } // namespace
 
-CsvRecords::CsvRecords(Fill fill, CsvDialect dialect) : fill_{std::move(fill)}, dialect_{dialect}
+CsvRecords::CsvRecords(Fill fill, CsvDialect dialect, std::uint64_t textBytes)
+    : fill_{std::move(fill)}, dialect_{dialect}, pieceSize_{static_cast<std::size_t>(
+                                                     std::clamp<std::uint64_t>(textBytes, smallestPiece, largestPiece))}
 {
-    buffer_.resize(pieceSize + blockSize);
+    buffer_.resize(pieceSize_ + blockSize);
     skipPrologue(dialect.prologueBytes);
 }
 
@@ -71,7 +74,7 @@ bool CsvRecords::refill()
                                                     {std::to_string(line_), std::to_string(maxRecordBytes >> 20)}));
     std::memmove(buffer_.data(), buffer_.data() + recordAt_, left);
     recordAt_ = 0;
-    if (buffer_.size() - blockSize - left < pieceSize / 2)
+    if (buffer_.size() - blockSize - left < pieceSize_ / 2)
         buffer_.resize(2 * (buffer_.size() - blockSize) + blockSize);
     const std::size_t room = buffer_.size() - blockSize - left;
     const std::size_t count = fill_(std::span{buffer_}.subspan(left, room));

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <span>
 #include <string>
 #include <string_view>
@@ -27,7 +28,8 @@ public:
     /// Bytes of one record at most: a quote that is never closed must not draw the whole file into memory.
     static constexpr std::size_t maxRecordBytes = 64 << 20;
 
-    CsvRecords(Fill fill, CsvDialect dialect);
+    /// textBytes  about how much text there is, where that is known: the buffer is no larger than it needs to be
+    CsvRecords(Fill fill, CsvDialect dialect, std::uint64_t textBytes = std::numeric_limits<std::uint64_t>::max());
 
     /// The next record, or null at the end; it holds until the next call. An empty line is a record of one empty field.
     ///
@@ -61,6 +63,7 @@ private:
 
     Fill fill_;
     CsvDialect dialect_;
+    std::size_t pieceSize_;    // of the text that is asked for at a time, at least half of it
     std::string buffer_;       // of text, and zeros behind it
     std::size_t textEnd_ = 0;  // in the buffer
     std::size_t recordAt_ = 0; // where the next record begins

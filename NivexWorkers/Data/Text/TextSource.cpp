@@ -140,7 +140,7 @@ TextEncoding encodingOf(const ByteSource& bytes)
         return *wide;
 
     Survey survey;
-    std::vector<std::byte> piece(pieceSize);
+    std::vector<std::byte> piece(static_cast<std::size_t>(std::min<std::uint64_t>(pieceSize, bytes.size())));
     for (std::uint64_t at = markSize; at < bytes.size();) {
         const std::size_t count = bytes.read(at, std::span{piece});
         if (count == 0)
