@@ -1,5 +1,6 @@
 #include "NivexWorkers/Data/Toml/TomlWriter.hpp"
 
+#include "NivexWorkers/Data/Model/Errors.hpp"
 #include "NivexWorkers/Data/Model/Sentences.hpp"
 #include "NivexWorkers/Data/Model/Tree.hpp"
 #include "NivexWorkers/Data/Toml/TomlDates.hpp"
@@ -63,6 +64,8 @@ std::string keyText(std::string_view name)
 class Writer {
 public:
     Writer(TextOutput& text, Remarks& remarks) : text_{text}, remarks_{remarks} {}
+
+    bool isEmpty() const { return !hasLines_; }
 
     /// path  the keys of the header, joined; empty for the document itself
     void table(const TreeNode& table, const std::string& path)
@@ -289,6 +292,8 @@ void writeToml(const TreeReading& read, Output& output)
         }
         writer.table(root, {});
     }
+    if (writer.isEmpty())
+        throw nothingToConvert();
     text.flush();
     file.finish();
 }

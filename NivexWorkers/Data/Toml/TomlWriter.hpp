@@ -10,7 +10,8 @@ namespace nivex::data {
 /// of a list of objects, as the rows of a table are, one is held at a time.
 ///
 /// remarks  on what the format has no place for: members without a value are left out, numbers beyond 64 bits are texts
-/// errors   those of the reading; resourceLimit for an object that is too large to be put in order
+/// errors   those of the reading; unreadableSource where nothing is left to write; resourceLimit for an object that is
+/// too large to be put in order
 void writeToml(const TreeReading& read, Output& output);
 
 } // namespace nivex::data

@@ -78,6 +78,8 @@ TEST(Toml, IsWrittenInTables)
          {"les valeurs vides (null) n'existent pas dans ce format et ont été laissées de côté",
           "des valeurs de même nom se remplaçaient l'une l'autre : la dernière est gardée",
           "dans les listes, les valeurs vides (null) sont devenues des textes vides"}},
+        {"nothing that has a place", "json", "toml", R"({"a":null})", unreadable + "il ne contient aucune donnée",
+         {"les valeurs vides (null) n'existent pas dans ce format et ont été laissées de côté"}},
         {"numbers beyond its types", "json", "toml", "[9223372036854775807,9223372036854775808]",
          "valeur = [9223372036854775807, \"9223372036854775808\"]\n",
          {"des nombres qui dépassent les types du format ont été gardés comme textes"}},
