@@ -5,6 +5,7 @@
 #include "NivexWorkers/Document/Markdown/MarkdownReader.hpp"
 #include "NivexWorkers/Document/Markdown/MarkdownWriter.hpp"
 #include "NivexWorkers/Document/Model/Source.hpp"
+#include "NivexWorkers/Document/Pdf/PdfWriter.hpp"
 #include "NivexWorkers/Document/Text/TextReader.hpp"
 #include "NivexWorkers/Document/Text/TextWriter.hpp"
 #include "NivexWorkers/Document/Word/WordReader.hpp"
@@ -20,7 +21,7 @@ namespace nivex::document {
 namespace {
 
 using Read = Document (*)(const Source&);
-using Write = std::string (*)(const Document&);
+using Write = std::string (*)(const Document&, const Remark&);
 
 /// How one format is read and written.
 struct DocumentFormatWork {
@@ -36,10 +37,11 @@ std::string textOf(const std::vector<std::byte>& bytes)
 
 // clang-format off
 constexpr DocumentFormatWork formats[] = {
-    {"txt",  readText, writtenText},
-    {"md",   readMarkdown, writtenMarkdown},
-    {"html", readHtml, writtenHtml},
-    {"docx", readWord, [](const Document& document) { return textOf(writtenWord(document)); }},
+    {"txt",  readText, [](const Document& document, const Remark&) { return writtenText(document); }},
+    {"md",   readMarkdown, [](const Document& document, const Remark&) { return writtenMarkdown(document); }},
+    {"html", readHtml, [](const Document& document, const Remark&) { return writtenHtml(document); }},
+    {"docx", readWord, [](const Document& document, const Remark&) { return textOf(writtenWord(document)); }},
+    {"pdf",  nullptr, writtenPdf},
 };
 // clang-format on
 
@@ -61,12 +63,10 @@ std::vector<std::filesystem::path> convertDocument(const EngineRequest& request,
     const auto file = FileSource::open(request.input);
     if (!file)
         throw ConversionError::unreadableSource("lecture impossible"_fr);
-    const Document document =
-        from->read({.bytes = *file, .limits = request.limits, .remark = [&](std::string sentence) {
-                        request.warn(std::move(sentence));
-                    }});
+    const Remark remark = [&](std::string sentence) { request.warn(std::move(sentence)); };
+    const Document document = from->read({.bytes = *file, .limits = request.limits, .remark = remark});
     const std::filesystem::path result = request.outputLocation();
-    const std::string written = to->write(document);
+    const std::string written = to->write(document, remark);
     if (written.empty())
         throw ConversionError::unreadableSource("ce document ne contient aucun texte"_fr);
     writeNewFile(result, written);

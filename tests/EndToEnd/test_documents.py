@@ -107,6 +107,36 @@ class Documents(NivexCase):
             media, = [name for name in archive.namelist() if name.startswith("word/media/")]
             self.assertEqual(archive.read(media), picture)
 
+    def test_pages_hold_text_links_bookmarks_and_marks(self):
+        rows = "".join(f"| ligne {i} | {'mot ' * 30}|\n" for i in range(60))
+        self.write("a.md", EVERYTHING + "\n| tête | b |\n|---|---|\n" + rows + "\n[haut](#début) <a id='début'></a>là\n")
+        result = self.convert("a.md", "pdf")
+        subprocess.run(["qpdf", "--check", str(result)], check=True, capture_output=True)
+        text = subprocess.run(["pdftotext", str(result), "-"], check=True, capture_output=True, text=True).stdout
+        for word in ("Titre un", "Citation", "code  aligné", "2. second", "ligne 59"):
+            self.assertIn(re.sub(r"\s+", "", word), re.sub(r"\s+", "", text))
+        self.assertGreater(text.count("tête"), 1, "the head of a table stands on each of its pages")
+        info = subprocess.run(["pdfinfo", str(result)], check=True, capture_output=True, text=True).stdout
+        self.assertRegex(info, r"Title:\s+Rapport d'été")
+        whole = json.loads(subprocess.run(["qpdf", "--json=1", str(result)], check=True, capture_output=True).stdout)
+        first, = whole["outlines"]
+        self.assertEqual((first["title"], [each["title"] for each in first["kids"]]), ("Titre un", ["Titre deux"]))
+        self.assertIn("https://exemple.fr/a?b=1&c=2", json.dumps(whole["objects"]))
+        kinds = {each["/S"] for each in whole["objects"].values()
+                 if isinstance(each, dict) and each.get("/Type") == "/StructElem"}
+        self.assertGreaterEqual(kinds, {"/P", "/H1", "/H2", "/TD", "/TH", "/Code"})
+        fonts = subprocess.run(["pdffonts", str(result)], check=True, capture_output=True, text=True).stdout
+        for line in fonts.splitlines()[2:]:
+            self.assertEqual(line.split()[-5:-2], ["yes", "yes", "yes"], "embedded, a subset, and with its characters")
+
+    def test_a_picture_is_on_its_page_as_it_was(self):
+        self.write("a.jpg", (SAMPLES / "soir.jpg").read_bytes())
+        self.write("a.md", "![Un soir](a.jpg)\n")
+        subprocess.run(["pandoc", "a.md", "-o", "a.docx"], check=True, cwd=self.folder)
+        result = self.convert("a.docx", "pdf")
+        subprocess.run(["pdfimages", "-j", str(result), str(self.folder / "found")], check=True)
+        self.assertEqual((self.folder / "found-000.jpg").read_bytes(), (SAMPLES / "soir.jpg").read_bytes())
+
     def test_other_programs_open_what_is_written(self):
         self.write("a.md", EVERYTHING)
         result = self.convert("a.md", "docx")

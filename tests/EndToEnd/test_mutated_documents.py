@@ -6,7 +6,7 @@ import zipfile
 from mutations import MutationCase
 from test_documents import EVERYTHING
 
-TARGETS = ("html", "docx", "md", "txt")
+TARGETS = ("html", "docx", "pdf", "md", "txt")
 
 
 class Mutants(MutationCase):

@@ -13,6 +13,7 @@ constexpr DocumentFormat formats[] = {
     {.id = "md", .holds = structure},
     {.id = "html"},
     {.id = "docx"},
+    {.id = "pdf", .isRead = false},
 };
 // clang-format on
 

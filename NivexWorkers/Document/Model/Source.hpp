@@ -15,11 +15,14 @@ namespace nivex::document {
 /// Of one text or one part of a package. A document becomes a tree many times as large in memory.
 constexpr std::size_t mostTextBytes = 64 << 20;
 
-/// What a reader is given. `remark` takes sentences for the person about what could not be kept.
+/// Takes sentences for the person about what could not be kept.
+using Remark = std::function<void(std::string)>;
+
+/// What a reader is given.
 struct Source {
     const ByteSource& bytes;
     ResourceLimits limits;
-    std::function<void(std::string)> remark = [](std::string) {};
+    Remark remark = [](std::string) {};
 };
 
 inline ConversionError tooLongDocument()
