@@ -367,26 +367,17 @@ Job* ConversionQueue::find(const Uuid& id) const
 
 // Callbacks
 
-QueueObservation ConversionQueue::observe(QueueObserver observer)
+Observation ConversionQueue::observe(std::function<void(const QueueChange&)> observer)
 {
     mainThread_.check();
-    auto observation = std::make_shared<const QueueObserver>(std::move(observer));
-    std::erase_if(observers_, [](const auto& each) { return each.expired(); });
-    observers_.push_back(observation);
-    return observation;
+    return observers_.add(std::move(observer));
 }
 
 /// The last step of every member that changes something: tells what has changed, and passes on what a callback threw.
 void ConversionQueue::tellChanges()
 {
-    if (const QueueChange change = std::exchange(untold_, {}); !change.isEmpty()) {
-        if (onChange)
-            call(onChange);
-        const auto observers = observers_; // a callback may add some
-        for (const auto& each : observers)
-            if (const QueueObservation observer = each.lock())
-                call(*observer, change);
-    }
+    if (const QueueChange change = std::exchange(untold_, {}); !change.isEmpty())
+        call([&] { observers_.tell(change); });
     if (thrown_)
         std::rethrow_exception(std::exchange(thrown_, nullptr));
 }

@@ -5,6 +5,7 @@
 #include "NivexKit/Execution/ConversionRunner.hpp"
 #include "NivexKit/Execution/QueueChange.hpp"
 #include "NivexKit/Foundation/Running/MainLoop.hpp"
+#include "NivexKit/Foundation/Running/Observers.hpp"
 #include "NivexKit/Foundation/Running/ThreadConfinement.hpp"
 #include "NivexKit/Foundation/Text/Uuid.hpp"
 
@@ -53,10 +54,9 @@ public:
     ~ConversionQueue();
 
     std::function<void(const ConversionJob&)> onJobFinished; // once for each job that reaches a finished state
-    std::function<void()> onChange;                          // after anything that the queue shows has changed
 
     /// Tells an observer of every change, each once and after it, until what is returned is let go.
-    [[nodiscard]] QueueObservation observe(QueueObserver observer);
+    [[nodiscard]] Observation observe(std::function<void(const QueueChange&)> observer);
 
     /// Queues a job for each request, in order, and returns the identifier of their batch.
     Uuid enqueue(const std::vector<Request>& requests, const ConversionOptions& options,
@@ -138,7 +138,7 @@ private:
     std::size_t unfinished_ = 0;
 
     QueueChange untold_;
-    std::vector<std::weak_ptr<const QueueObserver>> observers_;
+    Observers<QueueChange> observers_;
     std::exception_ptr thrown_; // by a callback; passed on when the queue has done its work
 
     std::vector<std::unique_ptr<SerialQueue>> idleThreads_;                  // kept for the next jobs

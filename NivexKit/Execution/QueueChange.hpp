@@ -2,8 +2,6 @@
 
 #include "NivexKit/Foundation/Text/Uuid.hpp"
 
-#include <functional>
-#include <memory>
 #include <vector>
 
 namespace nivex {
@@ -24,10 +22,5 @@ struct QueueChange {
 
     bool operator==(const QueueChange&) const = default;
 };
-
-using QueueObserver = std::function<void(const QueueChange&)>;
-
-/// Keeps an observer told for as long as it lives. May outlive the queue.
-using QueueObservation = std::shared_ptr<const QueueObserver>;
 
 } // namespace nivex

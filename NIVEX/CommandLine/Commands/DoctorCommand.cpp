@@ -33,6 +33,7 @@ struct Report {
 std::set<fs::path> foldersOfRuns(Session& session)
 {
     std::set<fs::path> folders{fs::path{"."}};
+    session.model.history().settle();
     for (const HistoryEntry& entry : session.model.history().entries()) {
         folders.insert(fs::path{entry.sourcePath}.parent_path());
         for (const fs::path& output : entry.outputURLs())

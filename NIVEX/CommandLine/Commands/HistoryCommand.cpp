@@ -50,6 +50,7 @@ std::string outcome(const HistoryEntry& entry)
 
 ExitStatus history(Session& session, const HistoryListArguments& arguments)
 {
+    session.model.history().settle();
     const std::span<const HistoryEntry> entries{session.model.history().entries()};
     for (const HistoryEntry& entry :
          entries.first(std::min(entries.size(), arguments.limit.value_or(entries.size())))) {

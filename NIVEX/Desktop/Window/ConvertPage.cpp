@@ -47,6 +47,10 @@ ConvertPage::ConvertPage(Application& application, MainWindow& window)
 {
     states_->addWidget(emptyPage());
     states_->addWidget(filesPage());
+    history_ = application_.model().history().observe([this] {
+        if (wasEmpty_)
+            showRecent();
+    });
     refresh();
 }
 

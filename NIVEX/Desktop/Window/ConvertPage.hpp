@@ -3,6 +3,8 @@
 #include "NIVEX/Desktop/Window/FileTable.hpp"
 #include "NIVEX/Model/TargetOffer.hpp"
 
+#include "NivexKit/Foundation/Running/Observers.hpp"
+
 #include <QWidget>
 #include <memory>
 #include <vector>
@@ -67,6 +69,7 @@ private:
     std::vector<TargetOffer> shownOffers_;
     ChoicePanel* choice_;
     bool wasEmpty_ = true;
+    Observation history_;
 };
 
 } // namespace nivex::desktop

@@ -178,10 +178,10 @@ HistoryPage::HistoryPage(Application& application, MainWindow& window)
         application_.model().history().remove(ids);
     });
     connect(clear, &QPushButton::clicked, this, [this] { clearAll(); });
-    application_.model().history().onChange = [this] {
+    observation_ = application_.model().history().observe([this] {
         if (isVisible())
             refresh();
-    };
+    });
 }
 
 void HistoryPage::refresh()

@@ -60,6 +60,7 @@ private:
     QPushButton* open_;
     QPushButton* again_;
     QPushButton* forget_;
+    Observation observation_;
 };
 
 } // namespace nivex::desktop

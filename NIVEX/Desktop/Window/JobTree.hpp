@@ -53,7 +53,7 @@ private:
     ConversionQueue& queue_;
     std::vector<Batch> batches_; // in the order queued
     std::unordered_map<Uuid, Position> positions_;
-    QueueObservation observation_;
+    Observation observation_;
 };
 
 } // namespace nivex::desktop

@@ -1,11 +1,11 @@
 #include "NivexKit/Execution/History/HistoryStore.hpp"
 
-#include "NivexKit/Execution/History/HistoryFile.hpp"
 #include "NivexKit/Foundation/Bytes/Base64.hpp"
 #include "NivexKit/Foundation/Text/Unicode.hpp"
 
 #include <algorithm>
-#include <iterator>
+#include <future>
+#include <optional>
 
 namespace nivex {
 
@@ -25,19 +25,6 @@ fs::path fullPath(const fs::path& path)
 std::string bytesBeside(const fs::path& path)
 {
     return isValidUtf8(path.native()) ? std::string{} : base64(path.native());
-}
-
-/// Many times what 5,000 entries take: a file beyond that is not ours to load into memory.
-constexpr std::size_t maxFileBytes = 64 * 1024 * 1024;
-
-using Entries = std::vector<HistoryEntry>;
-
-std::unordered_set<Uuid> idsOf(const Entries& entries)
-{
-    std::unordered_set<Uuid> ids;
-    for (const HistoryEntry& each : entries)
-        ids.insert(each.id);
-    return ids;
 }
 
 struct FinishedState {
@@ -75,26 +62,53 @@ HistoryDate historyDate(std::chrono::system_clock::time_point time)
 
 } // namespace
 
+/// One visit to the file: reading it the first time, else writing the changes.
+struct HistoryStore::Visit {
+    bool isFirst = false;
+    HistoryChanges changes = {};
+    std::chrono::milliseconds patience{0};
+
+    // What came of it:
+    StoredHistory::Saved saved = StoredHistory::Saved::yes;
+    std::optional<std::vector<HistoryEntry>> entries = {}; // where they are other than was known
+    std::promise<void> ended = {};
+
+    /// On the thread that visits.
+    void run(StoredHistory& stored)
+    {
+        if (isFirst)
+            stored.load();
+        else
+            saved = stored.save(changes, patience);
+        if (isFirst || (saved == StoredHistory::Saved::yes && stored.takeNews()))
+            entries = stored.entries();
+    }
+};
+
 HistoryDate HistoryStore::systemClock() { return historyDate(std::chrono::system_clock::now()); }
 
 HistoryStore::HistoryStore(fs::path fileURL, HistoryRetention retention, Clock clock, MainLoop* mainLoop)
-    : fileURL_{std::move(fileURL)}, file_{fileURL_}, retention_{retention}, clock_{std::move(clock)}, mainLoop_{
-                                                                                                          mainLoop}
+    : fileURL_{std::move(fileURL)}, retention_{retention}, clock_{std::move(clock)}, mainLoop_{mainLoop}, stored_{
+                                                                                                              fileURL_}
 {
-    load();
-    prune(clock_());
+    begin(std::make_shared<Visit>(Visit{.isFirst = true}));
 }
 
 HistoryStore::~HistoryStore()
 {
-    mainThread_.check();
-    if (awaitedSave_)
-        save(SharedFile::usualPatience);
+    observers_ = {};
+    settle();
 }
 
 fs::path HistoryStore::defaultFileURL(const Environment& environment)
 {
     return UserFolders::of(environment).data / "History.json";
+}
+
+bool HistoryStore::isLoaded() const
+{
+    mainThread_.check();
+    return isLoaded_;
 }
 
 const std::vector<HistoryEntry>& HistoryStore::entries() const
@@ -113,8 +127,9 @@ void HistoryStore::setRetention(HistoryRetention retention)
 {
     mainThread_.check();
     retention_ = retention;
-    prune(clock_());
-    changed();
+    if (forgetExpired(clock_()))
+        save();
+    observers_.tell();
 }
 
 void HistoryStore::record(HistoryEntry entry)
@@ -122,11 +137,11 @@ void HistoryStore::record(HistoryEntry entry)
     mainThread_.check();
     if (retention_ == HistoryRetention::off)
         return;
-    unsaved_.added.insert(unsaved_.added.begin(), entry);
+    unsaved_.add(entry);
     entries_.insert(entries_.begin(), std::move(entry));
-    dropOverflow();
+    entries_.resize(std::min(entries_.size(), maxEntries));
     saveSoon();
-    changed();
+    observers_.tell();
 }
 
 void HistoryStore::record(const ConversionJob& job)
@@ -152,65 +167,64 @@ void HistoryStore::record(const ConversionJob& job)
 void HistoryStore::prune(HistoryDate now)
 {
     mainThread_.check();
-    const std::size_t before = entries_.size();
-    forgetExpired(now);
-    if (entries_.size() == before)
+    if (!forgetExpired(now))
         return;
     save();
-    changed();
+    observers_.tell();
 }
 
 void HistoryStore::remove(const std::unordered_set<Uuid>& ids)
 {
     mainThread_.check();
-    const auto isGone = [&](const HistoryEntry& entry) { return ids.contains(entry.id); };
-    unsaved_.removed.insert(ids.begin(), ids.end());
-    std::erase_if(unsaved_.added, isGone);
-    std::erase_if(entries_, isGone);
+    unsaved_.remove(ids);
+    std::erase_if(entries_, [&](const HistoryEntry& entry) { return ids.contains(entry.id); });
     save();
-    changed();
+    observers_.tell();
 }
 
 void HistoryStore::clear()
 {
     mainThread_.check();
-    unsaved_ = {.added = {}, .removed = {}, .cleared = true};
+    unsaved_ = {.cleared = true, .removed = {}, .added = {}};
     entries_.clear();
     save();
-    changed();
+    observers_.tell();
 }
 
-void HistoryStore::load()
+void HistoryStore::settle()
 {
-    std::error_code failure;
-    const auto text = file_.read(maxFileBytes, failure);
-    auto stored = text ? historyEntries(*text) : std::nullopt;
-    isFileSound_ = stored || (!text && !failure);
-    if (stored)
-        entries_ = std::move(*stored);
+    mainThread_.check();
+    waitForVisits();
+    if (unsaved_.isEmpty())
+        return;
+    save(SharedFile::usualPatience);
+    waitForVisits();
 }
 
-void HistoryStore::forgetExpired(HistoryDate now)
+Observation HistoryStore::observe(std::function<void()> observer)
+{
+    mainThread_.check();
+    return observers_.add(std::move(observer));
+}
+
+/// True when there was anything to forget.
+bool HistoryStore::forgetExpired(HistoryDate now)
 {
     const std::optional<std::chrono::seconds> age = maximumAge(retention_);
     if (!age)
-        return;
-    std::erase_if(entries_, [&](const HistoryEntry& entry) {
-        const bool isExpired = now - entry.date > *age;
-        if (isExpired)
-            unsaved_.removed.insert(entry.id);
-        return isExpired;
-    });
-    std::erase_if(unsaved_.added, [&](const HistoryEntry& entry) { return unsaved_.removed.contains(entry.id); });
+        return false;
+    std::unordered_set<Uuid> expired;
+    for (const HistoryEntry& each : entries_)
+        if (now - each.date > *age)
+            expired.insert(each.id);
+    if (expired.empty())
+        return false;
+    unsaved_.remove(expired);
+    std::erase_if(entries_, [&](const HistoryEntry& entry) { return expired.contains(entry.id); });
+    return true;
 }
 
-void HistoryStore::dropOverflow()
-{
-    if (entries_.size() > maxEntries)
-        entries_.resize(maxEntries);
-    if (unsaved_.added.size() > maxEntries)
-        unsaved_.added.resize(maxEntries);
-}
+// Saving
 
 /// Writing the whole list takes longer than many conversions, so a batch must not pay for it with each of its files.
 void HistoryStore::saveSoon()
@@ -227,82 +241,68 @@ void HistoryStore::awaitSave()
         return;
     awaitedSave_ = std::make_shared<const bool>();
     mainLoop_->postAfter(saveDelay, [this, awaited = std::weak_ptr{awaitedSave_}] {
-        if (awaited.expired())
-            return;
-        save();
-        changed(); // with what other processes have added
+        if (!awaited.expired())
+            save();
     });
 }
 
 void HistoryStore::save()
 {
-    const bool tryOnly = mainLoop_ || isLockStuck_;
+    const bool tryOnly = mainLoop_ || isLockHeld_;
     save(tryOnly ? std::chrono::milliseconds{0} : SharedFile::usualPatience);
-    if (isLockStuck_ && mainLoop_)
-        awaitSave();
 }
 
 void HistoryStore::save(std::chrono::milliseconds patience)
 {
     awaitedSave_.reset();
-    dropOverflow();
-    std::error_code failure;
-    const auto lock = file_.lock(failure, patience);
-    isLockStuck_ = failure == std::errc::timed_out;
-    if (!lock || !takeOver(*lock) || file_.replace(*lock, historyText(entries_)))
-        return;
-    isFileSound_ = true;
-    unsaved_ = {};
+    isSaveDue_ = visit_ != nullptr;
+    if (!isSaveDue_ && !unsaved_.isEmpty())
+        begin(std::make_shared<Visit>(Visit{.changes = std::exchange(unsaved_, {}), .patience = patience}));
 }
 
-/// Brings what other processes have stored meanwhile into the list. False where the file must not be replaced.
-bool HistoryStore::takeOver(const SharedFile::Lock& lock)
+void HistoryStore::begin(std::shared_ptr<Visit> visit)
 {
-    if (isFileSound_ && !file_.hasChanged())
-        return true;
-    std::error_code failure;
-    const auto text = file_.read(maxFileBytes, failure);
-    if (failure && failure != std::errc::file_too_large)
-        return false;
-    auto stored = text ? historyEntries(*text) : std::nullopt;
-    const bool isDamaged = (text && !stored) || failure;
-    if (isDamaged && file_.setAside(lock))
-        return false;
-    if (stored)
-        merge(std::move(*stored));
-    return true;
-}
-
-/// Makes the list of what is stored and of what happened here. A new entry goes in front of all that was known here;
-/// among those that other processes added meanwhile it takes its place by date.
-void HistoryStore::merge(Entries stored)
-{
-    if (unsaved_.cleared)
-        stored.clear();
-    std::erase_if(stored, [&](const HistoryEntry& entry) { return unsaved_.removed.contains(entry.id); });
-    const std::unordered_set<Uuid> known = idsOf(entries_);
-    std::erase_if(unsaved_.added, [&](const HistoryEntry& entry) { return !known.contains(entry.id); });
-    const std::unordered_set<Uuid> added = idsOf(unsaved_.added);
-    std::erase_if(stored, [&](const HistoryEntry& entry) { return added.contains(entry.id); });
-
-    Entries merged;
-    merged.reserve(stored.size() + unsaved_.added.size());
-    auto next = stored.begin();
-    for (const HistoryEntry& entry : unsaved_.added) {
-        while (next != stored.end() && next->date > entry.date && !known.contains(next->id))
-            merged.push_back(std::move(*next++));
-        merged.push_back(entry);
+    visit_ = visit;
+    if (!mainLoop_) {
+        visit->run(stored_);
+        return finish(*visit);
     }
-    merged.insert(merged.end(), std::make_move_iterator(next), std::make_move_iterator(stored.end()));
-    if (merged.size() > maxEntries)
-        merged.resize(maxEntries);
-    entries_ = std::move(merged);
+    thread_.post([this, visit = std::move(visit)] {
+        visit->run(stored_);
+        mainLoop_->post([this, weak = std::weak_ptr{visit}] {
+            if (const auto ended = weak.lock(); ended && ended == visit_) // not when somebody has waited for it
+                finish(*ended);
+        });
+        visit->ended.set_value();
+    });
 }
 
-void HistoryStore::changed()
+void HistoryStore::finish(Visit& visit)
 {
-    if (onChange)
-        onChange();
+    visit_.reset();
+    isLockHeld_ = visit.saved == StoredHistory::Saved::lockIsHeld;
+    if (visit.saved != StoredHistory::Saved::yes)
+        unsaved_ = inOrder(std::move(visit.changes), std::move(unsaved_));
+    else if (visit.entries)
+        unsaved_.applyTo(entries_ = *std::move(visit.entries));
+    if (visit.isFirst) {
+        isLoaded_ = true;
+        isSaveDue_ = forgetExpired(clock_()) || isSaveDue_;
+    }
+    if (std::exchange(isSaveDue_, false))
+        save();
+    else if (isLockHeld_ && mainLoop_)
+        awaitSave();
+    observers_.tell();
+}
+
+/// Finishes each as the main loop would.
+void HistoryStore::waitForVisits()
+{
+    while (const auto visit = visit_) {
+        visit->ended.get_future().wait();
+        finish(*visit);
+    }
 }
 
 } // namespace nivex

@@ -161,9 +161,9 @@ TEST(ConversionQueue, GoesOnWhenACallbackThrows)
     scene.permits = 100;
     const Uuid batch = scene.enqueue(queue, 3);
     int changes = 0;
-    queue.onChange = [&] { ++changes; };
     queue.onJobFinished = [&](const Job&) { throw std::runtime_error{"first"}; };
-    const auto observation = queue.observe([](const QueueChange&) { throw std::runtime_error{"second"}; });
+    const Observation thrower = queue.observe([](const QueueChange&) { throw std::runtime_error{"second"}; });
+    const Observation counter = queue.observe([&](const QueueChange&) { ++changes; });
     const auto runAndCatch = [&] {
         try {
             scene.runUntilIdle(queue);
@@ -188,7 +188,7 @@ struct Mirror {
     std::vector<std::pair<Uuid, Job::State>> rows{};
     std::vector<Uuid> finishedBatches{};
     int limits = 0;
-    QueueObservation observation = queue.observe([this](const QueueChange& change) { apply(change); });
+    Observation observation = queue.observe([this](const QueueChange& change) { apply(change); });
 
     void apply(const QueueChange& change)
     {
@@ -220,7 +220,7 @@ TEST(ConversionQueue, TellsItsObserversOfEveryChange)
     Mirror mirror{queue};
     auto other = std::make_unique<Mirror>(queue);
     int changes = 0;
-    queue.onChange = [&] { ++changes; };
+    const Observation counter = queue.observe([&](const QueueChange&) { ++changes; });
     const auto whenCurrent = [&](const char* after) {
         SCOPED_TRACE(after);
         EXPECT_TRUE(mirror.isCurrent());

@@ -123,7 +123,7 @@ TEST(HistoryStore, ForgetsWhatTheRetentionDoesNotAllow)
     history.record(entry("older", today - 24h - 1us));
     history.record(entry("at the limit", today - 24h));
     int changes = 0;
-    history.onChange = [&] { ++changes; };
+    const Observation counter = history.observe([&] { ++changes; });
 
     history.setRetention(HistoryRetention::oneDay);
     EXPECT_THAT(names(history.entries()), ElementsAre("at the limit"));
@@ -217,19 +217,57 @@ TEST(HistoryStore, SavesWhatComesTogetherWithOneWrite)
         EXPECT_THAT(saved(), IsEmpty()) << "every record is written by itself";
         store(file).record(entry("of another process"));
         EXPECT_EQ(loop.runDelayed(), 1U) << "every record asks for a save of its own";
+        batch.settle();
         EXPECT_THAT(saved(), SizeIs(3));
 
         batch.record(entry("3"));
         batch.remove({batch.entries()[1].id});
+        batch.settle();
         const auto afterRemoval = saved();
         EXPECT_THAT(afterRemoval, SizeIs(3)) << "another change leaves the record behind";
         std::filesystem::remove(file);
         loop.runDelayed();
+        batch.settle();
         EXPECT_FALSE(std::filesystem::exists(file)) << "saved once more without need";
         batch.record(entry("4"));
     }
     EXPECT_THAT(saved(), ElementsAre("4", "3", "1", "of another process")) << "the last record is lost at the end";
     loop.runDelayed(); // for a store that is gone
+    loop.runPosted();
+}
+
+TEST(HistoryStore, BeginsEmptyAndIsReadWithoutTheMainThread)
+{
+    const TemporaryFolder folder;
+    const auto file = folder / "History.json";
+    const HistoryEntry unwanted = entry("unwanted");
+    folder.write("History.json", historyText({entry("kept"), unwanted, entry("expired", today - 25h)}));
+    ManualMainLoop loop;
+    HistoryStore history{file, HistoryRetention::oneDay, [] { return today; }, &loop};
+    int changes = 0;
+    const Observation counter = history.observe([&] { ++changes; });
+    history.record(entry("new"));
+    history.remove({unwanted.id});
+    EXPECT_FALSE(history.isLoaded());
+    EXPECT_THAT(names(history.entries()), ElementsAre("new"));
+    EXPECT_EQ(std::exchange(changes, 0), 2);
+
+    loop.runUntil([&] { return history.isLoaded(); });
+    EXPECT_THAT(names(history.entries()), ElementsAre("new", "kept"));
+    EXPECT_EQ(changes, 1) << "nobody is told that it has been read";
+    history.settle();
+    EXPECT_THAT(names(store(file).entries()), ElementsAre("new", "kept"));
+
+    store(file).record(entry("of another process", today - 1h));
+    changes = 0;
+    history.record(entry("newer"));
+    history.remove({unwanted.id}); // a save at once, under way while the next things happen
+    history.record(entry("meanwhile"));
+    history.remove({history.entries().back().id});
+    loop.runUntil([&] { return changes == 5; });
+    EXPECT_THAT(names(history.entries()), ElementsAre("meanwhile", "newer", "of another process", "new"));
+    history.settle();
+    EXPECT_THAT(names(store(file).entries()), ElementsAre("meanwhile", "newer", "of another process", "new"));
 }
 
 TEST(HistoryStore, TriesAgainLaterWhileSomebodyKeepsTheLock)
@@ -242,12 +280,19 @@ TEST(HistoryStore, TriesAgainLaterWhileSomebodyKeepsTheLock)
     {
         const auto kept = SharedFile{file}.lock(failure);
         ASSERT_TRUE(kept);
+        history.settle();
         history.record(entry("1"));
+        int changes = 0;
+        const Observation counter = history.observe([&] { ++changes; });
         EXPECT_EQ(loop.runDelayed(), 1U);
+        loop.runUntil([&] { return changes == 1; });
         history.remove({Uuid::random()}); // a save at once
+        loop.runUntil([&] { return changes == 3; });
         EXPECT_FALSE(std::filesystem::exists(file));
+        EXPECT_THAT(names(history.entries()), ElementsAre("1"));
     }
     loop.runDelayed();
+    history.settle();
     EXPECT_THAT(names(store(file).entries()), ElementsAre("1"));
     EXPECT_EQ(loop.runDelayed(), 0U) << "saved once more without need";
 }
