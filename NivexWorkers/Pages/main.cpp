@@ -3,12 +3,14 @@
 #include "NivexWorkers/Pages/Pdf/PdfProbe.hpp"
 #include "NivexWorkers/Pages/Pdf/PdfText.hpp"
 #include "NivexWorkers/Pages/Pdf/PdfToPictures.hpp"
+#include "NivexWorkers/Pages/Svg/SvgConversion.hpp"
 
 #include "NivexKit/Foundation/ConversionError.hpp"
 #include "NivexKit/Foundation/Text/StringTable.hpp"
 
 #include <cairo.h>
 #include <fontconfig/fontconfig.h>
+#include <librsvg/rsvg.h>
 #include <poppler.h>
 #include <vips/vips8>
 
@@ -24,6 +26,8 @@ Convert conversionOf(const EngineID& engine, const FormatID& source)
         return pages::convertPdfToPictures;
     if (engine == "native-text" && source == "pdf")
         return pages::convertPdfToText;
+    if (engine == "native-vector")
+        return pages::convertDrawing;
     return nullptr;
 }
 
@@ -54,6 +58,7 @@ int main(int argumentCount, char** arguments)
                 return std::vector<LibraryVersion>{
                     {"poppler", poppler_get_version()},
                     {"cairo", cairo_version_string()},
+                    {"librsvg", LIBRSVG_VERSION},
                     {"libvips", vips_version_string()},
                 };
             },

@@ -10,6 +10,7 @@
 #include "NivexKit/Engines/Media/MediaEngine.hpp"
 #include "NivexKit/Engines/Optimization/OptimizationEngine.hpp"
 #include "NivexKit/Engines/Pages/TextRecognitionEngine.hpp"
+#include "NivexKit/Engines/Pages/VectorEngine.hpp"
 #include "NivexKit/Engines/Scene/SceneEngine.hpp"
 #include "NivexKit/Engines/Subtitle/SubtitleEngine.hpp"
 #include "NivexKit/Planning/ConversionGraph.hpp"
@@ -35,7 +36,7 @@ EngineList EngineCatalog::standard(const FormatRegistry& registry, const std::sh
         std::make_shared<DocumentEngine>(registry, pool),
         std::make_shared<DataEngine>(registry, pool),
         std::make_shared<SubtitleEngine>(registry),
-        declared({.id = "native-vector", .displayName = "Dessins vectoriels macOS (SVG)"_fr}),
+        std::make_shared<VectorEngine>(registry, pool),
         declared({.id = "native-illustrator", .displayName = "Illustrator (contenu PDF intégré)"_fr}),
         std::make_shared<InDesignEngine>(InDesignEngine::installedApplication()),
         declared({.id = "native-indesign-preview", .displayName = "Aperçus enregistrés par InDesign"_fr}),

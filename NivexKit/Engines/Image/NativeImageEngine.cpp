@@ -1,30 +1,14 @@
 #include "NivexKit/Engines/Image/NativeImageEngine.hpp"
 
 #include "NivexKit/Contract/LossAnalysis.hpp"
-#include "NivexKit/Contract/OutputBudget.hpp"
 #include "NivexKit/Engines/Image/PictureFormats.hpp"
 #include "NivexKit/Engines/Image/PictureLosses.hpp"
+#include "NivexKit/Engines/Image/PictureOptions.hpp"
 
 namespace nivex {
 namespace {
 
 using Kind = ConversionOptionKind;
-
-ConversionOptionKinds optionsOf(const FileFormat& source, const WrittenPictures& target, const FileFormat& format)
-{
-    ConversionOptionKinds kinds{Kind::dimensions};
-    if (target.isLossy)
-        kinds.insert(Kind::quality);
-    if (target.hasMetadata && picturesRead(source).hasMetadata)
-        kinds.insert(Kind::metadata);
-    if (target.hasProfile)
-        kinds.insert(Kind::colorProfile);
-    if (!target.hasAlpha && source.traits.has(FormatTrait::transparency))
-        kinds.insert(Kind::background);
-    if (OutputBudget::isOffered(format.id))
-        kinds.insert(Kind::targetSize);
-    return kinds;
-}
 
 /// Whether an animation goes on in a format that by its traits has none. Planners count one picture behind such a step,
 /// so a further step would lose the others without a word.
@@ -45,7 +29,7 @@ void addEdgesOfPages(const FormatRegistry& registry, std::vector<EngineCapabilit
         const FileFormat* to = registry.format(FormatID{target.id});
         if (!to || !target.written || isDocument(*to))
             continue;
-        ConversionOptionKinds options = optionsOf(*pdf, *target.written, *to);
+        ConversionOptionKinds options = optionsOfPictures(*pdf, *target.written, *to);
         options.insert(Kind::background);
         options.insert(Kind::renderResolution);
         edges.push_back({.source = pdf->id,
@@ -69,7 +53,7 @@ std::vector<EngineCapability> edges(const FormatRegistry& registry)
                 edges.push_back({.source = from->id,
                                  .target = to->id,
                                  .potentialLosses = mostLossesOfPictures(*from, target),
-                                 .options = optionsOf(*from, *target.written, *to),
+                                 .options = optionsOfPictures(*from, *target.written, *to),
                                  .reportsProgress = true,
                                  .isTerminal = hidesAnimation(source, target, *to),
                                  .refused = {Kind::removeBackground}});

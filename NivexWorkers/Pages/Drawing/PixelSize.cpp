@@ -30,17 +30,28 @@ double limitOf(const EngineRequest& request)
     return limit;
 }
 
+std::string withoutArea(std::optional<std::int64_t> number)
+{
+    return number ? filled("la page {} n'a pas de surface"_fr, {std::to_string(*number)})
+                  : "le dessin n'a pas de surface"_fr.localized();
+}
+
+std::string tooLarge(std::optional<std::int64_t> number)
+{
+    return number ? filled("la page {} est trop grande pour être dessinée"_fr, {std::to_string(*number)})
+                  : "le dessin est trop grand"_fr.localized();
+}
+
 } // namespace
 
-PixelSize pixelSizeOf(PointSize size, const EngineRequest& request, std::int64_t number)
+PixelSize pixelSizeOf(PointSize size, const EngineRequest& request, std::optional<std::int64_t> number)
 {
-    const std::string page = std::to_string(number);
     if (!(size.width > 0) || !(size.height > 0))
-        throw ConversionError::unreadableSource(filled("la page {} n'a pas de surface"_fr, {page}));
+        throw ConversionError::unreadableSource(withoutArea(number));
     const double longest = std::max(size.width, size.height);
     const double tallest = static_cast<double>(request.limits.maxRenderedPageDimension);
     if (!std::isfinite(longest) || longest * lowestDPI / pointsPerInch > tallest)
-        throw ConversionError::resourceLimit(filled("la page {} est trop grande pour être dessinée"_fr, {page}));
+        throw ConversionError::resourceLimit(tooLarge(number));
 
     double asked = request.options.renderDPI / pointsPerInch;
     if (request.options.maxPixelDimension)

@@ -3,6 +3,7 @@
 #include "NivexKit/Contract/EngineRequest.hpp"
 
 #include <cstdint>
+#include <optional>
 
 namespace nivex::pages {
 
@@ -28,8 +29,8 @@ inline constexpr double lowestDPI = 36;
 /// The bitmap of `size` at the resolution of the request, no longer than it asks for and than its target format and the
 /// limits allow.
 ///
-/// number  of the page, from 1, for the sentence of the error
+/// number  of the page, from 1, for the sentence of the error; none for a drawing, which has no pages
 /// throws  `unreadableSource` where there is no area, and `resourceLimit` where even the lowest resolution is too much
-PixelSize pixelSizeOf(PointSize size, const EngineRequest& request, std::int64_t number);
+PixelSize pixelSizeOf(PointSize size, const EngineRequest& request, std::optional<std::int64_t> number);
 
 } // namespace nivex::pages
