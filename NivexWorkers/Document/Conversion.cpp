@@ -1,5 +1,7 @@
 #include "NivexWorkers/Document/Conversion.hpp"
 
+#include "NivexWorkers/Document/Book/BookReader.hpp"
+#include "NivexWorkers/Document/Book/BookWriter.hpp"
 #include "NivexWorkers/Document/Html/HtmlReader.hpp"
 #include "NivexWorkers/Document/Html/HtmlWriter.hpp"
 #include "NivexWorkers/Document/Markdown/MarkdownReader.hpp"
@@ -42,6 +44,7 @@ constexpr DocumentFormatWork formats[] = {
     {"html", readHtml, [](const Document& document, const Remark&) { return writtenHtml(document); }},
     {"docx", readWord, [](const Document& document, const Remark&) { return textOf(writtenWord(document)); }},
     {"pdf",  nullptr, writtenPdf},
+    {"epub", readBook, [](const Document& document, const Remark&) { return textOf(writtenBook(document)); }},
 };
 // clang-format on
 

@@ -75,7 +75,7 @@ class Documents(NivexCase):
     def test_structure_survives_every_format_that_has_it(self):
         self.write("a.md", EVERYTHING)
         wanted = self.blocks(self.folder / "a.md")
-        for target in ("html", "docx"):
+        for target in ("html", "docx", "epub"):
             with self.subTest(target):
                 result = self.convert("a.md", target)
                 again = self.convert(str(result.relative_to(self.folder)), "md")
@@ -136,6 +136,26 @@ class Documents(NivexCase):
         result = self.convert("a.docx", "pdf")
         subprocess.run(["pdfimages", "-j", str(result), str(self.folder / "found")], check=True)
         self.assertEqual((self.folder / "found-000.jpg").read_bytes(), (SAMPLES / "soir.jpg").read_bytes())
+
+    def test_a_book_has_its_chapters_contents_and_pictures(self):
+        self.write("a.jpg", (SAMPLES / "soir.jpg").read_bytes())
+        self.write("a.md", "# Un\n\n[loin](#deux)\n\n![Un soir](a.jpg)\n\n# Deux\n\nMot[^1].\n\n[^1]: Une note.\n")
+        subprocess.run(["pandoc", "a.md", "-o", "b.docx"], check=True, cwd=self.folder)
+        book = self.convert("b.docx", "epub")
+        with zipfile.ZipFile(book) as archive:
+            first = archive.infolist()[0]
+            self.assertEqual((first.filename, first.compress_type, archive.read("mimetype")),
+                             ("mimetype", zipfile.ZIP_STORED, b"application/epub+zip"))
+            for name in archive.namelist():
+                if name.endswith((".xhtml", ".opf", ".xml")):
+                    subprocess.run(["xmllint", "--noout", "-"], input=archive.read(name), check=True)
+            self.assertEqual(archive.read("image1.jpg"), (SAMPLES / "soir.jpg").read_bytes())
+            self.assertIn("chapter2.xhtml#", archive.read("chapter1.xhtml").decode())
+            self.assertEqual(re.findall(r">([^<]+)</a></li>", archive.read("contents.xhtml").decode()), ["Un", "Deux"])
+        again = self.convert("epub/b.epub", "docx")
+        self.assertEqual(pandoc(again, "plain").split()[:2], ["Un", "loin"])
+        with zipfile.ZipFile(again) as archive:
+            self.assertIn("word/media/image1.jpg", archive.namelist())
 
     def test_other_programs_open_what_is_written(self):
         self.write("a.md", EVERYTHING)

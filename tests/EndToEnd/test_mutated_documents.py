@@ -6,7 +6,7 @@ import zipfile
 from mutations import MutationCase
 from test_documents import EVERYTHING
 
-TARGETS = ("html", "docx", "pdf", "md", "txt")
+TARGETS = ("html", "docx", "pdf", "md", "epub", "txt")
 
 
 class Mutants(MutationCase):
@@ -22,7 +22,8 @@ class Mutants(MutationCase):
         with zipfile.ZipFile(self.folder / "a.docx") as packed, zipfile.ZipFile(self.folder / "b.docx", "w") as stored:
             for name in packed.namelist():
                 stored.writestr(name, packed.read(name))
-        names = {"docx": ("a.docx", "b.docx"), "html": ("a.html",), "md": ("a.md",)}
+        subprocess.run(["pandoc", "a.md", "-s", "-o", "a.epub"], check=True, cwd=self.folder)
+        names = {"docx": ("a.docx", "b.docx"), "epub": ("a.epub",), "html": ("a.html",), "md": ("a.md",)}
         return {of: [(name, (self.folder / name).read_bytes()) for name in each] for of, each in names.items()}
 
     def test_mutants_fail_plainly_or_convert_whole(self):

@@ -14,6 +14,7 @@ constexpr DocumentFormat formats[] = {
     {.id = "html"},
     {.id = "docx"},
     {.id = "pdf", .isRead = false},
+    {.id = "epub"},
 };
 // clang-format on
 

@@ -206,6 +206,10 @@ private:
     void writeImage(const Inline& piece)
     {
         const std::string address = piece.index ? style_.imageAddress(*piece.index) : piece.source;
+        if (address.empty() || (style_.isBook && !piece.index)) {
+            html_ += escaped(piece.text);
+            return;
+        }
         html_ += "<img src=\"" + escaped(address) + "\" alt=\"" + escaped(piece.text) + "\"";
         constexpr double pixelsOfPoint = 4.0 / 3;
         if (piece.width > 0 && piece.height > 0)

@@ -10,11 +10,11 @@ namespace nivex::document {
 
 /// What differs between a page and a chapter of a book.
 struct HtmlStyle {
-    /// The address of a picture of the document.
+    /// The address of a picture of the document; empty where only its words are to stand there.
     std::function<std::string(std::size_t index)> imageAddress;
     /// The address of what a link leads to.
     std::function<std::string(const std::string& link)> linkAddress = [](const std::string& link) { return link; };
-    bool isBook = false; // notes are marked for reading programs (EPUB structural semantics)
+    bool isBook = false; // notes are marked for reading programs, and pictures that lie elsewhere are their words
 };
 
 /// Blocks as well-formed XHTML, and behind them the notes that they have marks of.

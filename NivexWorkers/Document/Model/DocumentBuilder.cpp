@@ -273,6 +273,10 @@ void DocumentBuilder::removeAnchorsWithoutLinks()
         });
     };
     visitInlines(document_.blocks, remove);
+    std::erase_if(document_.blocks, [](const Block& block) {
+        const auto* paragraph = std::get_if<Paragraph>(&block.content);
+        return paragraph && paragraph->inlines.empty();
+    });
     for (Blocks& note : document_.notes)
         visitInlines(note, remove);
 }

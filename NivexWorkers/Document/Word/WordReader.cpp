@@ -153,6 +153,8 @@ private:
                 readBlocks(choiceOf(node), depth + 1);
             else if (name == "oMathPara")
                 readInlines(node, {}, depth + 1);
+            else if (name == "bookmarkStart") // of the paragraph behind it
+                bookmarks_.push_back(std::string{attributeOf(node, "name")});
         }
     }
 
@@ -174,6 +176,8 @@ private:
         if (isQuote)
             builder_.openQuote();
         builder_.startParagraph(level, alignmentOf(properties));
+        for (std::string& name : std::exchange(bookmarks_, {}))
+            builder_.add({.kind = Inline::Kind::anchor, .source = std::move(name)});
         isAtItemStart_ = isItem;
         readInlines(paragraph, {}, depth);
         isAtItemStart_ = false;
@@ -629,6 +633,7 @@ private:
     std::vector<OpenList> lists_;
     std::map<std::pair<int, int>, int> numbers_; // of the next item, by list and level
     std::vector<pugi::xml_node> textBoxes_;      // of the paragraph that is read
+    std::vector<std::string> bookmarks_;         // between paragraphs
     std::vector<std::string> fieldCodes_;        // of the fields that are open
     std::vector<std::string> fieldLinks_;        // of those whose result has begun
     bool isInNote_ = false;

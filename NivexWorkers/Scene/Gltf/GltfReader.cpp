@@ -137,7 +137,7 @@ private:
     {
         std::vector<std::int64_t> integers;
         for (const JsonValue& each : values)
-            integers.push_back(static_cast<std::int64_t>(each.number().value_or(-1)));
+            integers.push_back(each.integer() ? *each.integer() : -1);
         return integers;
     }
 
