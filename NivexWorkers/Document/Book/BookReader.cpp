@@ -100,7 +100,7 @@ private:
         const FindImage findImage = [&](std::string_view address) {
             return package_.image(resolvedPart(folderOfPart(name), decodedAddress(address)));
         };
-        Document chapter = readHtmlText(*text, source_, findImage);
+        Document chapter = readHtmlText(*text, findImage);
         // Links between chapters lead inside one document now.
         const auto joinLinks = [](Inlines& inlines) {
             for (Inline& piece : inlines)

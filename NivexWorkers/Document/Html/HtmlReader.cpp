@@ -135,7 +135,7 @@ bool isHidden(const Attributes& attributes)
 /// Follows the events of the parser; an exception ends it.
 class PageReader {
 public:
-    PageReader(const Source& source, const FindImage& findImage) : source_{source}, findImage_{findImage} {}
+    explicit PageReader(const FindImage& findImage) : findImage_{findImage} {}
 
     void begin(std::string_view name, const Attributes& attributes)
     {
@@ -400,7 +400,6 @@ private:
         builder_.addCode(std::move(code));
     }
 
-    const Source& source_;
     const FindImage& findImage_;
     DocumentBuilder builder_;
     std::vector<Open> open_;
@@ -480,14 +479,14 @@ Document readHtml(const Source& source)
         const std::string_view text{reinterpret_cast<const char*>(bytes.data()), bytes.size()};
         if (!isValidUtf8(text))
             if (const auto decoded = converted(text, declared))
-                return readHtmlText(*decoded, source);
+                return readHtmlText(*decoded);
     }
-    return readHtmlText(textOf(source), source);
+    return readHtmlText(textOf(source));
 }
 
-Document readHtmlText(std::string_view text, const Source& source, const FindImage& findImage)
+Document readHtmlText(std::string_view text, const FindImage& findImage)
 {
-    Parsing parsing{PageReader{source, findImage}, nullptr, nullptr};
+    Parsing parsing{PageReader{findImage}, nullptr, nullptr};
     xmlSAXHandler handler = handlers();
     const std::unique_ptr<htmlParserCtxt, void (*)(htmlParserCtxtPtr)> parser{
         htmlCreatePushParserCtxt(&handler, &parsing, nullptr, 0, nullptr, XML_CHAR_ENCODING_UTF8), htmlFreeParserCtxt};

@@ -19,6 +19,6 @@ using FindImage = std::function<std::optional<Image>(std::string_view address)>;
 Document readHtml(const Source& source);
 
 /// The same of a text in UTF-8, which may be a fragment.
-Document readHtmlText(std::string_view text, const Source& source, const FindImage& findImage = {});
+Document readHtmlText(std::string_view text, const FindImage& findImage = {});
 
 } // namespace nivex::document

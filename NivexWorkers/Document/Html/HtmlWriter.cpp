@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
-#include <ranges>
+#include <span>
 #include <variant>
 #include <vector>
 
@@ -150,13 +150,12 @@ private:
     {
         const Paragraph* first = blocks.empty() ? nullptr : std::get_if<Paragraph>(&blocks.front().content);
         const auto isList = [](const Block& block) { return std::holds_alternative<List>(block.content); };
-        if (!first || first->alignment != Alignment::natural ||
-            !std::ranges::all_of(blocks | std::views::drop(1), isList))
+        if (!first || first->alignment != Alignment::natural || !std::all_of(blocks.begin() + 1, blocks.end(), isList))
             return write(blocks);
         write(first->inlines);
         if (blocks.size() > 1)
             html_ += '\n';
-        for (const Block& list : blocks | std::views::drop(1))
+        for (const Block& list : std::span{blocks}.subspan(1))
             write(std::get<List>(list.content));
     }
 
@@ -183,9 +182,9 @@ private:
                 if (piece.styles.has(tag.style))
                     html_.append("<").append(tag.name) += '>';
             html_ += escaped(piece.text);
-            for (const Tag& tag : tags | std::views::reverse)
-                if (piece.styles.has(tag.style))
-                    html_.append("</").append(tag.name) += '>';
+            for (auto tag = std::rbegin(tags); tag != std::rend(tags); ++tag)
+                if (piece.styles.has(tag->style))
+                    html_.append("</").append(tag->name) += '>';
             break;
         case Inline::Kind::lineBreak:
             html_ += "<br />\n";

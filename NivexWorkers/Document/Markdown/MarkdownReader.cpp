@@ -72,7 +72,7 @@ Document readMarkdown(const Source& source)
         flags, 0);
     if (code != 0)
         throw damagedDocument("Markdown parser: " + std::to_string(code));
-    Document document = readHtmlText(html, source);
+    Document document = readHtmlText(html);
     const auto prefer = [](std::string& own, const std::string& said) {
         if (!said.empty())
             own = said;

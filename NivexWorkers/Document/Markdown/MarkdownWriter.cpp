@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <ranges>
 #include <utility>
 #include <variant>
 #include <vector>
